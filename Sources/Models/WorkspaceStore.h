@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Models/WorkspaceCoder.h"
+#include "Platform/Preferences.h"
+
+namespace tessarin
+{
+
+// The whole tree under one preference key. Failures are silent: an undecodable value loads as an empty tree and is kept aside
+// before the next save replaces it. Main thread only.
+class WorkspaceStore
+{
+public:
+    static constexpr const char* key = "savedWorkspaces.v1";
+
+    explicit WorkspaceStore(Preferences& preferences);
+
+    // The stored projects whose path exists at this moment, in their order.
+    [[nodiscard]] std::vector<Workspace> load();
+    // Replaces the stored tree. Requires: every change since the last save was noted in `changes`, which is emptied.
+    void save(const std::vector<Workspace>& workspaces, TreeChanges& changes);
+
+    // Reads and decodes the stored tree on another thread, so that the window can come up meanwhile; the next load() waits for it.
+    void beginLoading();
+
+private:
+    Preferences& m_preferences;
+    WorkspaceEncoder m_encoder;
+};
+
+} // namespace tessarin

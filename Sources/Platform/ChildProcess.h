@@ -1,0 +1,96 @@
+#pragma once
+
+#include "Platform/Result.h"
+#include "Platform/SerialQueue.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessarin
+{
+
+class MainThread;
+
+// The whole environment of a process: name to value.
+using Environment = std::map<std::string, std::string>;
+[[nodiscard]] Environment processEnvironment();
+
+struct ChildLaunch {
+    std::string executable; // absolute path
+    std::vector<std::string> arguments; // without the program's own name
+    std::optional<std::string> workingDirectory; // absent: that of this process
+    Environment environment; // the child sees this and nothing else
+    bool mergesErrorOutput = false; // both streams on the output pipe; onErrorOutput is never called
+};
+
+// How a child ended.
+struct ChildEnd {
+    int status = 0; // the exit status, or the number of the signal that ended it
+    bool wasSignalled = false;
+};
+
+// A running child with pipes on its standard streams. All callbacks run on the queue given at launch.
+// The child starts with default signal handling and an empty signal mask, and inherits no descriptor of ours but its three streams.
+// The object may be dropped at any time: that closes our ends of the pipes and leaves the child running; its end is still
+// collected, so that no zombie stays.
+class ChildProcess : public std::enable_shared_from_this<ChildProcess>
+{
+public:
+    struct Callbacks {
+        // One chunk as it was read. The text lives as long as the call. Unset callbacks discard.
+        std::function<void(std::string_view chunk)> onOutput;
+        std::function<void(std::string_view chunk)> onErrorOutput;
+        // Fires exactly once, after everything that the child wrote before its end has gone through the two callbacks above,
+        // also when a grandchild keeps a pipe open. Fires after closeStreams() too.
+        std::function<void(ChildEnd end)> onEnd;
+    };
+
+    // Starts the child. A failure is the platform's text. Callable from any thread; callbacks may begin before it returns.
+    [[nodiscard]] static Result<std::shared_ptr<ChildProcess>, std::string> launch(const ChildLaunch& launch, std::shared_ptr<SerialQueue> queue,
+                                                                                   Callbacks callbacks);
+
+    ~ChildProcess();
+
+    // The following are called on the queue.
+
+    // Queues bytes for the child's standard input and returns at once. Bytes that the child does not take are dropped without a word
+    // when it ends or the stream is closed.
+    void write(std::string bytes);
+    // Closes the child's standard input once what is queued has been written.
+    void closeInput();
+    // Closes our ends of the three pipes; what was not written or read is dropped.
+    void closeStreams();
+    // One SIGTERM; nothing when the child has ended.
+    void terminate();
+    // While paused no more output is read, and the child waits when its pipe is full. The end of the child is reported all the same,
+    // after what it wrote. The error stream is never paused.
+    void pauseOutput();
+    void resumeOutput();
+    [[nodiscard]] bool isRunning() const;
+    [[nodiscard]] int processID() const;
+
+    struct Implementation;
+
+private:
+    explicit ChildProcess(std::shared_ptr<Implementation> implementation);
+    std::shared_ptr<Implementation> m_implementation;
+};
+
+// What a command printed and how it ended.
+struct CommandOutcome {
+    std::string output;
+    int status = 0;
+};
+
+// Runs a command to its end on the calling thread, with an empty standard input and both outputs in one pipe that is read while
+// waiting; no time limit. A failure is the platform's text of the failed start.
+[[nodiscard]] Result<CommandOutcome, std::string> runCommand(const ChildLaunch& launch);
+// The same without blocking: `done` runs once on the main thread.
+void runCommandInBackground(const ChildLaunch& launch, MainThread& mainThread, std::function<void(Result<CommandOutcome, std::string>)> done);
+
+} // namespace tessarin

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace tessarin
+{
+
+// The desktop around the program. The window implements it; tests pass one that records. Main thread only.
+class Desktop
+{
+public:
+    virtual ~Desktop() = default;
+
+    struct FolderQuestion {
+        std::string title;
+        std::string prompt; // the text of the confirming button
+    };
+    // Asks for one folder, new ones allowed; `done` runs later with the path, or with absent when the person gave up.
+    virtual void chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done) = 0;
+    // Shows the file or folder in the file manager.
+    virtual void reveal(const std::string& path) = 0;
+};
+
+} // namespace tessarin

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Platform/Result.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessarin
+{
+
+// What a file operation failed with, in the platform's words.
+struct FileError {
+    std::string text;
+    [[nodiscard]] const std::string& description() const { return text; }
+};
+
+// Bytes in shared, immutable pieces, so that a large value of which little changed is handed on without copying it.
+class ByteRope
+{
+public:
+    using Piece = std::shared_ptr<const std::string>;
+
+    ByteRope() = default;
+    explicit ByteRope(std::string bytes);
+    void append(Piece piece);
+    void append(std::string bytes);
+    [[nodiscard]] const std::vector<Piece>& pieces() const { return m_pieces; }
+    [[nodiscard]] std::size_t size() const { return m_size; }
+    [[nodiscard]] std::string joined() const;
+
+private:
+    std::vector<Piece> m_pieces;
+    std::size_t m_size = 0;
+};
+
+[[nodiscard]] bool fileExists(const std::string& path); // file or folder, links followed
+[[nodiscard]] bool isDirectory(const std::string& path);
+[[nodiscard]] bool isExecutableFile(const std::string& path); // what the access rights say; true for folders that may be entered
+[[nodiscard]] std::string homeDirectory(); // $HOME, else the account's
+[[nodiscard]] std::string expandedTilde(std::string_view path, std::string_view home); // a leading "~" or "~/"
+[[nodiscard]] std::string lastPathComponent(std::string_view path); // "/" for the root
+// Absolute (against the working directory), without ".", "..", empty components and a trailing "/"; links are not resolved.
+[[nodiscard]] std::string standardizedPath(std::string_view path);
+
+[[nodiscard]] Result<std::string, FileError> readFile(const std::string& path);
+[[nodiscard]] Result<void, FileError> createDirectories(const std::string& path, unsigned mode = 0700);
+// Replaces the file whole or not at all: a temporary file in the same folder, fsync, rename, fsync of the folder.
+// On failure the temporary file is removed and the earlier file stays.
+[[nodiscard]] Result<void, FileError> writeFileAtomically(const std::string& path, const ByteRope& bytes, unsigned mode = 0600);
+
+} // namespace tessarin

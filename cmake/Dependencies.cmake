@@ -1,0 +1,13 @@
+# Everything comes from the distribution's packages; nothing is downloaded.
+find_package(Threads REQUIRED)
+find_package(Boost 1.81 REQUIRED COMPONENTS json)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
+if(NOT TESSARIN_FUZZ)
+    pkg_check_modules(md4c REQUIRED IMPORTED_TARGET md4c)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Qml Quick QuickControls2 Svg Network Test)
+    if(NOT APPLE)
+        find_package(Qt6 6.4 REQUIRED COMPONENTS DBus)
+    endif()
+    find_package(GTest REQUIRED)
+endif()
