@@ -1,0 +1,64 @@
+"""Pictures of what is to be seen."""
+import struct
+import time
+import zlib
+
+from .element import Element
+from .errors import UiError
+
+
+def write_png(file, width, height, rgb):
+    def chunk(tag, body):
+        return struct.pack('>I', len(body)) + tag + body + struct.pack('>I', zlib.crc32(tag + body))
+    lines = b''.join(b'\0' + rgb[row * width * 3:(row + 1) * width * 3] for row in range(height))
+    with open(file, 'wb') as out:
+        out.write(b'\x89PNG\r\n\x1a\n' + chunk(b'IHDR', struct.pack('>IIBBBBB', width, height, 8, 2, 0, 0, 0)) +
+                  chunk(b'IDAT', zlib.compress(lines, 9)) + chunk(b'IEND', b''))
+
+
+class Pictures:
+    """Part of a session; `self.screen` is the connection to the display."""
+
+    def image(self, of=None, window=None):
+        """(width, height, RGB) of the whole screen, of an Element, or of an X window by its id. A window is asked for its own
+        picture, since on some desktops the screen as a whole has none."""
+        if window is not None:
+            _, (_, _, width, height) = self.xwindows()[window]
+            return self.screen.picture(window, 0, 0, width, height)
+        width, height = self.screen_size()
+        if of is None:
+            return self.screen.picture(self.screen.root, 0, 0, width, height)
+        x, y, across, down = of.rect if isinstance(of, Element) else of
+        left, top, right, bottom = max(0, x), max(0, y), min(width, x + across), min(height, y + down)
+        if right <= left or bottom <= top:
+            raise UiError(f'nothing of {of!r} is on the screen')
+        return self.screen.picture(self.screen.root, left, top, right - left, bottom - top)
+
+    def screen_size(self):
+        return tuple(int(number) for number in self.xdotool('getdisplaygeometry').split())
+
+    def shot(self, file, of=None, window=None):
+        """A PNG file of that."""
+        write_png(file, *self.image(of, window))
+        return file
+
+    def colours(self, of=None):
+        """How many different colours are to be seen: 1 means blank."""
+        _, _, rgb = self.image(of)
+        return len({rgb[at:at + 3] for at in range(0, len(rgb), 3)})
+
+    def brightness(self, of=None):
+        """The mean of all samples, 0 to 255."""
+        _, _, rgb = self.image(of)
+        return sum(rgb) / len(rgb)
+
+    def still(self, of=None, timeout=5, every=0.15):
+        """Waits until two pictures in a row are the same: animations are over. False when that never comes."""
+        last, end = None, time.monotonic() + timeout
+        while time.monotonic() < end:
+            now = self.image(of)
+            if now == last:
+                return True
+            last = now
+            time.sleep(every)
+        return False
