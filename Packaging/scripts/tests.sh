@@ -1,0 +1,28 @@
+# Runs what was built. Sourced by ./test.
+
+# run_tests PRESET... -- CTEST-ARGUMENT...: one run of ctest over all presets, so that there is one summary.
+run_tests() {
+    local folder="$root/build/tests" presets=()
+    while [ "$1" != "--" ]; do
+        presets+=("\"$root/build/$1\"")
+        shift
+    done
+    shift
+    mkdir -p "$folder"
+    printf 'subdirs(%s)\n' "${presets[*]}" > "$folder/CTestTestfile.cmake"
+    say "Running the tests"
+    exec ctest --test-dir "$folder" --parallel "$(nproc)" --output-on-failure --no-tests=error "$@"
+}
+
+# Prints what the benchmarks say as the table of the README: their lines read "what: ratio (bar ...)".
+run_benchmarks() {
+    local program line lines="" failed=""
+    build release all
+    while IFS= read -r program; do
+        say "Running $(basename "$program")" >&2
+        if ! line=$("$program"); then failed="$failed $(basename "$program")"; fi
+        lines+=$(sed -nE 's/^([^:]+): *([^ ]+) *\(bar:? *(.+)\)$/| \1 | \2 | \3 |/p' <<< "$line")$'\n'
+    done < <(find "$root/build/release/Benchmarks" -maxdepth 1 -type f -name '*Benchmark' -perm -u+x | sort)
+    printf '| what | measured | bar |\n|---|---|---|\n%s' "$lines"
+    [ -z "$failed" ] || fail "A bar was missed: look at$failed and run ./test --benchmarks again on a machine that does nothing else."
+}
