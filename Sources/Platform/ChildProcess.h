@@ -20,12 +20,20 @@ class MainThread;
 using Environment = std::map<std::string, std::string>;
 [[nodiscard]] Environment processEnvironment();
 
+// What a child reads from as its standard input.
+enum class ChildInput {
+    pipe, // from us: write() and closeInput()
+    inherited, // from where this process reads
+    empty,
+};
+
 struct ChildLaunch {
     std::string executable; // absolute path
     std::vector<std::string> arguments; // without the program's own name
     std::optional<std::string> workingDirectory; // absent: that of this process
     Environment environment; // the child sees this and nothing else
     bool mergesErrorOutput = false; // both streams on the output pipe; onErrorOutput is never called
+    ChildInput input = ChildInput::pipe;
 };
 
 // How a child ended.
@@ -37,8 +45,8 @@ struct ChildEnd {
 // A running child with pipes on its standard streams. All callbacks run on the queue given at launch.
 // The child starts with default signal handling and an empty signal mask, and inherits no descriptor of ours but its three streams.
 // The object may be dropped at any time: that closes our ends of the pipes and leaves the child running; its end is still
-// collected, so that no zombie stays.
-class ChildProcess : public std::enable_shared_from_this<ChildProcess>
+// collected, so that no zombie stays. No callback begins after a drop on the queue; callbacks are released by then, or after onEnd.
+class ChildProcess
 {
 public:
     struct Callbacks {
@@ -50,11 +58,14 @@ public:
         std::function<void(ChildEnd end)> onEnd;
     };
 
-    // Starts the child. A failure is the platform's text. Callable from any thread; callbacks may begin before it returns.
-    [[nodiscard]] static Result<std::shared_ptr<ChildProcess>, std::string> launch(const ChildLaunch& launch, std::shared_ptr<SerialQueue> queue,
-                                                                                   Callbacks callbacks);
+    // Starts the child. A failure is the platform's text, after the path that it is about: "/bin/none: No such file or directory".
+    // Nothing is left behind then. Callable from any thread; callbacks may begin before it returns.
+    [[nodiscard]] static Result<std::shared_ptr<ChildProcess>, std::string> launch(
+        const ChildLaunch& launch, std::shared_ptr<SerialQueue> queue, Callbacks callbacks);
 
     ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
 
     // The following are called on the queue.
 
@@ -84,13 +95,15 @@ private:
 // What a command printed and how it ended.
 struct CommandOutcome {
     std::string output;
-    int status = 0;
+    int status = 0; // as in ChildEnd
 };
 
 // Runs a command to its end on the calling thread, with an empty standard input and both outputs in one pipe that is read while
-// waiting; no time limit. A failure is the platform's text of the failed start.
+// waiting; no time limit. It is over when the command has ended, whoever else keeps the pipe open.
+// A failure is the platform's text of the failed start. Requires: not called from a queue.
 [[nodiscard]] Result<CommandOutcome, std::string> runCommand(const ChildLaunch& launch);
-// The same without blocking: `done` runs once on the main thread.
-void runCommandInBackground(const ChildLaunch& launch, MainThread& mainThread, std::function<void(Result<CommandOutcome, std::string>)> done);
+// The same without blocking: `done` runs once on the main thread, never before this returns.
+void runCommandInBackground(
+    const ChildLaunch& launch, MainThread& mainThread, std::function<void(Result<CommandOutcome, std::string>)> done);
 
 } // namespace tessarin

@@ -1,0 +1,65 @@
+#include "Platform/ChildSystem.h"
+
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/post.hpp>
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <memory>
+#include <sys/pidfd.h>
+#include <sys/wait.h>
+#include <thread>
+#include <utility>
+
+namespace tessarin
+{
+
+namespace
+{
+
+constexpr int firstOwnDescriptor = 3;
+
+// For a system that refuses descriptors of processes, as some containers do.
+void waitOnAThread(pid_t child, const QueueExecutor& executor, std::function<void()> onEnded)
+{
+    std::thread([child, executor, onEnded = std::move(onEnded)]() mutable {
+        siginfo_t information{};
+        while (waitid(P_PID, static_cast<id_t>(child), &information, WEXITED | WNOWAIT) != 0 && errno == EINTR) { }
+        boost::asio::post(executor, std::move(onEnded));
+    }).detach();
+}
+
+} // namespace
+
+Pipe openPipe()
+{
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0)
+        return {};
+    return { Descriptor(ends[0]), Descriptor(ends[1]) };
+}
+
+int inheritStandardStreamsOnly(posix_spawn_file_actions_t& actions, short& /*flags*/)
+{
+    return posix_spawn_file_actions_addclosefrom_np(&actions, firstOwnDescriptor);
+}
+
+void callWhenEnded(pid_t child, const QueueExecutor& executor, std::function<void()> onEnded)
+{
+    Descriptor process(pidfd_open(child, 0));
+    const auto watched = std::make_shared<boost::asio::posix::stream_descriptor>(executor);
+    boost::system::error_code error = boost::asio::error::bad_descriptor;
+    if (process.isOpen())
+        watched->assign(process.get(), error);
+    if (error) {
+        waitOnAThread(child, executor, std::move(onEnded));
+        return;
+    }
+    process.release();
+    // The descriptor of a process turns readable when it ends.
+    watched->async_wait(boost::asio::posix::descriptor_base::wait_read,
+        [watched, onEnded = std::move(onEnded)](const boost::system::error_code&) { onEnded(); });
+}
+
+} // namespace tessarin
