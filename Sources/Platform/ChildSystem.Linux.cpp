@@ -7,9 +7,10 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 namespace tessarin
@@ -19,6 +20,12 @@ namespace
 {
 
 constexpr int firstOwnDescriptor = 3;
+
+// The library's function of this name cannot be linked from C++ before glibc 2.37: its header forgets to say that it is C.
+int openProcess(pid_t process)
+{
+    return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+}
 
 // For a system that refuses descriptors of processes, as some containers do.
 void waitOnAThread(pid_t child, const QueueExecutor& executor, std::function<void()> onEnded)
@@ -47,7 +54,7 @@ int inheritStandardStreamsOnly(posix_spawn_file_actions_t& actions, short& /*fla
 
 void callWhenEnded(pid_t child, const QueueExecutor& executor, std::function<void()> onEnded)
 {
-    Descriptor process(pidfd_open(child, 0));
+    Descriptor process(openProcess(child));
     const auto watched = std::make_shared<boost::asio::posix::stream_descriptor>(executor);
     boost::system::error_code error = boost::asio::error::bad_descriptor;
     if (process.isOpen())
