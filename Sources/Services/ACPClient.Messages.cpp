@@ -1,0 +1,79 @@
+#include "Services/ACPClient.h"
+
+#include <utility>
+
+// The messages of an ACPClient: what arrives is told apart, what is sent is written.
+
+namespace tessarin
+{
+
+void ACPClient::handleLine(std::string_view line)
+{
+    auto message = parseJson(line, m_outbox.batch().storageFor(line.size()));
+    if (!message)
+        return;
+    if (JsonObject* object = message->if_object())
+        handle(*object);
+}
+
+void ACPClient::handle(JsonObject& message)
+{
+    const auto id = integerAt(message, "id");
+    if (id && !message.contains("method")) {
+        if (const auto handler = m_pending.take(*id))
+            (*handler)(replyOf(message));
+        return;
+    }
+    const auto method = textAt(message, "method");
+    if (!method)
+        return;
+    if (id) {
+        static const JsonObject noParams;
+        const JsonObject* params = objectAt(message, "params");
+        handleAgentRequest(*id, *method, params ? *params : noParams);
+    } else if (*method == "session/update") {
+        deliverUpdate(message);
+    }
+}
+
+JsonRpcReply ACPClient::replyOf(const JsonObject& message) const
+{
+    if (const JsonObject* error = objectAt(message, "error")) {
+        const auto text = textAt(*error, "message");
+        return Failure{ AgentError(ACPClientError{
+            ACPClientError::Kind::invalidResponse, text ? std::string(*text) : m_runtimeName + " returned an unknown error." }) };
+    }
+    const JsonObject* result = objectAt(message, "result");
+    return result ? keptCopy(*result) : JsonObject();
+}
+
+void ACPClient::deliverUpdate(JsonObject& message)
+{
+    Json* params = message.if_contains("params");
+    Json* update = params && params->is_object() ? params->get_object().if_contains("update") : nullptr;
+    if (update && update->is_object())
+        m_outbox.batch().add(std::move(update->get_object()));
+}
+
+void ACPClient::sendRequest(std::string_view method, JsonObject params, PendingRequests::Handler handler)
+{
+    // Nobody would answer.
+    if (!m_isConnected)
+        return handler(Failure{ AgentError(ACPClientError{ ACPClientError::Kind::disconnected, {} }) });
+    const std::int64_t id = m_pending.add(std::move(handler));
+    write(JsonRpc::request(id, method, std::move(params)));
+}
+
+void ACPClient::sendNotification(std::string_view method, JsonObject params)
+{
+    write(JsonRpc::notification(method, std::move(params)));
+}
+
+void ACPClient::write(const JsonObject& message)
+{
+    auto line = JsonRpc::line(message);
+    if (line && m_process)
+        m_process->write(std::move(*line));
+}
+
+} // namespace tessarin

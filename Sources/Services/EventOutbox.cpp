@@ -1,0 +1,30 @@
+#include "Services/EventOutbox.h"
+
+#include "Platform/MainThread.h"
+
+#include <utility>
+
+namespace tessarin
+{
+
+EventOutbox::EventOutbox(MainThread& mainThread, std::shared_ptr<EventGate> gate) : m_mainThread(mainThread), m_gate(std::move(gate)) { }
+
+EventBatch& EventOutbox::batch()
+{
+    if (!m_batch)
+        m_batch = std::make_shared<EventBatch>(m_gate, std::exchange(m_expectedBytes, 0));
+    return *m_batch;
+}
+
+bool EventOutbox::flush()
+{
+    m_expectedBytes = 0;
+    const std::shared_ptr<EventBatch> batch = std::exchange(m_batch, nullptr);
+    if (!batch || batch->isEmpty())
+        return false;
+    const bool pause = m_gate->add(batch->bytes());
+    m_mainThread.post([batch] { batch->run(); });
+    return pause;
+}
+
+} // namespace tessarin
