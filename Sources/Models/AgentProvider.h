@@ -10,8 +10,8 @@ namespace tessarin
 // The five runtimes. The order is the automatic routing order.
 enum class AgentProvider { grok, codex, kimi, glm, claude };
 
-inline constexpr std::array allAgentProviders { AgentProvider::grok, AgentProvider::codex, AgentProvider::kimi, AgentProvider::glm,
-                                                AgentProvider::claude };
+inline constexpr std::array allAgentProviders{ AgentProvider::grok, AgentProvider::codex, AgentProvider::kimi, AgentProvider::glm,
+    AgentProvider::claude };
 
 // The text that is stored and travels over the wire; parsed exactly, absent for any other text.
 [[nodiscard]] std::string_view rawText(AgentProvider provider);

@@ -3,13 +3,20 @@
 #include "Models/AgentProvider.h"
 #include "Platform/Instant.h"
 
+#include <array>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace tessarin
 {
 
 enum class ChatEntryKind { user, assistant, thought, tool, system };
 
+inline constexpr std::array allChatEntryKinds{ ChatEntryKind::user, ChatEntryKind::assistant, ChatEntryKind::thought, ChatEntryKind::tool,
+    ChatEntryKind::system };
+
+// The stored text; parsed exactly, absent for any other text.
 [[nodiscard]] std::string_view rawText(ChatEntryKind kind);
 [[nodiscard]] std::optional<ChatEntryKind> chatEntryKindFromRawText(std::string_view text);
 

@@ -14,7 +14,7 @@ public:
 
     ConnectionState() = default;
     // Requires: kind is not `failed`.
-    ConnectionState(Kind kind) : m_kind(kind) { }
+    ConnectionState(Kind kind);
     [[nodiscard]] static ConnectionState failed(std::string text);
 
     [[nodiscard]] Kind kind() const { return m_kind; }

@@ -11,7 +11,7 @@ namespace tessarin
 // How much an agent may do unasked. One mode for all providers, in spite of its name.
 enum class GrokPermissionMode { ask, auto_, fullAccess };
 
-inline constexpr std::array allGrokPermissionModes { GrokPermissionMode::ask, GrokPermissionMode::auto_, GrokPermissionMode::fullAccess };
+inline constexpr std::array allGrokPermissionModes{ GrokPermissionMode::ask, GrokPermissionMode::auto_, GrokPermissionMode::fullAccess };
 
 [[nodiscard]] std::string_view rawText(GrokPermissionMode mode);
 [[nodiscard]] std::optional<GrokPermissionMode> grokPermissionModeFromRawText(std::string_view text);

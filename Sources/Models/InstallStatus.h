@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 
 namespace tessarin
@@ -27,20 +28,27 @@ struct InstalledWithSignIn {
     bool operator==(const InstalledWithSignIn&) const = default;
 };
 
-struct GrokInstallStatus : std::variant<Checking, Missing, Installed> {
-    using variant::variant;
+// One of the three states. `Vendor` only makes the types of the vendors differ, so that one's status is never taken for another's.
+template <class Vendor, class InstalledState>
+struct InstallStatus {
+    std::variant<Checking, Missing, InstalledState> state;
+
+    InstallStatus() = default;
+    InstallStatus(Checking) { }
+    InstallStatus(Missing missing) : state(missing) { }
+    InstallStatus(InstalledState installedState) : state(std::move(installedState)) { }
+
+    [[nodiscard]] bool isChecking() const { return std::holds_alternative<Checking>(state); }
+    [[nodiscard]] bool isMissing() const { return std::holds_alternative<Missing>(state); }
+    // Null unless installed.
+    [[nodiscard]] const InstalledState* installed() const { return std::get_if<InstalledState>(&state); }
+    bool operator==(const InstallStatus&) const = default;
 };
-struct KimiInstallStatus : std::variant<Checking, Missing, Installed> {
-    using variant::variant;
-};
-struct OpenCodeInstallStatus : std::variant<Checking, Missing, Installed> {
-    using variant::variant;
-};
-struct CodexInstallStatus : std::variant<Checking, Missing, InstalledWithSignIn> {
-    using variant::variant;
-};
-struct ClaudeInstallStatus : std::variant<Checking, Missing, InstalledWithSignIn> {
-    using variant::variant;
-};
+
+using GrokInstallStatus = InstallStatus<struct GrokVendor, Installed>;
+using KimiInstallStatus = InstallStatus<struct KimiVendor, Installed>;
+using OpenCodeInstallStatus = InstallStatus<struct OpenCodeVendor, Installed>;
+using CodexInstallStatus = InstallStatus<struct CodexVendor, InstalledWithSignIn>;
+using ClaudeInstallStatus = InstallStatus<struct ClaudeVendor, InstalledWithSignIn>;
 
 } // namespace tessarin

@@ -3,9 +3,10 @@
 #include "Models/Workspace.h"
 #include "Platform/Files.h"
 
-#include <cstdint>
-#include <functional>
+#include <cstddef>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -14,17 +15,23 @@ namespace tessarin
 {
 
 // The stored form of the tree: a JSON array of projects, instants in seconds since 2001, absent fields left out.
-// Decoding fails as a whole for a missing required key, a wrong type, an unknown vocabulary text or a text that is no UUID.
+// Decoding fails as a whole for a missing required key, a wrong type, an unknown vocabulary text, a text that is no UUID, a number that
+// no double holds and anything nested deeper than maximumJsonDepth. A null stands for an absent optional field; unknown keys are passed
+// over; of a key that occurs twice the last value counts, and each must be of the right type.
 [[nodiscard]] std::optional<std::vector<Workspace>> decodeWorkspaces(std::string_view json);
-[[nodiscard]] std::string encodeWorkspaces(const std::vector<Workspace>& workspaces);
+// On one line, keys in the order in which the records declare them. Fails for an instant that is not finite: JSON has no such number.
+[[nodiscard]] std::optional<std::string> encodeWorkspaces(const std::vector<Workspace>& workspaces);
 
 // What has changed in each task since it was last encoded, so that a save encodes that and hands on the rest.
-// The owner of the tree notes every change here.
+// The owner of the tree notes every change here. New, removed and reordered tasks and all of a project's own fields need no note.
 class TreeChanges
 {
 public:
-    // All of the task's record, or its entries from this index on, may differ from what was encoded.
+    // All of the task's record may differ from what was encoded.
     void noteTask(const Uuid& thread) { noteEntries(thread, 0); }
+    // The task's own fields may differ (title, sessions, times), its entries do not.
+    void noteFields(const Uuid& thread) { noteEntries(thread, static_cast<std::size_t>(-1)); }
+    // The task's own fields, and its entries from this index on, may differ.
     void noteEntries(const Uuid& thread, std::size_t firstChanged);
 
 private:
@@ -32,15 +39,16 @@ private:
     std::unordered_map<Uuid, std::size_t> m_firstChanged;
 };
 
-// Encodes the tree, keeping the bytes of what has not changed. Main thread only.
+// Encodes the tree, keeping the bytes of what has not changed: about as much memory as the stored tree is long. Main thread only.
 class WorkspaceEncoder
 {
 public:
     WorkspaceEncoder();
     ~WorkspaceEncoder();
-    // The same bytes as encodeWorkspaces(workspaces). Empties `changes`. A task that the encoder has not seen is encoded whole.
+    // The same bytes as encodeWorkspaces(workspaces), absent like there. Empties `changes`, unless it fails.
+    // A task that the encoder has not seen is encoded whole.
     // Requires: every change since the last call was noted in `changes`.
-    [[nodiscard]] ByteRope encode(const std::vector<Workspace>& workspaces, TreeChanges& changes);
+    [[nodiscard]] std::optional<ByteRope> encode(const std::vector<Workspace>& workspaces, TreeChanges& changes);
 
 private:
     struct Implementation;

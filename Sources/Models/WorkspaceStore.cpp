@@ -1,0 +1,85 @@
+#include "Models/WorkspaceStore.h"
+
+#include "Platform/Files.h"
+
+#include <thread>
+#include <utility>
+
+namespace tessarin
+{
+
+namespace
+{
+
+struct Loaded {
+    std::vector<Workspace> workspaces;
+    bool isUsable = true; // false for a value that is there but can't be read or decoded
+};
+
+Loaded loadWith(const Preferences::BytesReader& read)
+{
+    const auto stored = read();
+    if (!stored) {
+        return { .workspaces = {}, .isUsable = false };
+    }
+    if (!stored.value()) {
+        return {};
+    }
+    auto decoded = decodeWorkspaces(*stored.value());
+    if (!decoded) {
+        return { .workspaces = {}, .isUsable = false };
+    }
+    return { .workspaces = std::move(*decoded), .isUsable = true };
+}
+
+} // namespace
+
+struct WorkspaceStore::Loading {
+    explicit Loading(Preferences::BytesReader read) : m_thread([this, read = std::move(read)] { m_loaded = loadWith(read); }) { }
+    ~Loading()
+    {
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+    }
+
+    [[nodiscard]] Loaded wait()
+    {
+        m_thread.join();
+        return std::move(m_loaded);
+    }
+
+private:
+    Loaded m_loaded; // of the thread until it is joined
+    std::thread m_thread;
+};
+
+WorkspaceStore::WorkspaceStore(Preferences& preferences) : m_preferences(preferences) { }
+
+WorkspaceStore::~WorkspaceStore() = default;
+
+void WorkspaceStore::beginLoading()
+{
+    m_loading = std::make_unique<Loading>(m_preferences.bytesReader(key));
+}
+
+std::vector<Workspace> WorkspaceStore::load()
+{
+    Loaded loaded = m_loading ? m_loading->wait() : loadWith(m_preferences.bytesReader(key));
+    m_loading.reset();
+    if (!loaded.isUsable) {
+        m_preferences.setAside(key);
+    }
+    std::erase_if(loaded.workspaces, [](const Workspace& workspace) { return !fileExists(workspace.path); });
+    return std::move(loaded.workspaces);
+}
+
+void WorkspaceStore::save(const std::vector<Workspace>& workspaces, TreeChanges& changes)
+{
+    // A tree that can't be encoded isn't written and the earlier one stays, without a word by design.
+    if (auto encoded = m_encoder.encode(workspaces, changes)) {
+        m_preferences.setBytes(key, std::move(*encoded));
+    }
+}
+
+} // namespace tessarin
