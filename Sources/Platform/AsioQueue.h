@@ -4,22 +4,24 @@
 
 #include "Platform/SerialQueue.h"
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/strand.hpp>
-
 #include <atomic>
+#include <memory>
 #include <string>
+
+// Declared, not included: Asio stays out of headers.
+namespace boost::asio
+{
+class any_io_executor;
+}
 
 namespace tessarin
 {
 
-using QueueExecutor = boost::asio::strand<boost::asio::io_context::executor_type>;
-
 struct SerialQueue::Implementation {
     // Constant after construction.
     std::string label;
-    // What is posted here directly is not dropped with the queue.
-    QueueExecutor executor;
+    // For Asio's own objects. What they run here is not dropped with the queue.
+    std::shared_ptr<boost::asio::any_io_executor> executor;
 
     // Set when the queue is gone, so that what still waits is dropped.
     std::atomic<bool> isAbandoned = false;
@@ -38,8 +40,5 @@ public:
 private:
     const SerialQueue::Implementation* m_outer;
 };
-
-// True while the calling thread runs on any queue.
-[[nodiscard]] bool isOnSomeQueue();
 
 } // namespace tessarin

@@ -1,6 +1,5 @@
 #include "Platform/ChildProcess.h"
 
-#include "Platform/AsioQueue.h"
 #include "Platform/MainThread.h"
 
 #include <cassert>
@@ -45,7 +44,7 @@ void startCommand(ChildLaunch launch, std::function<void(CommandResult)> done)
 
 CommandResult runCommand(const ChildLaunch& launch)
 {
-    assert(!isOnSomeQueue());
+    assert(!SerialQueue::isCallerOnAny());
     std::mutex mutex;
     std::condition_variable ended;
     std::optional<CommandResult> result;

@@ -5,7 +5,6 @@
 #include "Platform/ChildSystem.h"
 
 #include <boost/asio/posix/stream_descriptor.hpp>
-#include <boost/asio/post.hpp>
 
 #include <algorithm>
 #include <atomic>
@@ -92,10 +91,10 @@ struct ChildProcess::Implementation : std::enable_shared_from_this<Implementatio
     void closeStreams() REQUIRES(*queue);
     void release() REQUIRES(*queue);
 
-    // Runs `step` later on the queue, also when its last outside reference is gone by then.
+    // Runs `step` later on the queue.
     void post(void (Implementation::*step)());
 
-    // Constant after launch.
+    // Constant after launch. The queue is kept, so that nothing posted to it is dropped.
     const std::shared_ptr<SerialQueue> queue;
     pid_t processID = 0;
 
@@ -117,10 +116,10 @@ struct ChildProcess::Implementation : std::enable_shared_from_this<Implementatio
 ChildProcess::Implementation::Implementation(
     std::shared_ptr<SerialQueue> serialQueue, Callbacks callbacks, ChildStreams& streams, boost::system::error_code& error)
     : queue(std::move(serialQueue))
-    , output{ Stream(queue->implementation()->executor), std::move(callbacks.onOutput) }
-    , errorOutput{ Stream(queue->implementation()->executor), std::move(callbacks.onErrorOutput) }
+    , output{ Stream(*queue->implementation()->executor), std::move(callbacks.onOutput) }
+    , errorOutput{ Stream(*queue->implementation()->executor), std::move(callbacks.onErrorOutput) }
     , onEnd(std::move(callbacks.onEnd))
-    , input(queue->implementation()->executor)
+    , input(*queue->implementation()->executor)
 {
     const auto adopt = [&error](Stream& stream, Descriptor& descriptor) {
         if (descriptor.isOpen() && !error)
@@ -135,8 +134,7 @@ ChildProcess::Implementation::Implementation(
 
 void ChildProcess::Implementation::post(void (Implementation::*step)())
 {
-    boost::asio::post(queue->implementation()->executor, [self = shared_from_this(), step] {
-        const QueueScope scope(*self->queue->implementation());
+    queue->post([self = shared_from_this(), step] {
         self->queue->assertCurrent();
         (*self.*step)();
     });
@@ -144,8 +142,7 @@ void ChildProcess::Implementation::post(void (Implementation::*step)())
 
 void ChildProcess::Implementation::begin()
 {
-    callWhenEnded(processID, queue->implementation()->executor, [self = shared_from_this()] {
-        const QueueScope scope(*self->queue->implementation());
+    callWhenEnded(processID, queue, [self = shared_from_this()] {
         self->queue->assertCurrent();
         self->childEnded();
     });

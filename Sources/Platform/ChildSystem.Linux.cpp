@@ -1,7 +1,8 @@
 #include "Platform/ChildSystem.h"
 
+#include "Platform/AsioQueue.h"
+
 #include <boost/asio/posix/stream_descriptor.hpp>
-#include <boost/asio/post.hpp>
 
 #include <array>
 #include <cerrno>
@@ -28,12 +29,12 @@ int openProcess(pid_t process)
 }
 
 // For a system that refuses descriptors of processes, as some containers do.
-void waitOnAThread(pid_t child, const QueueExecutor& executor, std::function<void()> onEnded)
+void waitOnAThread(pid_t child, const std::shared_ptr<SerialQueue>& queue, std::function<void()> onEnded)
 {
-    std::thread([child, executor, onEnded = std::move(onEnded)]() mutable {
+    std::thread([child, queue, onEnded = std::move(onEnded)]() mutable {
         siginfo_t information{};
         while (waitid(P_PID, static_cast<id_t>(child), &information, WEXITED | WNOWAIT) != 0 && errno == EINTR) { }
-        boost::asio::post(executor, std::move(onEnded));
+        queue->post(std::move(onEnded));
     }).detach();
 }
 
@@ -52,21 +53,24 @@ int inheritStandardStreamsOnly(posix_spawn_file_actions_t& actions, short& /*fla
     return posix_spawn_file_actions_addclosefrom_np(&actions, firstOwnDescriptor);
 }
 
-void callWhenEnded(pid_t child, const QueueExecutor& executor, std::function<void()> onEnded)
+void callWhenEnded(pid_t child, const std::shared_ptr<SerialQueue>& queue, std::function<void()> onEnded)
 {
     Descriptor process(openProcess(child));
-    const auto watched = std::make_shared<boost::asio::posix::stream_descriptor>(executor);
+    const auto watched = std::make_shared<boost::asio::posix::stream_descriptor>(*queue->implementation()->executor);
     boost::system::error_code error = boost::asio::error::bad_descriptor;
     if (process.isOpen())
         watched->assign(process.get(), error);
     if (error) {
-        waitOnAThread(child, executor, std::move(onEnded));
+        waitOnAThread(child, queue, std::move(onEnded));
         return;
     }
     process.release();
     // The descriptor of a process turns readable when it ends.
-    watched->async_wait(boost::asio::posix::descriptor_base::wait_read,
-        [watched, onEnded = std::move(onEnded)](const boost::system::error_code&) { onEnded(); });
+    watched->async_wait(
+        boost::asio::posix::descriptor_base::wait_read, [watched, queue, onEnded = std::move(onEnded)](const boost::system::error_code&) {
+            const QueueScope scope(*queue->implementation());
+            onEnded();
+        });
 }
 
 } // namespace tessarin

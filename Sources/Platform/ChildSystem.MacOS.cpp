@@ -2,8 +2,6 @@
 
 #include "Platform/ChildSystem.h"
 
-#include <boost/asio/post.hpp>
-
 #include <array>
 #include <dispatch/dispatch.h>
 #include <fcntl.h>
@@ -18,7 +16,7 @@ namespace
 
 struct EndWatch {
     pid_t child;
-    QueueExecutor executor;
+    std::shared_ptr<SerialQueue> queue;
     std::function<void()> onEnded;
     dispatch_source_t source;
     bool hasFired = false;
@@ -28,7 +26,7 @@ struct EndWatch {
     {
         if (std::exchange(hasFired, true))
             return;
-        boost::asio::post(executor, std::move(onEnded));
+        queue->post(std::move(onEnded));
         dispatch_source_cancel(source);
     }
 };
@@ -69,11 +67,11 @@ int inheritStandardStreamsOnly(posix_spawn_file_actions_t& actions, short& flags
     return 0;
 }
 
-void callWhenEnded(pid_t child, const QueueExecutor& executor, std::function<void()> onEnded)
+void callWhenEnded(pid_t child, const std::shared_ptr<SerialQueue>& queue, std::function<void()> onEnded)
 {
-    dispatch_queue_t queue = dispatch_queue_create("com.local.tessarin.child-end", DISPATCH_QUEUE_SERIAL);
-    dispatch_source_t source = dispatch_source_create(DISPATCH_SOURCE_TYPE_PROC, static_cast<uintptr_t>(child), DISPATCH_PROC_EXIT, queue);
-    auto* const watch = new EndWatch{ child, executor, std::move(onEnded), source };
+    dispatch_queue_t events = dispatch_queue_create("com.local.tessarin.child-end", DISPATCH_QUEUE_SERIAL);
+    dispatch_source_t source = dispatch_source_create(DISPATCH_SOURCE_TYPE_PROC, static_cast<uintptr_t>(child), DISPATCH_PROC_EXIT, events);
+    auto* const watch = new EndWatch{ child, queue, std::move(onEnded), source };
     dispatch_set_context(source, watch);
     dispatch_source_set_event_handler_f(source, [](void* context) { static_cast<EndWatch*>(context)->fire(); });
     dispatch_source_set_cancel_handler_f(source, [](void* context) {
@@ -83,7 +81,7 @@ void callWhenEnded(pid_t child, const QueueExecutor& executor, std::function<voi
     });
     dispatch_source_set_registration_handler_f(source, &checkForEarlierEnd);
     dispatch_resume(source);
-    dispatch_release(queue);
+    dispatch_release(events);
 }
 
 } // namespace tessarin

@@ -2,9 +2,12 @@
 
 #include "Platform/AsioQueue.h"
 
+#include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/strand.hpp>
 
 #include <algorithm>
 #include <cassert>
@@ -32,7 +35,7 @@ public:
             std::thread([this] { m_context.run(); }).detach();
     }
 
-    boost::asio::io_context& context() { return m_context; }
+    auto makeStrand() { return boost::asio::make_strand(m_context); }
 
 private:
     static int threadCount() { return std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 2, 4); }
@@ -59,13 +62,8 @@ QueueScope::~QueueScope()
     currentQueue = m_outer;
 }
 
-bool isOnSomeQueue()
-{
-    return currentQueue != nullptr;
-}
-
 SerialQueue::SerialQueue(std::string label)
-    : m_implementation(new Implementation{ std::move(label), QueueExecutor(queueThreads().context().get_executor()) })
+    : m_implementation(new Implementation{ std::move(label), std::make_shared<boost::asio::any_io_executor>(queueThreads().makeStrand()) })
 {
 }
 
@@ -76,7 +74,7 @@ SerialQueue::~SerialQueue()
 
 void SerialQueue::post(std::function<void()> work)
 {
-    boost::asio::post(m_implementation->executor, [queue = m_implementation, work = std::move(work)] {
+    boost::asio::post(*m_implementation->executor, [queue = m_implementation, work = std::move(work)] {
         if (queue->isAbandoned)
             return;
         const QueueScope scope(*queue);
@@ -86,7 +84,7 @@ void SerialQueue::post(std::function<void()> work)
 
 void SerialQueue::sync(const std::function<void()>& work)
 {
-    assert(!isOnSomeQueue());
+    assert(!isCallerOnAny());
     std::mutex mutex;
     std::condition_variable ran;
     bool hasRun = false;
@@ -104,6 +102,11 @@ void SerialQueue::sync(const std::function<void()>& work)
 void SerialQueue::assertCurrent() const
 {
     assert(currentQueue == m_implementation.get());
+}
+
+bool SerialQueue::isCallerOnAny()
+{
+    return currentQueue != nullptr;
 }
 
 const std::string& SerialQueue::label() const

@@ -28,6 +28,8 @@ public:
 
     // Stops the program in debug builds when the caller does not run on this queue.
     void assertCurrent() const ASSERT_CAPABILITY(this);
+    // True while the calling thread runs on any queue.
+    [[nodiscard]] static bool isCallerOnAny();
     [[nodiscard]] const std::string& label() const;
 
     // For sources of Platform alone, which run their input and output on the queue.
