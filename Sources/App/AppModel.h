@@ -1,6 +1,10 @@
 #pragma once
 
+#include "App/ChangeSignal.h"
+#include "App/EntryIndex.h"
 #include "App/ModelChange.h"
+#include "App/ProviderSelection.h"
+#include "App/SessionUpdateReducer.h"
 #include "Models/AppSection.h"
 #include "Models/ConnectionState.h"
 #include "Models/GrokPermissionMode.h"
@@ -21,6 +25,8 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tessarin
@@ -42,23 +48,27 @@ public:
         InstantSource now = &Instant::now;
     };
 
+    static constexpr const char* permissionModeKey = "grokPermissionMode.v1";
+    static constexpr const char* routingModeKey = "providerRoutingMode.v1";
+
     // Loads the tree and the modes. No client starts before the first prompt.
     [[nodiscard]] static std::shared_ptr<AppModel> make(Surroundings surroundings);
     ~AppModel(); // releases what it holds and stops nothing
 
-    // Observers are told after each change, in the order in which they joined. The returned token leaves when it is destroyed.
-    using Observer = std::function<void(const ModelChange&)>;
-    using Subscription = std::shared_ptr<void>;
+    // Observers are told of each change after it, at once and in the order in which they joined. They may read state; they must not call
+    // operations, which belong into a later turn of the main loop. The returned token leaves when it is destroyed.
+    using Observer = ChangeSignal::Observer;
+    using Subscription = ChangeSignal::Subscription;
     [[nodiscard]] Subscription observe(Observer observer);
 
     // Projects and tasks.
     void chooseProject();
     void addWorkspace(const std::string& path);
-    void selectWorkspace(const Uuid& id);
-    void selectThread(const Uuid& id, const Uuid& workspaceID);
+    void selectWorkspace(Uuid id);
+    void selectThread(Uuid id, Uuid workspaceID);
     void newThread(std::optional<Uuid> workspaceID = std::nullopt);
-    void deleteThread(const Uuid& id, const Uuid& workspaceID);
-    void removeWorkspace(const Uuid& id);
+    void deleteThread(Uuid id, Uuid workspaceID);
+    void removeWorkspace(Uuid id);
     void revealProject();
     void clearError();
 
@@ -69,6 +79,10 @@ public:
     // Modes and permissions.
     void setPermissionMode(GrokPermissionMode mode);
     void setRoutingMode(ProviderRoutingMode mode);
+    // Answers the pending request with one of its options, and closes it. An unknown id goes to the runtime as it is.
+    void respondToPermission(std::string optionID);
+    // Answers with the first option that refuses; without one the whole work stops.
+    void rejectPermission();
 
     // State.
     [[nodiscard]] const std::vector<Workspace>& workspaces() const;
@@ -97,7 +111,115 @@ public:
     [[nodiscard]] std::string connectionLabel() const;
 
 private:
+    // What travels with a prompt until its turn has ended.
+    struct Turn {
+        std::string prompt; // what the runtime gets: a handoff capsule, or the same as the next
+        std::string originalPrompt; // what the person typed, trimmed
+        std::set<AgentProvider> attempted; // where it has gone already
+    };
+
     explicit AppModel(Surroundings surroundings);
+
+    // Selection.
+    enum class TreeShape { kept, changed }; // changed: projects or tasks have come or gone
+    void select(std::optional<Uuid> workspaceID, std::optional<Uuid> threadID, TreeShape shape);
+    void resetConnection(); // the client never outlives the task and the modes that it was started with
+    void persist();
+    [[nodiscard]] Workspace* workspaceWithID(const Uuid& id);
+
+    // A prompt, in the order of its steps.
+    void routePrompt(Turn turn);
+    void performSend(const Turn& turn);
+    void finishPrompt(AgentProvider provider, const Turn& turn, const Result<JsonObject, AgentError>& result);
+    void handoff(AgentProvider from, AgentProvider to, Turn turn);
+    void appendSystemEntry(std::string text);
+    void markExhausted(AgentProvider provider);
+    void replaceUsage(ProviderUsage usage);
+
+    // A client, in the order of its steps.
+    void startClient(AgentProvider provider, std::function<void()> afterReady);
+    [[nodiscard]] std::shared_ptr<AgentClient> makeClient(AgentProvider provider, const std::string& workspacePath) const;
+    [[nodiscard]] std::optional<std::string> usableExecutable(AgentProvider provider) const;
+    void setCallbacks(const std::shared_ptr<AgentClient>& client);
+    void finishStart(AgentProvider provider, const Result<AgentStartResult, AgentError>& result, const std::function<void()>& afterReady);
+    void beginReplay();
+    void abandonReplay();
+    void appendLog(const std::string& text);
+    void dropClient();
+    [[nodiscard]] bool isCurrent(const std::weak_ptr<AgentClient>& client) const;
+    [[nodiscard]] std::function<void()> performSendLater(Turn turn);
+
+    // Choice of a provider.
+    [[nodiscard]] bool providerAvailable(AgentProvider provider) const;
+    [[nodiscard]] std::optional<AgentProvider> providerForNextTurn(const std::set<AgentProvider>& excluding = {});
+    [[nodiscard]] std::optional<AgentProvider> nextAutomaticProvider(AgentProvider after, const std::set<AgentProvider>& attempted);
+    template <class Question>
+    std::optional<AgentProvider> askAboutProviders(Question question);
+
+    // The selected task. Every write goes through updateActiveThread and lands on the task that is selected at that moment.
+    void handle(const SessionUpdate& update);
+    void updateThreadTitleIfNeeded(std::string_view prompt);
+    void appendEntry(ChatEntry entry);
+    void setEntries(std::vector<ChatEntry> entries);
+    [[nodiscard]] ChatThread* activeThread();
+    template <class Mutation>
+    void updateActiveThread(Mutation mutation)
+    {
+        if (ChatThread* thread = activeThread()) {
+            mutation(*thread);
+        }
+    }
+
+    void recordPermissionMode(GrokPermissionMode mode);
+
+    // Published state is set here alone; observers are told when the value has become another one.
+    template <class Value>
+    void publish(Value& field, Value value, ModelChange::Kind kind)
+    {
+        if (field != value) {
+            field = std::move(value);
+            changed(kind);
+        }
+    }
+    void setConnectionState(ConnectionState state);
+    void setPermissionRequest(std::optional<PermissionRequest> request);
+    void setErrorMessage(std::optional<std::string> message);
+    void setActiveProvider(std::optional<AgentProvider> provider);
+    void setPlan(std::vector<PlanEntry> plan);
+    void clearLog();
+    void fail(const std::string& text, std::string message);
+    void changed(ModelChange::Kind kind, std::size_t index = 0);
+
+    Surroundings m_surroundings;
+    ChangeSignal m_signal;
+
+    // Published.
+    std::vector<Workspace> m_workspaces;
+    std::optional<Uuid> m_selectedWorkspaceID;
+    std::optional<Uuid> m_selectedThreadID;
+    ConnectionState m_connectionState;
+    std::vector<PlanEntry> m_plan;
+    std::optional<PermissionRequest> m_permissionRequest;
+    std::optional<std::string> m_errorMessage;
+    std::string m_cliLog;
+    AppSection m_selectedSection = AppSection::build;
+    GrokPermissionMode m_permissionMode = GrokPermissionMode::ask;
+    ProviderRoutingMode m_routingMode = ProviderRoutingMode::automatic;
+    std::optional<AgentProvider> m_activeProvider;
+    std::map<AgentProvider, ProviderUsage> m_providerUsage;
+
+    // Private.
+    std::shared_ptr<AgentClient> m_client; // at most one
+    bool m_isReplaying = false; // a stored session is coming through as updates
+    std::optional<std::vector<ChatEntry>> m_replayBackup; // the entries that a replay has set aside
+    FallbackMessageIDs m_fallbackMessageIDs = FallbackMessageIDs::random();
+
+    // What keeps one more chunk as cheap in a long task as in a short one.
+    TreeChanges m_treeChanges; // since the last save
+    EntryIndex m_entryIndex; // of the selected task
+    // Where the selection was found last: tried first and checked, back at the start whenever the tree or the selection changes.
+    mutable std::size_t m_workspaceRow = 0;
+    mutable std::size_t m_threadRow = 0;
 };
 
 } // namespace tessarin

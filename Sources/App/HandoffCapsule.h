@@ -29,9 +29,12 @@ struct Contents {
 inline constexpr std::size_t entryLimit = 40;
 inline constexpr std::size_t characterLimit = 24000;
 
+inline constexpr const char* gitExecutable = "/usr/bin/git";
+
 [[nodiscard]] std::string build(const Contents& contents);
-// `git status` and both `git diff --stat` of the folder; empty where there is no repository.
-[[nodiscard]] std::string repositoryState(const std::string& path);
+// `git status` and both `git diff --stat` of the folder; empty where there is no repository. A command that does not start, fails or
+// prints nothing usable is left out.
+[[nodiscard]] std::string repositoryState(const std::string& path, const std::string& git = gitExecutable);
 
 } // namespace HandoffCapsule
 

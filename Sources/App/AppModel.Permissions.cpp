@@ -1,0 +1,71 @@
+#include "App/AppModel.h"
+
+#include "Platform/Text.h"
+
+#include <algorithm>
+
+namespace tessarin
+{
+
+void AppModel::respondToPermission(std::string optionID)
+{
+    if (!m_permissionRequest) {
+        return;
+    }
+    const PermissionRequest request = *m_permissionRequest;
+    const auto option
+        = std::find_if(request.options.begin(), request.options.end(), [&](const PermissionOption& each) { return each.id == optionID; });
+    if (m_client) {
+        m_client->respondToPermission(request.id, std::move(optionID));
+    }
+    const bool stopsAsking
+        = option != request.options.end() && option->kind == "allow_always" && contains(lowerCased(option->name), "always-approve");
+    if (stopsAsking) {
+        // The running client keeps its mode; the next one starts with this.
+        recordPermissionMode(GrokPermissionMode::fullAccess);
+    }
+    setPermissionRequest(std::nullopt);
+}
+
+void AppModel::rejectPermission()
+{
+    if (!m_permissionRequest) {
+        return;
+    }
+    // Option by option: what stands first wins, whichever of the two kinds it is.
+    const auto& options = m_permissionRequest->options;
+    const auto refusal = std::find_if(options.begin(), options.end(),
+        [](const PermissionOption& each) { return each.kind == "reject_once" || each.kind == "reject_always"; });
+    if (refusal != options.end()) {
+        respondToPermission(refusal->id);
+    } else {
+        stopWorking();
+    }
+}
+
+void AppModel::recordPermissionMode(GrokPermissionMode mode)
+{
+    publish(m_permissionMode, mode, ModelChange::Kind::modes);
+    m_surroundings.preferences.setText(permissionModeKey, std::string(rawText(mode)));
+}
+
+void AppModel::setPermissionMode(GrokPermissionMode mode)
+{
+    if (!canChangePermissionMode() || mode == m_permissionMode) {
+        return;
+    }
+    recordPermissionMode(mode);
+    resetConnection();
+}
+
+void AppModel::setRoutingMode(ProviderRoutingMode mode)
+{
+    if (!canChangeRoutingMode() || mode == m_routingMode) {
+        return;
+    }
+    publish(m_routingMode, mode, ModelChange::Kind::modes);
+    m_surroundings.preferences.setText(routingModeKey, std::string(rawText(mode)));
+    resetConnection();
+}
+
+} // namespace tessarin
