@@ -116,7 +116,7 @@ int main(int argumentCount, char** arguments)
     const json::object* command = listing ? commandFor(*listing, call) : nullptr;
     const bool isCommand = command || isNeverSession(call);
 
-    Record record(folder, isCommand ? name + ".command" : name);
+    Record record(folder, isCommand ? name + "-command" : name);
     installSignals(record);
     record.write(startLine(argumentCount, arguments));
     if (isCommand)

@@ -70,7 +70,7 @@ TEST_F(ScriptedRuntimeTest, CommandsDoNotCountAsStarts)
     EXPECT_EQ(start("grok", { "--version" })->readToEnd(), "1");
     EXPECT_EQ(start("grok", { "--version" })->readToEnd(), "1");
     EXPECT_EQ(start()->readLine(), "\"first\"");
-    EXPECT_TRUE(m_folder.has("grok.command.2.record.jsonl"));
+    EXPECT_TRUE(m_folder.has("grok-command.2.record.jsonl"));
 }
 
 TEST_F(ScriptedRuntimeTest, StartsAtTheSameMomentGetNumbersOfTheirOwn)

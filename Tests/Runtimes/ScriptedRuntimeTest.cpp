@@ -170,7 +170,7 @@ TEST_F(ScriptedRuntimeTest, RefusesAnUnlistedProbeWithoutPlayingASession)
     EXPECT_EQ(probe->readToEnd(), "");
     EXPECT_EQ(probe->waitForExit(), 64);
     EXPECT_FALSE(m_folder.has("grok.1.record.jsonl"));
-    EXPECT_TRUE(m_folder.has("grok.command.1.record.jsonl"));
+    EXPECT_TRUE(m_folder.has("grok-command.1.record.jsonl"));
 }
 
 TEST_F(ScriptedRuntimeTest, EndsWhenItsInputClosesBeforeWhatItExpects)

@@ -67,7 +67,7 @@ protected:
     // What the n-th probe of the program was started with.
     [[nodiscard]] JsonObject startOf(const std::string& program, int number = 1) const
     {
-        return m_runtime.startOf(program + ".command", number);
+        return m_runtime.startOf(program + "-command", number);
     }
 
     MainThread m_mainThread;
@@ -191,7 +191,7 @@ TEST_F(LocatorProbeTest, TheSignInIsNotAskedForBeforeTheVersionHasCome)
     bool isDone = false;
     CodexLocator::inspect(executable("codex"), context(), m_mainThread, [&isDone](auto&&...) { isDone = true; });
     ASSERT_TRUE(testing::waitUntil(m_mainThread, [this] { return m_runtime.exists("asked"); }));
-    EXPECT_FALSE(m_runtime.hasStarted("codex.command", 2));
+    EXPECT_FALSE(m_runtime.hasStarted("codex-command", 2));
     m_runtime.touch("go");
     EXPECT_TRUE(testing::waitUntil(m_mainThread, [&isDone] { return isDone; }));
 }
