@@ -22,7 +22,8 @@ missing_packages() {
         if [ -n "$command" ] && command -v "$command" > /dev/null; then continue; fi
         wanted+=("$name")
     done < <(packages_of "$@")
-    installed=$(dpkg-query -W -f '${db:Status-Abbrev}|${Package}\n' "${wanted[@]}" 2> /dev/null | sed -n 's/^ii *|//p')
+    # dpkg-query fails when it does not know one of the names, which is no failure here.
+    installed=$(dpkg-query -W -f '${db:Status-Abbrev}|${Package}\n' "${wanted[@]}" 2> /dev/null | sed -n 's/^ii *|//p') || true
     printf '%s\n' "${wanted[@]}" | grep -vxF -e "$installed" || true
 }
 
