@@ -1,0 +1,168 @@
+#include "Services/TerminalManager.h"
+
+#include "Platform/Uuid.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tessarin
+{
+
+namespace
+{
+
+constexpr std::int64_t defaultOutputByteLimit = 1'000'000;
+
+ACPClientError invalidRequest(std::string text)
+{
+    return { .kind = ACPClientError::Kind::invalidRequest, .text = std::move(text) };
+}
+
+ACPClientError unknownTerminal(const std::string& id)
+{
+    return invalidRequest("Unknown terminal: " + id);
+}
+
+// All of them, or none when one is no text: an array of another type counts as absent.
+std::vector<std::string> argumentsOf(const JsonObject& params)
+{
+    const JsonArray* values = arrayAt(params, "args");
+    if (values == nullptr || !std::all_of(values->begin(), values->end(), [](const Json& value) { return value.is_string(); })) {
+        return {};
+    }
+    std::vector<std::string> arguments;
+    for (const Json& value : *values) {
+        arguments.emplace_back(value.get_string());
+    }
+    return arguments;
+}
+
+// Lays the entries of `env` over the environment, later ones winning. An array that holds anything but maps counts as absent.
+void overlay(Environment& environment, const JsonObject& params)
+{
+    const JsonArray* entries = arrayAt(params, "env");
+    if (entries == nullptr || !std::all_of(entries->begin(), entries->end(), [](const Json& entry) { return entry.is_object(); })) {
+        return;
+    }
+    for (const Json& entry : *entries) {
+        const auto name = textAt(entry.get_object(), "name");
+        const auto value = textAt(entry.get_object(), "value");
+        if (name && value) {
+            environment.insert_or_assign(std::string(*name), std::string(*value));
+        }
+    }
+}
+
+// A whole number; booleans and fractions are none.
+std::size_t outputByteLimitOf(const JsonObject& params)
+{
+    const Json* value = params.if_contains("outputByteLimit");
+    const std::int64_t limit = value != nullptr && value->is_int64() ? value->get_int64() : defaultOutputByteLimit;
+    return static_cast<std::size_t>(std::max<std::int64_t>(limit, 0));
+}
+
+JsonObject exitMap(std::optional<std::int32_t> exitCode)
+{
+    return { { "exitCode", exitCode ? Json(*exitCode) : Json(nullptr) }, { "signal", nullptr } };
+}
+
+} // namespace
+
+TerminalManager::TerminalManager(Environment environment) : m_environment(std::move(environment)) { }
+
+Result<std::string, ACPClientError> TerminalManager::create(const JsonObject& params)
+{
+    const auto command = textAt(params, "command");
+    if (!command || command->empty()) {
+        return Failure{ invalidRequest("terminal/create is missing command") };
+    }
+    ManagedTerminal::Command launch{ .command = std::string(*command),
+        .arguments = argumentsOf(params),
+        .currentDirectory = std::nullopt,
+        .environment = m_environment,
+        .outputByteLimit = outputByteLimitOf(params) };
+    if (const auto directory = textAt(params, "cwd"); directory && !directory->empty()) {
+        launch.currentDirectory = std::string(*directory);
+    }
+    overlay(launch.environment, params);
+    auto started = ManagedTerminal::start(launch);
+    if (!started) {
+        return Failure{ ACPClientError{
+            .kind = ACPClientError::Kind::processFailed, .text = "Could not run " + launch.command + ": " + started.error() } };
+    }
+    const std::string id = Uuid::random().text();
+    const std::lock_guard lock(m_mutex);
+    m_terminals.emplace(id, std::move(started).value());
+    return id;
+}
+
+Result<std::shared_ptr<ManagedTerminal>, ACPClientError> TerminalManager::terminal(const std::string& id) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_terminals.find(id);
+    if (found == m_terminals.end()) {
+        return Failure{ unknownTerminal(id) };
+    }
+    return found->second;
+}
+
+Result<JsonObject, ACPClientError> TerminalManager::snapshot(const std::string& id) const
+{
+    const auto found = terminal(id);
+    if (!found) {
+        return Failure{ found.error() };
+    }
+    const ManagedTerminal::Snapshot snapshot = found.value()->snapshot();
+    return JsonObject{ { "output", snapshot.output }, { "truncated", snapshot.wasTruncated },
+        { "exitStatus", snapshot.exitCode ? Json(exitMap(snapshot.exitCode)) : Json(nullptr) } };
+}
+
+Result<void, ACPClientError> TerminalManager::kill(const std::string& id)
+{
+    const auto found = terminal(id);
+    if (!found) {
+        return Failure{ found.error() };
+    }
+    found.value()->kill();
+    return {};
+}
+
+Result<void, ACPClientError> TerminalManager::waitForExit(const std::string& id, ExitCompletion completion)
+{
+    const auto found = terminal(id);
+    if (!found) {
+        return Failure{ found.error() };
+    }
+    found.value()->waitForExit(
+        [completion = std::move(completion)](std::optional<std::int32_t> exitCode) { completion(exitMap(exitCode)); });
+    return {};
+}
+
+Result<void, ACPClientError> TerminalManager::release(const std::string& id)
+{
+    std::shared_ptr<ManagedTerminal> released;
+    {
+        const std::lock_guard lock(m_mutex);
+        auto node = m_terminals.extract(id);
+        if (node.empty()) {
+            return Failure{ unknownTerminal(id) };
+        }
+        released = std::move(node.mapped());
+    }
+    released->release();
+    return {};
+}
+
+void TerminalManager::releaseAll()
+{
+    std::map<std::string, std::shared_ptr<ManagedTerminal>> released;
+    {
+        const std::lock_guard lock(m_mutex);
+        released.swap(m_terminals);
+    }
+    for (const auto& [id, terminal] : released) {
+        terminal->release();
+    }
+}
+
+} // namespace tessarin
