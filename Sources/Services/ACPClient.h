@@ -60,6 +60,9 @@ public:
     void stop() override;
 
 private:
+    // Plays a runtime without a process; for fuzz targets.
+    friend struct ACPClientPeer;
+
     ACPClient(Configuration configuration, MainThread& mainThread);
 
     // What one `start` carries from step to step.

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Services/ACPClient.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessarin
+{
+
+// Stands where the child of an ACPClient stands otherwise: opens the client without one, and feeds it what a runtime might write.
+// What the client writes goes nowhere.
+struct ACPClientPeer {
+    // As `start`, but nothing is launched. A request is left open as well, so that answers to three ids are awaited in the end: 1 is the
+    // handshake, 2 is that request, 3 and later open the session.
+    static void open(ACPClient& client, std::optional<std::string> storedSessionID, AgentClient::StartCompletion started,
+        std::function<void(const JsonRpcReply&)> answered);
+    // Each piece is one read.
+    static void feed(ACPClient& client, const std::vector<std::string_view>& pieces);
+    // The child ends.
+    static void end(ACPClient& client, int status);
+};
+
+} // namespace tessarin
