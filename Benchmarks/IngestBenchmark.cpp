@@ -1,0 +1,158 @@
+// How fast what a runtime writes becomes a task, against two measures in the same run on the same lines:
+//  - Boost.JSON parsing them, one after the other, on one thread and nothing else: at most twice the processor time;
+//  - the official TypeScript client of the protocol in Node.js, which hands each update to a handler: at least twelve times as fast.
+// Ours is the whole way: a child writes into a real pipe, the client reads, frames, parses and posts, and the model folds every update
+// into a task. Processor time is that of this process, all threads, kernel included; the child's is its own.
+//
+//   IngestBenchmark [--updates=400000] [--rounds=5] [--report]
+//
+// Ends with 1 when a bar is missed, unless --report is given, and with 2 when something could not be measured.
+
+#include "IngestBenchmarkModel.h"
+#include "IngestBenchmarkStream.h"
+#include "Platform/ChildProcess.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tessarin
+{
+namespace
+{
+
+constexpr double costBar = 2.0;
+constexpr double speedBar = 12.0;
+
+struct Options {
+    std::size_t updates = 400'000;
+    std::size_t rounds = 5;
+    bool onlyReports = false;
+};
+
+Options optionsOf(const std::vector<std::string_view>& arguments)
+{
+    Options options;
+    for (const std::string_view argument : arguments) {
+        const std::string value(argument.substr(std::min(argument.find('=') + 1, argument.size())));
+        if (argument.rfind("--updates=", 0) == 0) {
+            options.updates = std::strtoull(value.c_str(), nullptr, 10);
+        } else if (argument.rfind("--rounds=", 0) == 0) {
+            options.rounds = std::strtoull(value.c_str(), nullptr, 10);
+        } else if (argument == "--report") {
+            options.onlyReports = true;
+        }
+    }
+    return options;
+}
+
+IngestCost costOfParsingAlone(const IngestStream& stream)
+{
+    const IngestStopwatch watch;
+    std::size_t objects = 0;
+    std::string_view rest = stream.bytes;
+    for (auto end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
+        const boost::json::value value = boost::json::parse(boost::json::string_view(rest.data(), end));
+        objects += value.is_object() ? 1 : 0;
+        rest.remove_prefix(end + 1);
+    }
+    const IngestCost cost = watch.cost();
+    if (objects != stream.updates) {
+        std::fprintf(stderr, "Boost.JSON read %zu objects of %zu\n", objects, stream.updates);
+        std::exit(2);
+    }
+    return cost;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+// The seconds that the official client took, the better of two runs.
+double secondsOfTheOfficialClient(const std::string& self, const IngestStream& stream)
+{
+    ChildLaunch install;
+    install.executable = INGEST_CMAKE;
+    install.arguments = { "-DSOURCE=" INGEST_TYPESCRIPT_SOURCE, "-DDESTINATION=" INGEST_TYPESCRIPT_FOLDER, "-DMAIN=ingest.mjs",
+        "-DPROGRAM=official-client", "-P", INGEST_INSTALL_SCRIPT };
+    install.environment = processEnvironment();
+    const auto installed = runCommand(install);
+    if (!installed || installed.value().status != 0) {
+        std::fprintf(stderr, "%s\n", installed ? installed.value().output.c_str() : installed.error().c_str());
+        std::exit(2);
+    }
+    ChildLaunch launch;
+    launch.executable = INGEST_TYPESCRIPT_FOLDER "/official-client";
+    launch.arguments = { self, "agent" };
+    launch.environment = ingestEnvironment(stream.updates);
+    double best = 0;
+    for (int round = 0; round < 2; ++round) {
+        const auto outcome = runCommand(launch);
+        const auto told = outcome ? parseJson(outcome.value().output) : std::nullopt;
+        const auto seconds = told && told->is_object() ? numberAt(told->get_object(), "seconds") : std::nullopt;
+        if (!seconds || integerAt(told->get_object(), "updates") != static_cast<std::int64_t>(stream.updates)) {
+            std::fprintf(stderr, "the official client said: %s\n", outcome ? outcome.value().output.c_str() : outcome.error().c_str());
+            std::exit(2);
+        }
+        best = round == 0 ? *seconds : std::min(best, *seconds);
+    }
+    return best;
+}
+
+void print(const char* what, const IngestStream& stream, const IngestCost& cost)
+{
+    const auto updates = static_cast<double>(stream.updates);
+    std::printf("%-32s %.3f s wall, %.3f s processor, %4.0f ns processor a line, %8.0f lines a second\n", what, cost.wall, cost.processor,
+        cost.processor / updates * 1e9, updates / cost.wall);
+}
+
+int measure(const std::string& self, const Options& options)
+{
+    const IngestStream stream = IngestStream::make(options.updates);
+    const auto updates = static_cast<double>(stream.updates);
+    std::printf("%zu updates, %.0f bytes each; medians of %zu rounds\n", stream.updates, static_cast<double>(stream.bytes.size()) / updates,
+        options.rounds);
+
+    std::vector<double> parseWall, parseProcessor, modelWall, modelProcessor, costRatios;
+    IngestModel model(self, stream);
+    for (std::size_t round = 0; round < options.rounds; ++round) {
+        const IngestCost parse = costOfParsingAlone(stream);
+        const IngestCost folded = model.runTurn();
+        parseWall.push_back(parse.wall);
+        parseProcessor.push_back(parse.processor);
+        modelWall.push_back(folded.wall);
+        modelProcessor.push_back(folded.processor);
+        costRatios.push_back(folded.processor / parse.processor);
+    }
+    const double officialSeconds = secondsOfTheOfficialClient(self, stream);
+    print("Boost.JSON parse alone", stream, { median(parseWall), median(parseProcessor) });
+    print("runtime output to folded task", stream, { median(modelWall), median(modelProcessor) });
+    std::printf("%-32s %.3f s wall, %8.0f lines a second (the better of 2)\n", "official TypeScript client", officialSeconds,
+        updates / officialSeconds);
+    std::printf("wall time to folded task / wall time of the parse alone: %.2f\n", median(modelWall) / median(parseWall));
+
+    const double cost = median(costRatios);
+    const double speed = officialSeconds / median(modelWall);
+    std::printf("runtime output to folded task / Boost.JSON parse alone: %.2f (bar %.1f)\n", cost, costBar);
+    std::printf("updates a second against the official TypeScript client: %.1f times (bar %.0f, at least)\n", speed, speedBar);
+    return options.onlyReports || (cost <= costBar && speed >= speedBar) ? 0 : 1;
+}
+
+} // namespace
+} // namespace tessarin
+
+int main(int argc, char** argv)
+{
+    using namespace tessarin;
+    const std::vector<std::string_view> arguments(argv + 1, argv + argc);
+    // The runtime is this program too, called as Grok is.
+    if (!arguments.empty() && arguments[0] == "agent") {
+        return playIngestRuntime(IngestStream::make(ingestUpdates()));
+    }
+    return measure(std::filesystem::read_symlink("/proc/self/exe").string(), optionsOf(arguments));
+}
