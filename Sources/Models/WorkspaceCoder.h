@@ -39,13 +39,21 @@ private:
     std::unordered_map<Uuid, std::size_t> m_firstChanged;
 };
 
-// Encodes the tree, keeping the bytes of what has not changed: about as much memory as the stored tree is long. Main thread only.
+// Encodes the tree, keeping the bytes of what has not changed: about as much memory as the stored tree is long. One thread at a time.
 class WorkspaceEncoder
 {
 public:
     WorkspaceEncoder();
     ~WorkspaceEncoder();
-    // The same bytes as encodeWorkspaces(workspaces), absent like there. Empties `changes`, unless it fails.
+    WorkspaceEncoder(WorkspaceEncoder&&) noexcept;
+    WorkspaceEncoder& operator=(WorkspaceEncoder&&) noexcept;
+
+    // decodeWorkspaces(json), which is kept as the bytes of the tree that it returns: the first encoding after it is as cheap as any.
+    // What was kept before is dropped.
+    [[nodiscard]] std::optional<std::vector<Workspace>> decode(std::string json);
+
+    // What reads back as the tree, absent where encodeWorkspaces is. Empties `changes`, unless it fails. The bytes are those of
+    // encodeWorkspaces(workspaces) but for entries that `decode` has seen in another spelling and that did not change.
     // A task that the encoder has not seen is encoded whole.
     // Requires: every change since the last call was noted in `changes`.
     [[nodiscard]] std::optional<ByteRope> encode(const std::vector<Workspace>& workspaces, TreeChanges& changes);

@@ -13,23 +13,26 @@ namespace
 
 struct Loaded {
     std::vector<Workspace> workspaces;
+    WorkspaceEncoder encoder; // that knows their bytes
     bool isUsable = true; // false for a value that is there but can't be read or decoded
 };
 
 Loaded loadWith(const Preferences::BytesReader& read)
 {
-    const auto stored = read();
+    Loaded loaded;
+    auto stored = read();
     if (!stored) {
-        return { .workspaces = {}, .isUsable = false };
+        loaded.isUsable = false;
+        return loaded;
     }
-    if (!stored.value()) {
-        return {};
+    auto bytes = std::move(stored).value();
+    if (!bytes) {
+        return loaded;
     }
-    auto decoded = decodeWorkspaces(*stored.value());
-    if (!decoded) {
-        return { .workspaces = {}, .isUsable = false };
-    }
-    return { .workspaces = std::move(*decoded), .isUsable = true };
+    auto workspaces = loaded.encoder.decode(std::move(*bytes));
+    loaded.isUsable = workspaces.has_value();
+    loaded.workspaces = std::move(workspaces).value_or(std::vector<Workspace>());
+    return loaded;
 }
 
 } // namespace
@@ -67,6 +70,7 @@ std::vector<Workspace> WorkspaceStore::load()
 {
     Loaded loaded = m_loading ? m_loading->wait() : loadWith(m_preferences.bytesReader(key));
     m_loading.reset();
+    m_encoder = std::move(loaded.encoder);
     if (!loaded.isUsable) {
         m_preferences.setAside(key);
     }

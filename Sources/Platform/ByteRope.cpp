@@ -1,7 +1,16 @@
 #include "Platform/Files.h"
 
+#include <utility>
+
 namespace tessarin
 {
+
+ByteRope::Piece ByteRope::makePiece(std::string_view bytes)
+{
+    auto owner = std::make_shared<const std::string>(bytes);
+    const std::string_view owned = *owner;
+    return { std::move(owner), owned };
+}
 
 ByteRope::ByteRope(std::string bytes)
 {
@@ -10,15 +19,17 @@ ByteRope::ByteRope(std::string bytes)
 
 void ByteRope::append(Piece piece)
 {
-    if (piece && !piece->empty()) {
-        m_size += piece->size();
+    if (!piece.bytes.empty()) {
+        m_size += piece.bytes.size();
         m_pieces.push_back(std::move(piece));
     }
 }
 
 void ByteRope::append(std::string bytes)
 {
-    append(std::make_shared<const std::string>(std::move(bytes)));
+    auto owner = std::make_shared<const std::string>(std::move(bytes));
+    const std::string_view owned = *owner;
+    append(Piece{ std::move(owner), owned });
 }
 
 std::string ByteRope::joined() const
@@ -26,7 +37,7 @@ std::string ByteRope::joined() const
     std::string bytes;
     bytes.reserve(m_size);
     for (const Piece& piece : m_pieces) {
-        bytes += *piece;
+        bytes += piece.bytes;
     }
     return bytes;
 }

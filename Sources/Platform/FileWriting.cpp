@@ -39,7 +39,7 @@ Result<void, FileError> writePieces(int descriptor, const std::vector<ByteRope::
         std::size_t count = 0;
         for (std::size_t next = piece; next < pieces.size() && count < buffers.size(); ++next, ++count) {
             const std::size_t skipped = next == piece ? offset : 0;
-            buffers[count] = { const_cast<char*>(pieces[next]->data()) + skipped, pieces[next]->size() - skipped };
+            buffers[count] = { const_cast<char*>(pieces[next].bytes.data()) + skipped, pieces[next].bytes.size() - skipped };
         }
         const ssize_t written = ::writev(descriptor, buffers.data(), static_cast<int>(count));
         if (written < 0) {
@@ -49,8 +49,8 @@ Result<void, FileError> writePieces(int descriptor, const std::vector<ByteRope::
             return Failure{ lastFileError() };
         }
         offset += static_cast<std::size_t>(written);
-        while (piece < pieces.size() && offset >= pieces[piece]->size()) {
-            offset -= pieces[piece]->size();
+        while (piece < pieces.size() && offset >= pieces[piece].bytes.size()) {
+            offset -= pieces[piece].bytes.size();
             ++piece;
         }
     }

@@ -25,7 +25,13 @@ struct FileError {
 class ByteRope
 {
 public:
-    using Piece = std::shared_ptr<const std::string>;
+    // A part of a text that it keeps alive.
+    struct Piece {
+        std::shared_ptr<const std::string> owner;
+        std::string_view bytes;
+    };
+    // Of a copy that is exactly as large as the bytes.
+    [[nodiscard]] static Piece makePiece(std::string_view bytes);
 
     ByteRope() = default;
     explicit ByteRope(std::string bytes);
