@@ -28,10 +28,10 @@ enum class ChildInput {
 };
 
 struct ChildLaunch {
-    std::string executable; // absolute path
-    std::vector<std::string> arguments; // without the program's own name
-    std::optional<std::string> workingDirectory; // absent: that of this process
-    Environment environment; // the child sees this and nothing else
+    std::string executable = {}; // absolute path
+    std::vector<std::string> arguments = {}; // without the program's own name
+    std::optional<std::string> workingDirectory = std::nullopt; // absent: that of this process
+    Environment environment = {}; // the child sees this and nothing else
     bool mergesErrorOutput = false; // both streams on the output pipe; onErrorOutput is never called
     ChildInput input = ChildInput::pipe;
 };
@@ -51,11 +51,11 @@ class ChildProcess
 public:
     struct Callbacks {
         // One chunk as it was read. The text lives as long as the call. Unset callbacks discard.
-        std::function<void(std::string_view chunk)> onOutput;
-        std::function<void(std::string_view chunk)> onErrorOutput;
+        std::function<void(std::string_view chunk)> onOutput = {};
+        std::function<void(std::string_view chunk)> onErrorOutput = {};
         // Fires exactly once, after everything that the child wrote before its end has gone through the two callbacks above,
         // also when a grandchild keeps a pipe open. Fires after closeStreams() too.
-        std::function<void(ChildEnd end)> onEnd;
+        std::function<void(ChildEnd end)> onEnd = {};
     };
 
     // Starts the child. A failure is the platform's text, after the path that it is about: "/bin/none: No such file or directory".

@@ -69,6 +69,8 @@ void callWhenEnded(pid_t child, const std::shared_ptr<SerialQueue>& queue, std::
     watched->async_wait(
         boost::asio::posix::descriptor_base::wait_read, [watched, queue, onEnded = std::move(onEnded)](const boost::system::error_code&) {
             const QueueScope scope(*queue->implementation());
+            boost::system::error_code ignored;
+            watched->close(ignored);
             onEnded();
         });
 }

@@ -1,0 +1,131 @@
+#include "ChildFixture.h"
+#include "Platform/MainThread.h"
+
+#include <signal.h>
+#include <thread>
+
+namespace tessarin
+{
+
+namespace
+{
+
+using CommandResult = Result<CommandOutcome, std::string>;
+
+class ChildCommandTest : public ChildFixture
+{
+protected:
+    // Runs the command in the background and pumps the main thread until it is done.
+    std::optional<CommandResult> runInBackground(const ChildLaunch& launch)
+    {
+        std::optional<CommandResult> result;
+        std::thread::id thread;
+        runCommandInBackground(launch, mainThread, [&](CommandResult done) {
+            EXPECT_FALSE(result) << "done once";
+            thread = std::this_thread::get_id();
+            result = std::move(done);
+        });
+        EXPECT_FALSE(result) << "not before the call returns";
+        while (!result && mainThread.waitAndDrain(childTestBound)) { }
+        EXPECT_EQ(thread, std::this_thread::get_id());
+        return result;
+    }
+
+    MainThread mainThread;
+};
+
+} // namespace
+
+TEST_F(ChildCommandTest, ACommandGivesItsMergedOutputAndStatus)
+{
+    const auto outcome = runCommand(shell("echo 1; echo 2 >&2; echo 3; exit 9"));
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome.value().output, "1\n2\n3\n");
+    EXPECT_EQ(outcome.value().status, 9);
+}
+
+TEST_F(ChildCommandTest, ACommandWithMoreOutputThanAPipeHoldsEnds)
+{
+    const auto outcome = runCommand(probe({ "fill", "1000000" }));
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome.value().output.size(), 1'000'000U);
+    EXPECT_EQ(outcome.value().output.substr(999'999), std::string(1, static_cast<char>('a' + 999'999 % 26'000 % 26)));
+}
+
+TEST_F(ChildCommandTest, ACommandHasAnEmptyStandardInput)
+{
+    ChildLaunch launch = probe({ "count-input" });
+    launch.input = ChildInput::inherited;
+    EXPECT_EQ(runCommand(launch).value().output, "0");
+}
+
+TEST_F(ChildCommandTest, ACommandIsOverWhenItEndedThoughAGrandchildHoldsThePipe)
+{
+    const auto outcome = runCommand(probe({ "leave-talker" }));
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome.value().status, 4);
+}
+
+TEST_F(ChildCommandTest, ACommandEndedByASignalReportsItsNumber)
+{
+    EXPECT_EQ(runCommand(shell("kill -KILL $$")).value().status, SIGKILL);
+}
+
+TEST_F(ChildCommandTest, ACommandThatCannotStartFailsWithThePlatformsText)
+{
+    const auto outcome = runCommand({ .executable = "/nowhere/git" });
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(outcome.error(), "/nowhere/git: No such file or directory");
+}
+
+TEST_F(ChildCommandTest, ACommandInTheBackgroundIsDoneOnTheMainThread)
+{
+    const auto result = runInBackground(shell("echo out; echo err >&2; exit 2"));
+    ASSERT_TRUE(result && *result);
+    EXPECT_EQ(result->value().output, "out\nerr\n");
+    EXPECT_EQ(result->value().status, 2);
+}
+
+TEST_F(ChildCommandTest, ACommandInTheBackgroundThatCannotStartIsDoneOnTheMainThreadToo)
+{
+    const auto result = runInBackground({ .executable = "/nowhere/kimi" });
+    ASSERT_TRUE(result && !*result);
+    EXPECT_EQ(result->error(), "/nowhere/kimi: No such file or directory");
+}
+
+TEST_F(ChildCommandTest, CommandsThatHangDoNotHoldUpOthers)
+{
+    // More of them than there are threads for queues. They end with this test's own hand.
+    const ChildLaunch hanging = shell("echo $$; exec 1>&- 2>&-; kill -STOP $$");
+    int done = 0;
+    std::vector<std::shared_ptr<ChildRecord>> records;
+    std::vector<std::shared_ptr<ChildProcess>> children;
+    for (int number = 0; number < 10; ++number) {
+        records.push_back(std::make_shared<ChildRecord>());
+        children.push_back(start(hanging, records.back()));
+        ASSERT_TRUE(records.back()->waitUntil([](const auto& told) { return !told.output.empty(); }));
+    }
+    runCommandInBackground(shell("true"), mainThread, [&](CommandResult) { ++done; });
+    EXPECT_TRUE(mainThread.waitAndDrain(childTestBound));
+    EXPECT_EQ(done, 1);
+    for (std::size_t number = 0; number < children.size(); ++number) {
+        EXPECT_EQ(kill(children[number]->processID(), SIGKILL), 0);
+        EXPECT_TRUE(records[number]->waitForEnd());
+    }
+}
+
+TEST_F(ChildCommandTest, CommandsLeaveNothingBehind)
+{
+    const int descriptors = openDescriptors();
+    int done = 0;
+    for (int round = 0; round < 100; ++round) {
+        ASSERT_TRUE(runCommand(shell("echo x")));
+        runCommandInBackground(shell("echo y"), mainThread, [&](const CommandResult&) { ++done; });
+    }
+    while (done < 100 && mainThread.waitAndDrain(childTestBound)) { }
+    EXPECT_EQ(done, 100);
+    EXPECT_FALSE(hasChildren());
+    EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+} // namespace tessarin
