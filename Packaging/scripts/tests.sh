@@ -21,7 +21,7 @@ run_benchmarks() {
     while IFS= read -r program; do
         say "Running $(basename "$program")" >&2
         if ! line=$("$program"); then failed="$failed $(basename "$program")"; fi
-        lines+=$(sed -nE 's/^([^:]+): *([^ ]+) *\(bar:? *(.+)\)$/| \1 | \2 | \3 |/p' <<< "$line")$'\n'
+        lines+=$(sed -nE 's/^([^:]+): *([^(]+) \(bar:? *(.+)\)$/| \1 | \2 | \3 |/p' <<< "$line")$'\n'
     done < <(find "$root/build/release/Benchmarks" -maxdepth 1 -type f -name '*Benchmark' -perm -u+x | sort)
     printf '| what | measured | bar |\n|---|---|---|\n%s' "$lines"
     [ -z "$failed" ] || fail "A bar was missed: look at$failed and run ./test --benchmarks again on a machine that does nothing else."
