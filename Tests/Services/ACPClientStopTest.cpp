@@ -1,0 +1,186 @@
+#include "ACPClientFixture.h"
+
+#include <thread>
+
+namespace tessarin::testing
+{
+
+namespace
+{
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class ACPClientStopTest : public ACPClientTest
+{
+};
+
+const std::string startDisconnected = std::string("startFailed ") + disconnectedText;
+const std::string turnDisconnected = std::string("turnFailed ") + disconnectedText;
+
+Scenario opened()
+{
+    return Scenario().handshake();
+}
+
+TEST_F(ACPClientStopTest, StopFailsAPromptAsDisconnectedAndReportsNoEnd)
+{
+    openSession(opened().expect("session/prompt"));
+    prompt();
+    ASSERT_TRUE(waitForReceived("session/prompt"));
+    client->stop();
+    EXPECT_EQ(events.size(), 1U) << "a completion is posted";
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre("started session-1", turnDisconnected));
+    ASSERT_TRUE(waitForEndOf(runtime.processID("grok")));
+    mainThread.drain();
+    EXPECT_EQ(events.size(), 2U) << report();
+}
+
+TEST_F(ACPClientStopTest, StopEndsTheChildWithOneSIGTERM)
+{
+    openSession(opened().step(R"({"exitOnTerm":143})"));
+    client->stop();
+    ASSERT_TRUE(waitForEndOf(runtime.processID("grok")));
+    std::vector<Json> signals;
+    for (const JsonObject& event : runtime.record("grok")) {
+        if (const Json* signal = event.if_contains("signal"))
+            signals.push_back(*signal);
+    }
+    EXPECT_THAT(signals, ElementsAre(Json(15)));
+}
+
+TEST_F(ACPClientStopTest, StopTwiceDoesNothingMore)
+{
+    openSession(opened().expect("session/prompt"));
+    prompt();
+    client->stop();
+    client->stop();
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre("started session-1", turnDisconnected));
+}
+
+TEST_F(ACPClientStopTest, StopDuringTheStartFailsIt)
+{
+    runtime.script("grok", Scenario().expect("initialize").touch("asked"));
+    make(configuration());
+    start();
+    ASSERT_TRUE(waitUntil(mainThread, [&] { return runtime.exists("asked"); }));
+    client->stop();
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre(startDisconnected));
+    EXPECT_TRUE(waitForEndOf(runtime.processID("grok")));
+}
+
+TEST_F(ACPClientStopTest, StopDuringAReplayFiresNothingButTheFailure)
+{
+    runtime.script("grok",
+        Scenario()
+            .expect("initialize")
+            .reply(R"({"agentCapabilities":{"loadSession":true}})")
+            .expect("session/load")
+            .chunk("x")
+            .touch("asked"));
+    make(configuration());
+    start("stored");
+    ASSERT_TRUE(waitForEvent("update"));
+    client->stop();
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre("replayStarted", HasSubstr("update"), startDisconnected));
+}
+
+TEST_F(ACPClientStopTest, StopRightAfterStartLeavesNoChild)
+{
+    runtime.script("grok", Scenario().handshake());
+    make(configuration());
+    start();
+    client->stop();
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre(startDisconnected));
+}
+
+TEST_F(ACPClientStopTest, AfterStopNothingFiresOfWhatWasOnItsWay)
+{
+    Scenario scenario = opened();
+    scenario.standardError("text").chunk("x").send(R"({"id":7,"method":"session/request_permission","params":{}})");
+    openSession(scenario.send(R"({"id":8,"method":"x"})"));
+    // The answer shows that all of it has been handled and waits for the main thread, which is not pumped here.
+    const auto end = std::chrono::steady_clock::now() + waitBound;
+    while (!answerTo(8) && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+    ASSERT_TRUE(answerTo(8));
+    events.clear();
+    client->stop();
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre());
+}
+
+TEST_F(ACPClientStopTest, APromptAfterStopFailsAsDisconnected)
+{
+    openSession(opened());
+    client->stop();
+    prompt();
+    client->cancel();
+    client->respondToPermission(1, "x");
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre("started session-1", turnDisconnected));
+}
+
+TEST_F(ACPClientStopTest, ACallbackMayStopTheClient)
+{
+    openSession(opened().expect("session/prompt").chunk("1").chunk("2").chunk("3").reply());
+    int updates = 0;
+    client->onSessionUpdate = [&](const SessionUpdate&) {
+        ++updates;
+        client->stop();
+    };
+    prompt();
+    ASSERT_TRUE(waitUntil(mainThread, [&] { return count("turn") + count("turnFailed") > 0; }));
+    EXPECT_EQ(updates, 1);
+}
+
+TEST_F(ACPClientStopTest, ACallbackMayDropTheClient)
+{
+    openSession(opened().expect("session/prompt").chunk("1").chunk("2"));
+    int updates = 0;
+    client->onSessionUpdate = [&](const SessionUpdate&) {
+        ++updates;
+        client->stop();
+        client.reset();
+    };
+    prompt();
+    ASSERT_TRUE(waitForEvent("turnFailed"));
+    EXPECT_EQ(updates, 1);
+}
+
+TEST_F(ACPClientStopTest, AChildThatIgnoresTheSignalIsLeftAloneAndMayEndByItsInput)
+{
+    openSession(opened().step(R"({"ignoreTerm":true})").touch("ready").waitForFile("go"));
+    ASSERT_TRUE(waitUntil(mainThread, [&] { return runtime.exists("ready"); }));
+    const int processID = runtime.processID("grok");
+    client->stop();
+    ASSERT_TRUE(waitUntil(mainThread, [&] { return runtime.hasRecorded("grok", "signal"); }));
+    EXPECT_EQ(kill(processID, 0), 0);
+    runtime.touch("go");
+    EXPECT_TRUE(waitForEndOf(processID));
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre("started session-1"));
+}
+
+TEST_F(ACPClientStopTest, AClientDroppedWithoutStopCallsNobodyAndKillsNobody)
+{
+    openSession(opened().expect("session/prompt").step(R"({"exitOnTerm":143})").touch("asked").waitForFile("go"));
+    prompt();
+    ASSERT_TRUE(waitUntil(mainThread, [&] { return runtime.exists("asked"); }));
+    const int processID = runtime.processID("grok");
+    client.reset();
+    runtime.touch("go");
+    ASSERT_TRUE(waitForEndOf(processID)); // its input has closed
+    mainThread.drain();
+    EXPECT_THAT(events, ElementsAre("started session-1"));
+    EXPECT_FALSE(runtime.hasRecorded("grok", "signal"));
+}
+
+} // namespace
+
+} // namespace tessarin::testing
