@@ -114,8 +114,12 @@ void Agent::play(const Json& id, const Turn& turn)
         const std::chrono::duration<double, std::milli> wait(static_cast<double>(beat.before.count()) * m_pace);
         const auto due = Connection::Clock::now() + std::chrono::duration_cast<Connection::Clock::duration>(wait);
         // What comes meanwhile is answered at once; a turn without waiting looks, too, whether it was cancelled.
-        while (const auto message = m_connection.next(due))
+        while (!m_isCancelled) {
+            const auto message = m_connection.next(due);
+            if (!message)
+                break;
             handle(*message);
+        }
         if (m_isCancelled) {
             endRunningCall();
             return reply(id, { { "stopReason", "cancelled" } });

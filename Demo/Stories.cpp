@@ -150,6 +150,7 @@ static void review(TurnWriter& turn, std::vector<PlanStep> plan)
 static std::vector<PlanStep> pendingReview()
 {
     std::vector<PlanStep> plan;
+    plan.reserve(reviewSteps.size());
     for (const std::string& step : reviewSteps)
         plan.push_back({ step, "pending" });
     return plan;

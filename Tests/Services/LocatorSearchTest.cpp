@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <unistd.h>
 
 namespace tessarin
 {
@@ -69,7 +70,6 @@ protected:
         context.home = home;
         return context;
     }
-    // On real files: candidates outside of the test's folders are left out of account, as a developer's machine may have them.
     [[nodiscard]] RuntimeContext realContext() const { return contextIn(m_files.home()); }
     [[nodiscard]] std::string folder(const std::string& name) const
     {
@@ -93,13 +93,17 @@ protected:
                 return makeFile(candidate);
         return {};
     }
-    // True when the machine has the program in a place that belongs to no home folder.
-    [[nodiscard]] bool isInstalledForAll() const
+    // What a search has to give that the test lets end at `path`: a place that belongs to the whole machine may come before it
+    // and have the program, and then that is right.
+    [[nodiscard]] std::optional<std::string> orOneOfTheMachine(const RuntimeContext& context, const std::optional<std::string>& path) const
     {
-        for (const std::string& candidate : GetParam().candidates(contextIn("/nonexistent")))
-            if (isExecutableFile(candidate))
-                return true;
-        return false;
+        for (const std::string& candidate : GetParam().candidates(context)) {
+            if (candidate == path)
+                return path;
+            if (!candidate.starts_with(m_files.directory()) && ::access(candidate.c_str(), X_OK) == 0)
+                return candidate;
+        }
+        return path;
     }
 
     testing::ScriptedRuntime m_files;
@@ -188,48 +192,42 @@ TEST_P(LocatorSearchTest, FindsTheCustomPathBeforeEverythingElse)
 
 TEST_P(LocatorSearchTest, ACustomPathThatIsNoProgramFallsThroughToTheList)
 {
-    if (isInstalledForAll())
-        GTEST_SKIP() << "this machine has the program itself";
     const std::string atHome = installAtHome();
     for (const std::string& custom : { makeFile(folder("x") + "/plain", false), m_files.directory() + "/missing" }) {
         m_customPath = custom;
-        EXPECT_EQ(GetParam().findExecutable(realContext()), atHome) << custom;
+        EXPECT_EQ(GetParam().findExecutable(realContext()), orOneOfTheMachine(realContext(), atHome)) << custom;
     }
 }
 
 TEST_P(LocatorSearchTest, AFolderWithTheExecutableBitPassesWhereTheRuleAllowsIt)
 {
-    if (isInstalledForAll())
-        GTEST_SKIP() << "this machine has the program itself";
     const std::string atHome = installAtHome();
     m_customPath = folder("a folder");
-    EXPECT_EQ(GetParam().findExecutable(realContext()), GetParam().acceptsFolders ? *m_customPath : atHome);
+    EXPECT_EQ(
+        GetParam().findExecutable(realContext()), GetParam().acceptsFolders ? m_customPath : orOneOfTheMachine(realContext(), atHome));
 }
 
 TEST_P(LocatorSearchTest, FindsTheProgramInTheFoldersOfPathInTheirOrder)
 {
-    if (isInstalledForAll())
-        GTEST_SKIP() << "this machine has the program itself";
     RuntimeContext context = realContext();
     makeFile(folder("one") + "/" + program(), false);
     const std::string second = makeFile(folder("two") + "/" + program());
     makeFile(folder("three") + "/" + program());
     context.environment["PATH"] = folder("none") + "::" + folder("one") + ":" + folder("two") + ":" + folder("three");
-    EXPECT_EQ(GetParam().findExecutable(context), second);
+    EXPECT_EQ(GetParam().findExecutable(context), orOneOfTheMachine(context, second));
     const std::string atHome = installAtHome();
-    EXPECT_EQ(GetParam().findExecutable(context), atHome) << "fixed places come before PATH, and nothing is remembered";
+    EXPECT_EQ(GetParam().findExecutable(context), orOneOfTheMachine(context, atHome))
+        << "fixed places come before PATH, and nothing is remembered";
     fs::remove(atHome);
-    EXPECT_EQ(GetParam().findExecutable(context), second);
+    EXPECT_EQ(GetParam().findExecutable(context), orOneOfTheMachine(context, second));
 }
 
 TEST_P(LocatorSearchTest, FindsNothingWhereNothingIs)
 {
-    if (isInstalledForAll())
-        GTEST_SKIP() << "this machine has the program itself";
     RuntimeContext context = realContext();
-    EXPECT_EQ(GetParam().findExecutable(context), std::nullopt);
+    EXPECT_EQ(GetParam().findExecutable(context), orOneOfTheMachine(context, std::nullopt));
     context.environment["PATH"] = folder("empty");
-    EXPECT_EQ(GetParam().findExecutable(context), std::nullopt);
+    EXPECT_EQ(GetParam().findExecutable(context), orOneOfTheMachine(context, std::nullopt));
 }
 
 TEST_P(LocatorSearchTest, FollowsALinkToTheProgram)
