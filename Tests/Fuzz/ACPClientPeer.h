@@ -13,14 +13,14 @@ namespace tessarin
 // Stands where the child of an ACPClient stands otherwise: opens the client without one, and feeds it what a runtime might write.
 // What the client writes goes nowhere.
 struct ACPClientPeer {
+    // What waits for the runtime.
+    struct Waiting {
+        AgentClient::StartCompletion started;
+        std::function<void(const JsonRpcReply&)> answered;
+    };
     // As `start`, but nothing is launched. A request is left open as well, so that answers to three ids are awaited in the end: 1 is the
-    // handshake, 2 is that request, 3 and later open the session.
-    static void open(ACPClient& client, std::optional<std::string> storedSessionID, AgentClient::StartCompletion started,
-        std::function<void(const JsonRpcReply&)> answered);
-    // Each piece is one read.
-    static void feed(ACPClient& client, const std::vector<std::string_view>& pieces);
-    // The child ends.
-    static void end(ACPClient& client, int status);
+    // handshake, 2 is that request, 3 and later open the session. Then each piece is one read, and the child ends.
+    static void play(ACPClient& client, std::string storedSessionID, Waiting waiting, const std::vector<std::string_view>& pieces);
 };
 
 } // namespace tessarin

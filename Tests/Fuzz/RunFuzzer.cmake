@@ -10,10 +10,11 @@ else()
 endif()
 file(MAKE_DIRECTORY "${CORPUS}" "${ARTIFACTS}")
 
-# An input that takes ten seconds hangs; one that needs two gigabytes allocates without bound.
+# An input that takes ten seconds hangs; one that needs two gigabytes allocates without bound. Leaks are looked for once, at the end: with
+# threads that free a moment later the fuzzer would look after each input.
 execute_process(
-    COMMAND "${PROGRAM}" ${effort} -max_len=4096 -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "-artifact_prefix=${ARTIFACTS}/"
-            "${CORPUS}" "${SEEDS}"
+    COMMAND "${PROGRAM}" ${effort} -max_len=2048 -timeout=10 -rss_limit_mb=2048 -detect_leaks=0 -entropic=0 -print_final_stats=1
+            "-artifact_prefix=${ARTIFACTS}/" "${CORPUS}" "${SEEDS}"
     RESULT_VARIABLE status
 )
 if(NOT status EQUAL 0)
