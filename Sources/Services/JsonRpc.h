@@ -15,7 +15,7 @@
 namespace tessarin
 {
 
-// The messages of JSON-RPC 2.0 (jsonrpc.org/specification) over lines, one object a line, as this program writes them.
+// The messages of JSON-RPC 2.0 (www.jsonrpc.org) over lines, one object a line, as this program writes them.
 namespace JsonRpc
 {
 inline constexpr std::int64_t methodNotFound = -32601;
