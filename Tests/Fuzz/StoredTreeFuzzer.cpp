@@ -21,7 +21,7 @@ void changeAndSave(WorkspaceEncoder& encoder, Tree& tree)
     requireEncoded(encoder, tree, changes);
     for (Workspace& workspace : tree) {
         for (ChatThread& thread : workspace.threads) {
-            thread.entries.push_back({ .id = "new", .text = "text" });
+            thread.entries.push_back(ChatEntry::make(ChatEntryKind::user, "text"));
             changes.noteEntries(thread.id, thread.entries.size() - 1);
             requireEncoded(encoder, tree, changes);
             thread.entries.front().text += " and more";
