@@ -40,7 +40,8 @@ void prepareSignals()
     });
 }
 
-// A descriptor that could be taken for a standard stream of the child moves up: with one of ours closed, the system hands out its number.
+// A pipe that could be taken for a standard stream moves up: with one of ours closed, the system hands out its number, and what
+// anybody prints would go to the child.
 Descriptor aboveStandardStreams(Descriptor descriptor)
 {
     constexpr int firstFree = 3;

@@ -105,13 +105,24 @@ TEST_F(ChildLaunchTest, TheChildHasItsStreamsEvenWhenWeHaveNone)
         close(stream);
     const ChildRecord::Told told = run(probe({ "say", "out", "err", "0" }));
     const ChildRecord::Told described = run(probe({ "descriptors" }));
+    const auto waiting = start({ .executable = "/bin/cat" });
+    int mistakable = 0;
+    for (const int stream : { 0, 1, 2 }) {
+        struct stat information {
+        };
+        mistakable += fstat(stream, &information) == 0 && S_ISFIFO(information.st_mode) ? 1 : 0;
+    }
+    queue->sync([&] { waiting->closeInput(); });
+    const bool hasEnded = record->waitForEnd();
     for (const int stream : { 0, 1, 2 }) {
         dup2(saved[stream], stream);
         close(saved[stream]);
     }
+    EXPECT_TRUE(hasEnded);
     EXPECT_EQ(told.output, "out");
     EXPECT_EQ(told.errorOutput, "err");
     EXPECT_EQ(described.output, "0 1 2 ");
+    EXPECT_EQ(mistakable, 0) << "what is printed by accident must not go to a child";
 }
 
 TEST_F(ChildLaunchTest, TheChildStartsWithDefaultSignalsAndAnEmptyMask)

@@ -117,6 +117,28 @@ TEST_F(ChildLifetimeTest, NoCallbackBeginsAfterADropOnTheQueue)
     EXPECT_EQ(record->told().ends, 0);
 }
 
+TEST_F(ChildLifetimeTest, WhatIsAlreadyOnItsWayWhenTheChildIsDroppedIsNotToldAnyMore)
+{
+    const auto elsewhere = std::make_shared<SerialQueue>("com.local.tessarin.elsewhere");
+    for (int round = 0; round < 20; ++round) {
+        auto child = start(probe({ "count-input" }));
+        queue->sync([&] {
+            child->closeInput();
+            siginfo_t information{};
+            EXPECT_EQ(waitid(P_PID, static_cast<id_t>(child->processID()), &information, WEXITED | WNOWAIT), 0);
+            // By the time in which the end of a later child is told elsewhere, that of this one waits behind this work.
+            const auto later = std::make_shared<ChildRecord>();
+            const auto laterChild = ChildProcess::launch(probe({ "directory" }), elsewhere, ChildRecord::callbacks(later));
+            EXPECT_TRUE(laterChild && later->waitForEnd());
+            child = nullptr;
+        });
+        ASSERT_TRUE(waitForNoChildren());
+        queue->sync([] {});
+        ASSERT_EQ(record->told().output, "");
+        ASSERT_EQ(record->told().ends, 0);
+    }
+}
+
 TEST_F(ChildLifetimeTest, AThousandStartsAndStopsLeaveNothingBehind)
 {
     const int descriptors = openDescriptors();

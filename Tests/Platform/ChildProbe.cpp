@@ -179,9 +179,12 @@ int leaveTalker(const Arguments&)
     return 4;
 }
 
-// Writes as much as the pipe takes without waiting, and tells on the error stream how much that was. Ends when its input does.
+// Waits for a byte, writes as much as the pipe takes without waiting, and tells on the error stream how much that was.
+// Ends when its input does.
 int fillPipe(const Arguments&)
 {
+    char start = 0;
+    while (read(STDIN_FILENO, &start, 1) < 0 && errno == EINTR) { }
     fcntl(STDOUT_FILENO, F_SETFL, fcntl(STDOUT_FILENO, F_GETFL) | O_NONBLOCK);
     std::size_t total = 0;
     ssize_t count = 0;

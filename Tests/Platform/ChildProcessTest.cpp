@@ -279,10 +279,11 @@ TEST_F(ChildProcessTest, StreamsMayBeClosedFromACallback)
 
 TEST_F(ChildProcessTest, PausedOutputIsNotReadAndHoldsTheChildUp)
 {
-    std::shared_ptr<ChildProcess> child;
+    const auto child = start(probe({ "fill-pipe" }));
+    // Reading is already waited for by then.
     onQueue([&] {
-        child = start(probe({ "fill-pipe" }));
         child->pauseOutput();
+        child->write("!");
     });
     ASSERT_TRUE(record->waitUntil([](const auto& told) { return !told.errorOutput.empty(); })) << "the error stream is never paused";
     onQueue([] {});
