@@ -117,6 +117,7 @@ protected:
             m_client->stop();
             m_client.reset();
         }
+        EXPECT_THAT(m_folder.complaints(), IsEmpty());
     }
 
     void TearDown() override { close(); }

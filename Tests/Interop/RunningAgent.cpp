@@ -41,29 +41,52 @@ std::map<std::string, std::string> AgentFolder::environment() const
     };
 }
 
-std::vector<JsonObject> AgentFolder::received() const
+void AgentFolder::install(const std::string& program, const std::map<std::string, std::string>& settings) const
 {
-    std::vector<JsonObject> messages;
-    std::ifstream transcript(path("transcript.jsonl"));
-    for (std::string line; std::getline(transcript, line);) {
+    const std::string file = path("bin/" + program);
+    std::ofstream script(file);
+    script << "#!/bin/sh\n";
+    for (const auto& [name, value] : settings) {
+        script << "export " << name << "='" << value << "'\n";
+    }
+    script << "exec '" << INTEROP_AGENT << "' \"$@\"\n";
+    script.close();
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+}
+
+std::vector<JsonObject> AgentFolder::transcript() const
+{
+    std::vector<JsonObject> entries;
+    std::ifstream file(path("transcript.jsonl"));
+    for (std::string line; std::getline(file, line);) {
         const std::optional<Json> entry = parseJson(line);
-        if (!entry || !entry->is_object()) {
+        if (entry && entry->is_object()) {
+            entries.push_back(entry->get_object());
+        } else {
             ADD_FAILURE() << "the transcript holds " << line;
-            continue;
-        }
-        if (const JsonObject* message = objectAt(entry->as_object(), "received")) {
-            messages.push_back(*message);
         }
     }
-    return messages;
+    return entries;
 }
 
 std::vector<JsonObject> AgentFolder::received(const std::string& method) const
 {
     std::vector<JsonObject> found;
-    for (JsonObject& message : received()) {
-        if (textAt(message, "method") == method) {
-            found.push_back(std::move(message));
+    for (const JsonObject& entry : transcript()) {
+        const JsonObject* message = objectAt(entry, "received");
+        if (message && textAt(*message, "method") == method) {
+            found.push_back(*message);
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> AgentFolder::complaints() const
+{
+    std::vector<std::string> found;
+    for (const JsonObject& entry : transcript()) {
+        if (const auto text = textAt(entry, "invalid")) {
+            found.emplace_back(*text);
         }
     }
     return found;

@@ -29,12 +29,17 @@ public:
     // What the agent is started with: our PATH, a home in this folder, and where its sessions and its transcript go.
     [[nodiscard]] std::map<std::string, std::string> environment() const;
 
-    // The messages that the agent received, in order, over all of its starts.
-    [[nodiscard]] std::vector<JsonObject> received() const;
-    // Those of one method.
+    // A program of this name that starts the agent, with these settings in its environment besides.
+    void install(const std::string& program, const std::map<std::string, std::string>& settings = {}) const;
+
+    // The messages of one method that the agent received, in order, over all of its starts.
     [[nodiscard]] std::vector<JsonObject> received(const std::string& method) const;
+    // What the library, or its schema, had against messages, over all starts.
+    [[nodiscard]] std::vector<std::string> complaints() const;
 
 private:
+    [[nodiscard]] std::vector<JsonObject> transcript() const;
+
     std::string m_path;
 };
 

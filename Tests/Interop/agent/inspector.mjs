@@ -1,4 +1,5 @@
-// Watches both directions of the agent's connection and says on stderr, in one line each, whatever the protocol does not allow.
+// Watches both directions of the agent's connection and says on stderr, in one line each, whatever the protocol does not allow; the
+// transcript has the same.
 // The library forgives much: it drops unknown keys and puts defaults in place of optional values that it cannot read. A client that
 // relies on that is wrong all the same, so three things are held against each message: the library's own JSON schema, what its parser
 // made of the message, and the protocol errors that it answers by itself.
@@ -59,11 +60,12 @@ export class Inspector {
     }
 
     complain(text) {
+        this.#note("invalid", text);
         fs.writeSync(2, `INVALID ${text}\n`);
     }
 
-    #note(direction, message) {
-        if (this.#transcript !== undefined) fs.appendFileSync(this.#transcript, JSON.stringify({ [direction]: message }) + "\n");
+    #note(what, value) {
+        if (this.#transcript !== undefined) fs.appendFileSync(this.#transcript, JSON.stringify({ [what]: value }) + "\n");
     }
 
     // Between the library and the client: the bytes that go out, each write being one line.

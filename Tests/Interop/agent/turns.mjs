@@ -50,6 +50,14 @@ async function everything(turn) {
     return "end_turn";
 }
 
+// Text without ids.
+async function brief(turn) {
+    await turn.update({ sessionUpdate: "agent_thought_chunk", content: text("Short.") });
+    await turn.update({ sessionUpdate: "agent_message_chunk", content: text("A short ") });
+    await turn.update({ sessionUpdate: "agent_message_chunk", content: text("answer.") });
+    return "end_turn";
+}
+
 // Says one thing and then works until it is told to stop.
 async function endless(turn) {
     await turn.update({ sessionUpdate: "agent_message_chunk", messageId: "e1", content: text("Working") });
@@ -91,7 +99,7 @@ async function dying(turn) {
     return new Promise(() => {});
 }
 
-const turns = { everything, endless, failing, limited, flood, asking, dying };
+const turns = { everything, brief, endless, failing, limited, flood, asking, dying };
 
 export function turnNamed(prompt) {
     const words = prompt.map((block) => (block.type === "text" ? block.text : "")).join("\n");
