@@ -89,11 +89,11 @@ class Desk:
         """Waits until that start has written down its end; the lines of it."""
         end = time.monotonic() + timeout
         while time.monotonic() < end:
-            lines = [line for line in self.record(name, start) if 'exit' in line or 'stdinClosed' in line]
+            lines = [line for line in self.record(name, start) if 'exit' in line or 'signal' in line]
             if lines:
                 return lines
             time.sleep(0.05)
-        raise AssertionError(f'{name}.{start} still has its input open after {timeout} s')
+        raise AssertionError(f'{name}.{start} has not ended after {timeout} s')
 
     # Stores.
     @property

@@ -52,10 +52,11 @@ class Welcome(WindowCase):
         return focused is not None and focused.name == 'Open a Project'
 
     def choose_in_dialog(self, path):
-        self.window.find('dialog', 'Choose a project')
+        field = self.window.find('~input', '=Path')
+        self.window.wait(lambda: field.focused and field.selection == field.text, what='the path to be selected')
         self.window.type(path)
         self.window.key('Return')
-        self.window.click_on('~button', '=Open Project')
+        self.window.click_on('~button', '=Open Project', under={'role': 'dialog', 'name': 'Choose a project'})
 
 
 class Menu(WindowCase):

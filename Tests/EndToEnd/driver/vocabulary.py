@@ -37,7 +37,7 @@ STATES = [
 # sensible roles.
 GROUPS = {
     '~button': ('push button', 'toggle button', 'check box', 'radio button', 'menu item', 'link',
-                'push button menu', 'page tab', 'list item', 'combo box', 'icon'),
+                'push button menu', 'combo box'),
     '~menu item': ('menu item', 'check menu item', 'radio menu item', 'menu', 'push button',
                    'check box', 'radio button', 'list item'),
     '~menu bar item': ('menu bar', 'menu item', 'menu', 'push button'),
