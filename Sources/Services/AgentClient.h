@@ -43,11 +43,12 @@ public:
     virtual void cancel() = 0;
     // Answers one request, by its id, with the id of an option. Does nothing for a request that is not open.
     virtual void respondToPermission(std::int64_t requestID, std::string optionID) = 0;
-    // Ends the child with one SIGTERM and fails what is outstanding as disconnected; onUnexpectedTermination does not fire.
+    // Ends the child with one SIGTERM and fails what is outstanding as disconnected. No callback fires from then on, also not for what
+    // had been posted before; completions still do, each once.
     virtual void stop() = 0;
 
-    // Set before `start`, main thread only.
-    std::function<void(const SessionUpdate&)> onSessionUpdate;
+    // Set before `start`, main thread only; not replaced while they run. A callback may call any operation, `stop` included.
+    std::function<void(const SessionUpdate&)> onSessionUpdate; // the update lives as long as the call, see SessionUpdate
     std::function<void(PermissionRequest)> onPermissionRequest;
     std::function<void(const std::string& text)> onLog; // raw diagnostic text of the runtime
     std::function<void()> onReplayStarted; // a stored conversation is about to come through onSessionUpdate

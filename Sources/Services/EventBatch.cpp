@@ -3,6 +3,7 @@
 #include "Services/AgentClient.h"
 
 #include <algorithm>
+#include <type_traits>
 #include <utility>
 
 namespace tessarin
@@ -33,6 +34,7 @@ boost::json::storage_ptr EventBatch::storageFor(std::size_t bytes)
 
 void EventBatch::add(SessionUpdate&& update)
 {
+    static_assert(std::is_nothrow_move_constructible_v<Event>, "or a growing list would copy every update");
     m_events.emplace_back(std::move(update));
 }
 
