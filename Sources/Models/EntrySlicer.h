@@ -20,8 +20,9 @@ public:
 
     // What the parser comes to, in the order of the text.
     void beginTask(std::size_t project, std::size_t task);
-    void beginEntry(std::size_t index) { m_awaited = Awaited::firstKeyOfEntry, m_entry = index; }
-    void endEntries(std::size_t count) { m_awaited = Awaited::keyAfterEntries, m_entry = count; }
+    void beginEntry(std::size_t index) { await(Awaited::firstKeyOfEntry, index); }
+    void endEntries(std::size_t count) { await(Awaited::keyAfterEntries, count); }
+    void endTask() { m_awaited = Awaited::nothing; }
     // `key` is the text that the parser handed on, or empty when it had to make one.
     void takeKey(std::string_view key)
     {
@@ -41,6 +42,11 @@ private:
         bool isSliceable = true;
     };
 
+    void await(Awaited awaited, std::size_t entry)
+    {
+        m_awaited = awaited;
+        m_entry = entry;
+    }
     void takeAwaitedKey(std::string_view key);
     void cut(Task& task, std::size_t end, std::size_t entryEnd);
     [[nodiscard]] bool standsBefore(std::size_t position, std::string_view expected) const;

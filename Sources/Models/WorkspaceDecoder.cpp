@@ -59,6 +59,8 @@ struct BuildingHandler {
             slicer->beginEntry(project->threads.back().entries.size() - 1);
         } else if (before == Place::entries && builder.place() == Place::thread) {
             slicer->endEntries(project->threads.back().entries.size());
+        } else if (before == Place::thread && builder.place() == Place::threads) {
+            slicer->endTask();
         }
     }
 
@@ -79,7 +81,13 @@ struct BuildingHandler {
         tellSlicer(before);
         return accept(isOpened, error);
     }
-    bool on_object_end(std::size_t, json::error_code& error) { return accept(builder.closeObject(), error); }
+    bool on_object_end(std::size_t, json::error_code& error)
+    {
+        const Place before = builder.place();
+        const bool isClosed = builder.closeObject();
+        tellSlicer(before);
+        return accept(isClosed, error);
+    }
     bool on_key_part(json::string_view part, std::size_t, json::error_code&)
     {
         collect(part);
