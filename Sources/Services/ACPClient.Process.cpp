@@ -133,6 +133,7 @@ void ACPClient::stopOnQueue()
 {
     m_isStopping = true;
     m_isConnected = false;
+    m_terminals.releaseAll();
     if (m_process) {
         m_process->closeStreams();
         m_process->terminate();

@@ -73,7 +73,7 @@ void ACPClient::handleAgentRequest(std::int64_t id, std::string_view method, con
 {
     if (method == "session/request_permission")
         handlePermissionRequest(id, params);
-    else
+    else if (!handleToolRequest(id, method, params))
         write(JsonRpc::error(id, "Unsupported ACP method: " + std::string(method), JsonRpc::methodNotFound));
 }
 

@@ -17,6 +17,7 @@ ACPClient::Configuration ACPClient::Configuration::grok(std::string executable, 
     configuration.model = std::move(model);
     configuration.permissionMode = permissionMode;
     configuration.processEnvironment = GrokLocator::augmentedEnvironment(context);
+    configuration.terminalEnvironment = configuration.processEnvironment;
     return configuration;
 }
 
@@ -30,6 +31,7 @@ ACPClient::ACPClient(Configuration configuration, MainThread& mainThread)
     , m_runtimeName(shortLabel(m_configuration.provider))
     , m_queue(std::make_shared<SerialQueue>("com.local.tessarin.acp"))
     , m_gate(std::make_shared<EventGate>())
+    , m_terminals(m_configuration.terminalEnvironment)
     , m_outbox(mainThread, m_gate)
     , m_arguments(m_configuration.processArguments)
 {

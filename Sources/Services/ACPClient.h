@@ -9,6 +9,7 @@
 #include "Services/EventOutbox.h"
 #include "Services/JsonRpc.h"
 #include "Services/LineReader.h"
+#include "Services/TerminalManager.h"
 
 #include <cstdint>
 #include <memory>
@@ -37,6 +38,7 @@ public:
         GrokPermissionMode permissionMode = GrokPermissionMode::ask;
         std::vector<std::string> processArguments;
         Environment processEnvironment; // the child sees this and nothing else
+        Environment terminalEnvironment; // what every command of the agent starts from: Grok's, whatever the provider
 
         // The Grok runtime with the arguments of its mode and model, in Grok's environment.
         [[nodiscard]] static Configuration grok(std::string executable, std::string workspacePath, std::optional<std::string> model,
@@ -119,6 +121,15 @@ private:
     [[nodiscard]] JsonRpcReply replyOf(const JsonObject& message) const;
     void deliverUpdate(JsonObject& message) REQUIRES(*m_queue);
     void handleAgentRequest(std::int64_t id, std::string_view method, const JsonObject& params) REQUIRES(*m_queue);
+    [[nodiscard]] bool handleToolRequest(std::int64_t id, std::string_view method, const JsonObject& params) REQUIRES(*m_queue);
+    [[nodiscard]] bool handleTerminalRequest(std::int64_t id, std::string_view method, const JsonObject& params) REQUIRES(*m_queue);
+    [[nodiscard]] Result<JsonObject, ACPClientError> createTerminal(const JsonObject& params) REQUIRES(*m_queue);
+    [[nodiscard]] Result<JsonObject, ACPClientError> terminalOutput(const std::string& terminal);
+    [[nodiscard]] Result<JsonObject, ACPClientError> killTerminal(const std::string& terminal);
+    [[nodiscard]] Result<JsonObject, ACPClientError> releaseTerminal(const std::string& terminal);
+    void waitForTerminal(std::int64_t id, const std::string& terminal) REQUIRES(*m_queue);
+    void terminalEnded(std::int64_t id, JsonObject exitStatus);
+    void answer(std::int64_t id, Result<JsonObject, ACPClientError> result) REQUIRES(*m_queue);
     void handlePermissionRequest(std::int64_t id, const JsonObject& params) REQUIRES(*m_queue);
     void selectPermission(std::int64_t id, const std::string& optionID) REQUIRES(*m_queue);
 
@@ -139,6 +150,7 @@ private:
     const std::string m_runtimeName;
     const std::shared_ptr<SerialQueue> m_queue;
     const std::shared_ptr<EventGate> m_gate;
+    TerminalManager m_terminals; // of any thread
 
     // On the queue only.
     EventOutbox m_outbox GUARDED_BY(*m_queue);
