@@ -107,8 +107,8 @@ void ACPClient::reportTermination(ChildEnd end)
     std::string text(trimmed(m_errorOutput));
     if (text.empty())
         text = m_runtimeName + " exited with status " + std::to_string(end.status) + ".";
-    notify([text = std::move(text)](AgentClient& client) {
-        if (client.onUnexpectedTermination)
+    notify([text = std::move(text), gate = m_gate](AgentClient& client) {
+        if (gate->isOpen() && client.onUnexpectedTermination)
             client.onUnexpectedTermination(text);
     });
 }

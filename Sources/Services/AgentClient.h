@@ -43,8 +43,8 @@ public:
     virtual void cancel() = 0;
     // Answers one request, by its id, with the id of an option. Does nothing for a request that is not open.
     virtual void respondToPermission(std::int64_t requestID, std::string optionID) = 0;
-    // Ends the child with one SIGTERM and fails what is outstanding as disconnected. No callback fires from then on, also not for what
-    // had been posted before; completions still do, each once.
+    // Ends the child with one SIGTERM and fails what is outstanding as disconnected; onUnexpectedTermination does not fire. What had
+    // been posted before still arrives at the other callbacks, also when the client is dropped meanwhile.
     virtual void stop() = 0;
 
     // Set before `start`, main thread only; not replaced while they run. A callback may call any operation, `stop` included.

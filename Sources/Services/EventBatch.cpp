@@ -48,16 +48,14 @@ void EventBatch::add(Answer answer)
     m_events.emplace_back(std::move(answer));
 }
 
-void EventBatch::run()
+void EventBatch::run(AgentClient* client)
 {
-    const std::shared_ptr<AgentClient> client = m_gate->client();
     for (Event& event : m_events) {
         if (const auto* answer = std::get_if<Answer>(&event)) {
             (*answer)();
             continue;
         }
-        // Asked each time: a callback may stop the client.
-        if (!client || !m_gate->isOpen())
+        if (!client)
             continue;
         if (const auto* notice = std::get_if<Notice>(&event))
             (*notice)(*client);

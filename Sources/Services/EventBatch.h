@@ -19,7 +19,7 @@ class AgentClient;
 class EventBatch
 {
 public:
-    // A call of one of the client's callbacks; not made when the client has been stopped or is gone.
+    // A call of one of the client's callbacks.
     using Notice = std::function<void(AgentClient& client)>;
     // A call of somebody's completion; always made.
     using Answer = std::function<void()>;
@@ -40,8 +40,8 @@ public:
     // How much text the batch stands for.
     [[nodiscard]] std::size_t bytes() const { return m_bytes; }
 
-    // Main thread only, once: makes the calls.
-    void run();
+    // Main thread only, once: makes the calls. Without a client only the answers are given.
+    void run(AgentClient* client);
 
 private:
     using Event = std::variant<SessionUpdate, Notice, Answer>;

@@ -19,7 +19,7 @@ void EventGate::close()
 
 std::shared_ptr<AgentClient> EventGate::client() const
 {
-    return m_isOpen ? m_client.lock() : nullptr;
+    return m_client.lock();
 }
 
 bool EventGate::add(std::size_t bytes)

@@ -10,8 +10,8 @@ namespace tessarin
 
 class AgentClient;
 
-// Where the events of a client reach the main thread, shared by the client and all that it has posted. It knows whether anyone still
-// listens, and how far the main thread is behind.
+// What a client and all that it has posted to the main thread share: to whom the events go, whether the client was stopped, and how far
+// the main thread is behind.
 class EventGate
 {
 public:
@@ -21,11 +21,12 @@ public:
     // Main thread only. Events reach `client` from now on. `onDrained` runs on the main thread when reading was told to pause and may
     // go on.
     void open(std::weak_ptr<AgentClient> client, std::function<void()> onDrained);
-    // Main thread only. Nothing more reaches the client's callbacks, also of what was posted before.
+    // Main thread only. The client was told to stop.
     void close();
-    // Main thread only. Null when the gate is closed or the client is gone.
-    [[nodiscard]] std::shared_ptr<AgentClient> client() const;
+    // Main thread only. What was posted before goes on to its callbacks; only the end of the child is nobody's business any more.
     [[nodiscard]] bool isOpen() const { return m_isOpen; }
+    // On the client's queue, or the main thread. Null when it is gone.
+    [[nodiscard]] std::shared_ptr<AgentClient> client() const;
 
     // Any thread: bytes that have been posted. True when reading has to pause now.
     [[nodiscard]] bool add(std::size_t bytes);
@@ -35,9 +36,11 @@ public:
     [[nodiscard]] bool isFull() const;
 
 private:
-    // Main thread only.
+    // Constant once the client has been started.
     std::weak_ptr<AgentClient> m_client;
     std::function<void()> m_onDrained;
+
+    // Main thread only.
     bool m_isOpen = false;
 
     // Guarded by m_mutex.

