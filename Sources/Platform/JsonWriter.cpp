@@ -47,7 +47,7 @@ private:
     struct Frame {
         const JsonArray* array = nullptr;
         const JsonObject* object = nullptr;
-        std::vector<const Member*> sorted {}; // of an object in pretty style
+        std::vector<const Member*> sorted{}; // of an object in pretty style
         std::size_t next = 0;
     };
 

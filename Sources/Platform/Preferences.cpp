@@ -20,7 +20,7 @@ constexpr const char* fileName = "preferences.json";
 std::string folderFromEnvironment(const char* variable, const char* fallbackBelowHome)
 {
     const char* value = std::getenv(variable);
-    // A relative folder is to be ignored (XDG Base Directory Specification).
+    // A relative folder is to be ignored (freedesktop.org, XDG base directories).
     return value && *value == '/' ? std::string(value) : homeDirectory() + fallbackBelowHome;
 }
 

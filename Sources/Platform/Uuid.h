@@ -26,7 +26,7 @@ public:
     auto operator<=>(const Uuid&) const = default;
 
 private:
-    std::array<std::uint8_t, 16> m_bytes {};
+    std::array<std::uint8_t, 16> m_bytes{};
     friend struct std::hash<Uuid>;
 };
 

@@ -233,7 +233,7 @@ TEST_F(WorkspaceStoreTest, AFullDiskKeepsTheTreeThatIsStored)
         tree[0].threads[0].entries[0].text = std::string(600'000, 'x');
         save(tree);
         const std::vector<Workspace> stored = tree;
-        tree[0].threads[0].title = "Another title";
+        tree[0].threads[0].entries[0].text += std::string(200'000, 'y');
         save(tree);
         Preferences afterRestart(preferences.locations());
         if (WorkspaceStore(afterRestart).load() != stored) {
@@ -241,10 +241,7 @@ TEST_F(WorkspaceStoreTest, AFullDiskKeepsTheTreeThatIsStored)
         }
         return namesIn(folder / "data") == std::vector<std::string>{ "savedWorkspaces.v1" } ? "" : "A temporary file is left.";
     });
-    if (!findings) {
-        GTEST_SKIP() << "no file system can be mounted here";
-    }
-    EXPECT_EQ(*findings, "");
+    EXPECT_EQ(findings, "");
 }
 
 } // namespace

@@ -127,7 +127,7 @@ TEST(WriteFileTest, AFullDiskLeavesTheEarlierFileAndNoTemporary)
             return "The first write failed.";
         }
         const auto written = writeFileAtomically(folder / "file", ByteRope(patterned(200'000)));
-        if (written || written.error().code != ENOSPC) {
+        if (written || (written.error().code != ENOSPC && written.error().code != EFBIG)) {
             return "The disk was not full.";
         }
         if (wholeFile(folder / "file") != patterned(150'000)) {
@@ -138,10 +138,7 @@ TEST(WriteFileTest, AFullDiskLeavesTheEarlierFileAndNoTemporary)
         }
         return writeFileAtomically(folder / "file", ByteRope(patterned(50'000))) ? "" : "What fits is not written afterwards.";
     });
-    if (!findings) {
-        GTEST_SKIP() << "no file system can be mounted here";
-    }
-    EXPECT_EQ(*findings, "");
+    EXPECT_EQ(findings, "");
 }
 
 TEST(WriteFileTest, ATemporaryThatAKilledWriterLeftIsReplaced)
@@ -202,18 +199,16 @@ TEST(KeepFileAsideTest, NeedsNoSpaceOnAFullDisk)
 {
     const TemporaryFolder folder;
     const auto findings = onADiskOf(256 * 1024, folder.path(), [&]() -> std::string {
-        writeWholeFile(folder / "file", patterned(200'000));
+        writeWholeFile(folder / "file", patterned(150'000));
         if (!keepFileAside(folder / "file", folder / "aside")) {
             return "It is not kept.";
         }
-        return wholeFile(folder / "aside") == patterned(200'000) ? "" : "It is not kept whole.";
+        return wholeFile(folder / "aside") == patterned(150'000) ? "" : "It is not kept whole.";
     });
-    if (!findings) {
-        GTEST_SKIP() << "no file system can be mounted here";
-    }
-    EXPECT_EQ(*findings, "");
+    EXPECT_EQ(findings, "");
 }
 
+#if defined(__linux__)
 TEST(KeepFileAsideTest, WithoutLinksItIsACopyThatReplacesNothing)
 {
     const TemporaryFolder folder;
@@ -225,10 +220,7 @@ TEST(KeepFileAsideTest, WithoutLinksItIsACopyThatReplacesNothing)
         }
         return keepFileAside(folder / "file", folder / "aside") ? "" : "It is not kept.";
     });
-    if (!findings) {
-        GTEST_SKIP() << "no calls can be forbidden here";
-    }
-    EXPECT_EQ(*findings, "");
+    EXPECT_EQ(findings, "");
     EXPECT_EQ(wholeFile(folder / "aside"), "earlier");
     EXPECT_EQ(wholeFile(folder / "aside-2"), patterned(100'000));
     EXPECT_EQ(wholeFile(folder / "file"), patterned(100'000));
@@ -243,14 +235,12 @@ TEST(KeepFileAsideTest, WithoutLinksAndSpaceItIsRenamed)
         const FileSizeLimit limit(50'000);
         return keepFileAside(folder / "file", folder / "aside") ? "" : "It is not kept.";
     });
-    if (!findings) {
-        GTEST_SKIP() << "no calls can be forbidden here";
-    }
-    EXPECT_EQ(*findings, "");
+    EXPECT_EQ(findings, "");
     EXPECT_EQ(wholeFile(folder / "aside"), "earlier");
     EXPECT_EQ(wholeFile(folder / "aside-2"), patterned(100'000));
     EXPECT_EQ(namesIn(folder.path()), (std::vector<std::string>{ "aside", "aside-2" }));
 }
+#endif
 
 } // namespace
 } // namespace tessarin

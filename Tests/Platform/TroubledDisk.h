@@ -1,8 +1,8 @@
 #pragma once
 
 #include <csignal>
+#include <cstddef>
 #include <functional>
-#include <optional>
 #include <string>
 #include <sys/resource.h>
 
@@ -29,13 +29,11 @@ private:
     rlimit m_before{};
 };
 
-// What a child process found wrong; empty for nothing. Absent when the system lets no test set up such a disk.
-using Findings = std::optional<std::string>;
+// Runs the steps in a child process with a file system of about this many bytes at `folder`, which only the child sees. Where the system
+// lets no test mount one, files may grow to two thirds of it instead. Returns what the steps find wrong, empty for nothing.
+std::string onADiskOf(std::size_t bytes, const std::string& folder, const std::function<std::string()>& steps);
 
-// Runs the steps in a child process with a file system of this many bytes at `folder`, which only the child sees.
-Findings onADiskOf(std::size_t bytes, const std::string& folder, const std::function<std::string()>& steps);
-
-// Runs the steps in a child process for which files have no second names: each link fails.
-Findings onADiskWithoutLinks(const std::function<std::string()>& steps);
+// Runs the steps in a child process for which files have no second names: each link fails. On Linux only.
+std::string onADiskWithoutLinks(const std::function<std::string()>& steps);
 
 } // namespace tessarin
