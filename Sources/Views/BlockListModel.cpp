@@ -1,0 +1,106 @@
+#include "Views/BlockListModel.h"
+
+namespace tessarin
+{
+
+BlockGap::Value BlockGap::above(const TextBlock& block, const TextBlock* before)
+{
+    if (before == nullptr || block.isContinued) {
+        return None;
+    }
+    if (block.isItem && before->isItem) {
+        return Item;
+    }
+    return block.kind == BlockKind::Heading ? Heading : Block;
+}
+
+BlockListModel::BlockListModel(std::optional<TextBlock> before, QObject* parent) : QAbstractListModel(parent), m_before(std::move(before))
+{
+}
+
+void BlockListModel::setBefore(std::optional<TextBlock> before)
+{
+    if (m_blocks.isEmpty()) {
+        m_before = std::move(before);
+        return;
+    }
+    const BlockGap::Value earlier = gapAbove(0);
+    m_before = std::move(before);
+    if (gapAbove(0) != earlier) {
+        emit dataChanged(index(0), index(0), { GapRole });
+    }
+}
+
+void BlockListModel::replaceFrom(int first, const QList<TextBlock>& blocks)
+{
+    const int shared = static_cast<int>(std::min(m_blocks.size() - first, blocks.size()));
+    for (int i = 0; i < shared; ++i) {
+        const int row = first + i;
+        if (m_blocks[row] != blocks[i]) {
+            m_blocks[row] = blocks[i];
+            emit dataChanged(index(row), index(row));
+        }
+    }
+    const int end = first + static_cast<int>(blocks.size());
+    if (m_blocks.size() > end) {
+        beginRemoveRows({}, end, static_cast<int>(m_blocks.size()) - 1);
+        m_blocks.resize(end);
+        endRemoveRows();
+    } else if (m_blocks.size() < end) {
+        beginInsertRows({}, static_cast<int>(m_blocks.size()), end - 1);
+        m_blocks.append(blocks.mid(shared));
+        endInsertRows();
+    }
+}
+
+int BlockListModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_blocks.size());
+}
+
+QVariant BlockListModel::data(const QModelIndex& index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid)) {
+        return {};
+    }
+    const TextBlock& block = m_blocks[index.row()];
+    switch (role) {
+    case KindRole:
+        return block.kind;
+    case LevelRole:
+        return block.level;
+    case ListDepthRole:
+        return block.listDepth;
+    case QuoteDepthRole:
+        return block.quoteDepth;
+    case MarkerRole:
+        return block.marker;
+    case ContentRole:
+        return QVariant::fromValue(block.content);
+    case LanguageRole:
+        return block.language;
+    case ContinuedRole:
+        return block.isContinued;
+    case TableRole:
+        return QVariant::fromValue(block.table);
+    case GapRole:
+        return gapAbove(index.row());
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> BlockListModel::roleNames() const
+{
+    return { { KindRole, "kind" }, { LevelRole, "level" }, { ListDepthRole, "listDepth" }, { QuoteDepthRole, "quoteDepth" },
+        { MarkerRole, "marker" }, { ContentRole, "content" }, { LanguageRole, "language" }, { ContinuedRole, "continued" },
+        { TableRole, "table" }, { GapRole, "gap" } };
+}
+
+BlockGap::Value BlockListModel::gapAbove(int row) const
+{
+    const TextBlock* before = row > 0 ? &m_blocks[row - 1] : m_before ? &*m_before : nullptr;
+    return BlockGap::above(m_blocks[row], before);
+}
+
+} // namespace tessarin

@@ -1,0 +1,173 @@
+#include "Views/ConversationModel.h"
+
+#include "App/AppModel.h"
+#include "Views/ConversationRules.h"
+#include "Views/PlanRules.h"
+
+#include <algorithm>
+
+namespace tessarin
+{
+
+namespace
+{
+
+QString fromView(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+} // namespace
+
+ConversationModel::ConversationModel(QObject* parent)
+    : QObject(parent), m_entries([this]() -> const std::vector<ChatEntry>& { return modelEntries(); })
+{
+}
+
+ConversationModel::~ConversationModel() = default;
+
+const std::vector<ChatEntry>& ConversationModel::modelEntries() const
+{
+    static const std::vector<ChatEntry> none;
+    return m_model ? m_model->entries() : none;
+}
+
+void ConversationModel::attach(std::shared_ptr<AppModel> model)
+{
+    m_model = std::move(model);
+    m_entries.noteReset();
+    readTask();
+    readPlan();
+    checkAgain();
+    readModes();
+    readConnection();
+}
+
+void ConversationModel::note(const ModelChange& change)
+{
+    switch (change.kind) {
+    case ModelChange::Kind::workspaces:
+        readTask();
+        break;
+    case ModelChange::Kind::selection:
+        m_entries.noteReset();
+        readTask();
+        readConnection();
+        break;
+    case ModelChange::Kind::connectionState:
+    case ModelChange::Kind::activeProvider:
+    case ModelChange::Kind::permissionRequest:
+        readConnection();
+        readModes();
+        break;
+    case ModelChange::Kind::plan:
+        readPlan();
+        break;
+    case ModelChange::Kind::modes:
+        readModes();
+        checkAgain();
+        break;
+    case ModelChange::Kind::installStatus:
+        checkAgain();
+        break;
+    case ModelChange::Kind::entriesReset:
+        m_entries.noteReset();
+        break;
+    case ModelChange::Kind::entryAppended:
+        m_entries.noteAppended();
+        break;
+    case ModelChange::Kind::entryTextAppended:
+        m_entries.noteTextAppended(change.index);
+        break;
+    case ModelChange::Kind::entryChanged:
+        m_entries.noteChanged(change.index);
+        break;
+    case ModelChange::Kind::errorMessage:
+    case ModelChange::Kind::cliLog:
+    case ModelChange::Kind::providerUsage:
+    case ModelChange::Kind::section:
+        break;
+    }
+}
+
+void ConversationModel::readTask()
+{
+    const Workspace* workspace = m_model->selectedWorkspace();
+    const ChatThread* thread = m_model->selectedThread();
+    m_hasProject = workspace != nullptr;
+    m_title = thread ? QString::fromStdString(thread->title) : QStringLiteral("New task");
+    m_path = workspace ? QString::fromStdString(workspace->path) : QString();
+    m_projectName = workspace ? QString::fromStdString(workspace->name) : QStringLiteral("Project");
+    emit taskChanged();
+}
+
+void ConversationModel::readConnection()
+{
+    const ConnectionState& state = m_model->connectionState();
+    m_connectionLabel = QString::fromStdString(m_model->connectionLabel());
+    m_connectionTint = ConversationRules::connectionTint(state);
+    m_isWorking = state.kind() == ConnectionState::Kind::working;
+    m_workingText = ConversationRules::workingText(m_model->activeProvider());
+    m_canSend = m_model->canSend();
+    emit connectionChanged();
+}
+
+void ConversationModel::readPlan()
+{
+    const std::vector<PlanEntry>& plan = m_model->plan();
+    m_plan.setEntries(plan);
+    m_hasPlan = !plan.empty();
+    m_planLabel = PlanRules::label(plan);
+    emit planChanged();
+}
+
+void ConversationModel::readModes()
+{
+    const ProviderRoutingMode current = m_model->routingMode();
+    m_routingLabel = fromView(label(current));
+    m_routingSymbol = ConversationRules::routingSymbol(current);
+    m_canChangeRoutingMode = m_model->canChangeRoutingMode();
+    m_routingChoices.clear();
+    for (const ProviderRoutingMode mode : allProviderRoutingModes) {
+        m_routingChoices.append({ static_cast<int>(mode), ConversationRules::routingMenuTitle(mode, current),
+            ConversationRules::routingSymbol(mode), mode == current });
+    }
+    emit modesChanged();
+}
+
+void ConversationModel::checkAgain()
+{
+    m_hasRunnableProvider = m_model->hasRunnableProvider();
+    emit runnableChanged();
+}
+
+QString ConversationModel::promptToSend(const QString& draft) const
+{
+    return QString::fromStdString(ConversationRules::promptToSend(draft.toStdString(), m_canSend).value_or(""));
+}
+
+void ConversationModel::send(const QString& prompt)
+{
+    m_model->send(prompt.toStdString());
+}
+
+void ConversationModel::stopWorking()
+{
+    m_model->stopWorking();
+}
+
+void ConversationModel::setRoutingMode(int mode)
+{
+    const auto chosen = std::find_if(allProviderRoutingModes.begin(), allProviderRoutingModes.end(),
+        [mode](ProviderRoutingMode candidate) { return static_cast<int>(candidate) == mode; });
+    if (chosen != allProviderRoutingModes.end()) {
+        m_model->setRoutingMode(*chosen);
+    }
+}
+
+void ConversationModel::revealProject()
+{
+    m_model->revealProject();
+}
+
+} // namespace tessarin

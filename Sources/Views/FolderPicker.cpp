@@ -1,0 +1,117 @@
+#include "Views/FolderPicker.h"
+
+#include <QCollator>
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <utility>
+
+namespace tessarin
+{
+
+namespace
+{
+
+QStringList foldersIn(const QString& path)
+{
+    QStringList names = QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    QCollator collator;
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    std::sort(names.begin(), names.end(), collator);
+    return names;
+}
+
+} // namespace
+
+void FolderPicker::ask(const Desktop::FolderQuestion& question, Done done)
+{
+    finish(std::nullopt);
+    m_done = std::move(done);
+    m_title = QString::fromStdString(question.title);
+    m_prompt = QString::fromStdString(question.prompt);
+    setProblem({});
+    if (m_path.isEmpty() || !enter(m_path)) {
+        static_cast<void>(enter(QDir::homePath()) || enter(QDir::rootPath())); // the root is always there
+    }
+    m_isOpen = true;
+    emit openChanged();
+}
+
+QString FolderPicker::resolved(const QString& path) const
+{
+    QString expanded = path.trimmed();
+    if (expanded == QLatin1String("~") || expanded.startsWith(QLatin1String("~/"))) {
+        expanded.replace(0, 1, QDir::homePath());
+    }
+    return QDir::cleanPath(QDir(m_path).absoluteFilePath(expanded));
+}
+
+bool FolderPicker::enter(const QString& path)
+{
+    const QFileInfo folder(path);
+    if (!folder.isDir() || !folder.isReadable()) {
+        return false;
+    }
+    m_path = path;
+    m_folders = foldersIn(path);
+    m_canGoUp = path != QDir::rootPath();
+    emit pathChanged();
+    return true;
+}
+
+void FolderPicker::goTo(const QString& path)
+{
+    const QString target = resolved(path);
+    setProblem(enter(target) ? QString() : QStringLiteral("There is no folder “%1” that can be opened.").arg(target));
+}
+
+void FolderPicker::goUp()
+{
+    goTo(QStringLiteral(".."));
+}
+
+void FolderPicker::createFolder(const QString& name)
+{
+    const QString path = resolved(name);
+    if (name.trimmed().isEmpty() || !QDir().mkpath(path)) {
+        setProblem(QStringLiteral("The folder “%1” could not be made.").arg(path));
+        return;
+    }
+    goTo(path);
+}
+
+void FolderPicker::accept(const QString& path)
+{
+    goTo(path);
+    if (m_problem.isEmpty()) {
+        finish(m_path.toStdString());
+    }
+}
+
+void FolderPicker::cancel()
+{
+    finish(std::nullopt);
+}
+
+void FolderPicker::finish(std::optional<std::string> path)
+{
+    if (m_isOpen) {
+        m_isOpen = false;
+        emit openChanged();
+    }
+    if (const Done done = std::exchange(m_done, {})) {
+        done(std::move(path));
+    }
+}
+
+void FolderPicker::setProblem(const QString& problem)
+{
+    if (problem != m_problem) {
+        m_problem = problem;
+        emit problemChanged();
+    }
+}
+
+} // namespace tessarin

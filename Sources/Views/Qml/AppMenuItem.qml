@@ -1,0 +1,63 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// One entry of a menu: symbol, title, and the keys that do the same.
+T.MenuItem {
+    id: root
+
+    property string symbol: ""
+    property bool current: false
+    property string keys: ""
+
+    width: parent ? parent.width : implicitWidth
+    implicitWidth: Math.ceil(title.implicitWidth) + title.x + Theme.space12 + (keys === "" ? 0 : Math.ceil(hint.implicitWidth) + Theme.space24)
+    implicitHeight: Theme.rowMenu
+    opacity: enabled ? 1 : Theme.disabledOpacity
+    Accessible.name: text
+    Accessible.onPressAction: {
+        if (enabled) {
+            triggered()
+            menu.dismiss()
+        }
+    }
+
+    contentItem: Item {
+        SystemSymbol {
+            id: mark
+
+            x: Theme.space8
+            anchors.verticalCenter: parent.verticalCenter
+            name: root.symbol
+            visible: root.symbol !== ""
+            size: Theme.symbolSmall
+            color: root.highlighted ? Theme.text : Theme.secondaryText
+        }
+
+        Line {
+            id: title
+
+            x: root.symbol === "" ? Theme.space8 : mark.x + mark.width + Theme.space8
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.text
+            font: root.current ? Theme.calloutMediumFont : Theme.calloutFont
+            Accessible.ignored: true
+        }
+
+        Line {
+            id: hint
+
+            anchors.right: parent.right
+            anchors.rightMargin: Theme.space12
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.keys
+            font: Theme.captionFont
+            color: Theme.secondaryText
+            Accessible.ignored: true
+        }
+    }
+
+    background: Rectangle {
+        radius: Theme.radiusSmall
+        color: root.highlighted ? Theme.accentTint : "transparent"
+    }
+}

@@ -1,0 +1,25 @@
+import QtQuick
+import Tessarin
+
+// What an agent wrote: its avatar in the gutter, then the blocks of its Markdown.
+EntryRow {
+    id: root
+
+    required property EntryListModel entries
+    required property int index
+    required property string speaker
+    required property string symbol
+
+    name: speaker
+
+    AvatarView { symbol: root.symbol }
+
+    MarkdownPages {
+        x: Theme.avatar + Theme.space12
+        y: Theme.hairline
+        width: parent.width - x
+        entries: root.entries
+        row: root.index
+        label: root.name
+    }
+}

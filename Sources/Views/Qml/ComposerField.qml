@@ -1,0 +1,63 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// The text of the composer: it grows with its lines up to a limit and scrolls beyond. Return submits, Shift-Return adds a line.
+Flickable {
+    id: root
+
+    property alias text: area.text
+
+    signal submitted()
+
+    function clear() {
+        area.clear()
+    }
+
+    function forceActiveFocus() {
+        area.forceActiveFocus()
+    }
+
+    readonly property bool areaFocus: area.activeFocus
+
+    height: Math.min(area.implicitHeight, Theme.composerTextMaximum)
+    contentWidth: width
+    contentHeight: area.height
+    boundsBehavior: Flickable.StopAtBounds
+    clip: true
+    T.ScrollBar.vertical: ThinScrollBar {}
+
+    T.TextArea.flickable: T.TextArea {
+        id: area
+
+        implicitHeight: contentHeight
+        leftPadding: Theme.space12 + Theme.space4
+        rightPadding: leftPadding
+        font: Theme.bodyFont
+        color: Theme.text
+        selectionColor: Theme.accentFill
+        selectedTextColor: Theme.inkOnAccent
+        placeholderText: "Ask your agent to build, debug, or explain…"
+        wrapMode: TextEdit.Wrap
+        textFormat: TextEdit.PlainText
+        Accessible.name: "Message"
+        Keys.onReturnPressed: event => root.pressReturn(event)
+        Keys.onEnterPressed: event => root.pressReturn(event)
+
+        Line {
+            x: area.leftPadding
+            width: parent.width - area.leftPadding - area.rightPadding
+            visible: area.length === 0 && area.preeditText === ""
+            text: area.placeholderText
+            font: area.font
+            color: Theme.secondaryText
+            Accessible.ignored: true
+        }
+    }
+
+    function pressReturn(event) {
+        event.accepted = (event.modifiers & Qt.ShiftModifier) === 0
+        if (event.accepted) {
+            submitted()
+        }
+    }
+}

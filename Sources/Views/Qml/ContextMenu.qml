@@ -1,0 +1,40 @@
+import QtQuick
+
+// The menu of one entry that the second button opens over its parent. It exists only while it is open.
+Item {
+    id: root
+
+    required property string text
+
+    signal triggered()
+
+    function open() {
+        popup.active = true
+    }
+
+    anchors.fill: parent
+
+    TapHandler {
+        acceptedButtons: Qt.RightButton
+        onTapped: root.open()
+    }
+
+    Loader {
+        id: popup
+
+        active: false
+
+        sourceComponent: AppMenu {
+            x: Theme.space12
+            y: root.height
+            name: root.text
+            Component.onCompleted: open()
+            onClosed: popup.active = false
+
+            AppMenuItem {
+                text: root.text
+                onTriggered: root.triggered()
+            }
+        }
+    }
+}

@@ -1,0 +1,53 @@
+import QtQuick
+import Tessarin
+
+// The right column: the welcome screen or the conversation, and the banner above it.
+Item {
+    id: root
+
+    required property WindowModel windowModel
+    required property bool sidebarShown
+
+    signal toggleSidebar()
+
+    clip: true
+
+    Loader {
+        anchors.fill: parent
+        sourceComponent: root.windowModel.conversation.hasProject ? conversation : welcome
+    }
+
+    Component {
+        id: welcome
+
+        WelcomeView { onOpenProject: root.windowModel.openProject() }
+    }
+
+    Component {
+        id: conversation
+
+        ConversationView {
+            conversation: root.windowModel.conversation
+            sidebarShown: root.sidebarShown
+            onToggleSidebar: root.toggleSidebar()
+            Component.onCompleted: focusComposer()
+        }
+    }
+
+    ErrorBanner {
+        id: banner
+
+        x: Theme.bannerInset
+        y: shown ? Theme.space8 : 0
+        width: parent.width - 2 * Theme.bannerInset
+        visible: opacity > 0
+        opacity: shown ? 1 : 0
+        message: root.windowModel.errorMessage
+        onDismiss: root.windowModel.dismissError()
+
+        readonly property bool shown: root.windowModel.hasError
+
+        Behavior on y { NumberAnimation { duration: Theme.durationMedium; easing.type: Theme.easing } }
+        Behavior on opacity { NumberAnimation { duration: Theme.durationMedium; easing.type: Theme.easing } }
+    }
+}

@@ -1,0 +1,23 @@
+import QtQuick
+
+// The place of one entry in the list: the gap above it, and the column in which all entries stand.
+Item {
+    id: root
+
+    required property int gap
+    required property string name
+    default property alias body: column.data
+
+    width: ListView.view ? ListView.view.width : 0
+    height: column.y + column.childrenRect.height
+    Accessible.role: Accessible.ListItem
+    Accessible.name: name
+
+    Item {
+        id: column
+
+        x: (root.width - width) / 2
+        y: Theme.rowGap(root.gap)
+        width: Math.min(Theme.columnMaximum, root.width - 2 * Theme.columnInset)
+    }
+}

@@ -1,0 +1,48 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A tool tip. It exists only while it is wanted.
+Loader {
+    id: root
+
+    required property string text
+    required property bool shown
+    property int delay: Theme.delayToolTip
+
+    active: shown && text !== ""
+    anchors.fill: parent
+
+    sourceComponent: T.ToolTip {
+        id: tip
+
+        x: root.width - width > 0 ? (root.width - width) / 2 : 0
+        y: -height - Theme.space6
+        margins: Theme.space6
+        leftPadding: Theme.space8
+        rightPadding: Theme.space8
+        topPadding: Theme.space4
+        bottomPadding: Theme.space4
+        implicitWidth: Math.min(Theme.toolTipMaximum, label.implicitWidth + leftPadding + rightPadding)
+        implicitHeight: label.implicitHeight + topPadding + bottomPadding
+        visible: true
+        delay: root.delay
+        text: root.text
+        closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
+
+        contentItem: Prose {
+            id: label
+
+            text: tip.text
+            font: Theme.captionFont
+            color: Theme.text
+            wrapMode: Text.WrapAnywhere
+        }
+
+        background: Rectangle {
+            radius: Theme.radiusSmall
+            color: Theme.card
+            border.width: Theme.hairline
+            border.color: Theme.stroke
+        }
+    }
+}

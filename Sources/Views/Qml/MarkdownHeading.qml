@@ -1,0 +1,19 @@
+import QtQuick
+import Tessarin
+
+// A heading: the first two levels stand out by their size, the others by their weight.
+BlockRow {
+    id: root
+
+    required property styledRuns content
+    required property string label
+    required property int level
+
+    SelectableText {
+        width: parent.width
+        content: root.content
+        label: root.label
+        lineHeight: root.level <= 2 ? Theme.lineTitle : Theme.lineBody
+        font: root.level <= 2 ? Theme.titleFont : Theme.bodyStrongFont
+    }
+}

@@ -1,0 +1,18 @@
+import QtQuick
+import Tessarin
+
+// A paragraph with its inline styles.
+BlockRow {
+    id: root
+
+    required property styledRuns content
+    required property string label
+
+    SelectableText {
+        width: parent.width
+        content: root.content
+        label: root.label
+        lineHeight: Theme.lineBody
+        color: root.quoteDepth > 0 ? Theme.secondaryText : Theme.text
+    }
+}

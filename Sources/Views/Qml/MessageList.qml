@@ -1,0 +1,107 @@
+import Qt.labs.qmlmodels
+import QtQuick
+import QtQuick.Templates as T
+import Tessarin
+
+// The entries of a task. Rows are chosen by kind and exist only while they are seen. A change of the last entry's text pulls the list
+// down to it; nothing else moves the list but the person.
+ListView {
+    id: root
+
+    required property EntryListModel entries
+    // Whether the person, or the scroll rule, has left the list at its end, where it stays when the window changes its size.
+    property bool atRest: true
+    // For how many frames the list is still kept there, while rows that have just come find their heights.
+    property int settling: 0
+
+    clip: true
+    boundsBehavior: Flickable.StopAtBounds
+    topMargin: Theme.space24
+    bottomMargin: Theme.fade
+    cacheBuffer: Theme.outputMaximum
+    currentIndex: -1
+    keyNavigationEnabled: false
+    highlightFollowsCurrentItem: false
+    activeFocusOnTab: true
+    model: entries
+    Accessible.role: Accessible.List
+    Accessible.name: "Messages"
+    T.ScrollBar.vertical: ThinScrollBar {}
+    onContentYChanged: atRest = atYEnd
+    onWidthChanged: stay()
+    onHeightChanged: stay()
+    onMovementStarted: settling = 0
+    Component.onCompleted: open()
+    Keys.onPressed: event => keys.press(event)
+
+    function toEnd() {
+        positionViewAtEnd()
+        contentY += bottomMargin
+    }
+
+    function stay() {
+        if (atRest) {
+            open()
+        }
+    }
+
+    function open() {
+        settling = 3
+        toEnd()
+    }
+
+    function follow() {
+        settling = 0
+        glide.stop()
+        const from = contentY
+        toEnd()
+        const to = contentY
+        if (to > from) {
+            glide.from = Math.max(from, to - height)
+            glide.to = to
+            glide.start()
+        }
+    }
+
+    Connections {
+        target: root.settling > 0 ? root.Window.window : null
+
+        function onAfterAnimating() {
+            root.settling -= 1
+            root.toEnd()
+        }
+    }
+
+    NumberAnimation {
+        id: glide
+
+        target: root
+        property: "contentY"
+        duration: Theme.durationShort
+        easing.type: Theme.easing
+    }
+
+    ScrollKeys {
+        id: keys
+
+        view: root
+        onScrolled: root.settling = 0
+    }
+
+    Connections {
+        target: root.entries
+
+        function onLastTextChanged() { root.follow() }
+        function onModelReset() { root.open() }
+    }
+
+    delegate: DelegateChooser {
+        role: "kind"
+
+        DelegateChoice { roleValue: "user"; UserRow { entries: root.entries } }
+        DelegateChoice { roleValue: "assistant"; AssistantRow { entries: root.entries } }
+        DelegateChoice { roleValue: "thought"; ThoughtRow { entries: root.entries } }
+        DelegateChoice { roleValue: "tool"; ToolCard { entries: root.entries } }
+        DelegateChoice { roleValue: "system"; SystemRow { entries: root.entries } }
+    }
+}

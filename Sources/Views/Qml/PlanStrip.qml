@@ -1,0 +1,51 @@
+import QtQuick
+import QtQuick.Templates as T
+import Tessarin
+
+// The agent's plan. Closed, it is one line with a tessera for each step; open, it lists the steps.
+Rectangle {
+    id: root
+
+    required property PlanListModel plan
+    required property string label
+    required property real most
+    property bool expanded: false
+
+    implicitHeight: head.height + (expanded ? list.height + Theme.space8 : 0)
+    radius: Theme.radiusLarge
+    color: Theme.sunken
+    border.width: Theme.hairline
+    border.color: Theme.stroke
+
+    PlanHead {
+        id: head
+
+        width: parent.width
+        text: root.label
+        plan: root.plan
+        expanded: root.expanded
+        onClicked: root.expanded = !root.expanded
+    }
+
+    Loader {
+        id: list
+
+        anchors.top: head.bottom
+        x: Theme.space12
+        width: parent.width - 2 * Theme.space12
+        active: root.expanded
+
+        sourceComponent: ListView {
+            // A list without height has no rows to measure, so it begins with the least that they need.
+            implicitHeight: Math.min(Math.max(contentHeight, count * Theme.rowPlan), root.most)
+            clip: true
+            boundsBehavior: Flickable.StopAtBounds
+            model: root.plan
+            Accessible.role: Accessible.List
+            Accessible.name: root.label
+            T.ScrollBar.vertical: ThinScrollBar {}
+
+            delegate: PlanStep {}
+        }
+    }
+}

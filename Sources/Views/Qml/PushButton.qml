@@ -1,0 +1,48 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// The text button in its two weights.
+T.Button {
+    id: root
+
+    property bool prominent: false
+
+    implicitWidth: label.implicitWidth + leftPadding + rightPadding
+    implicitHeight: Theme.controlHeight
+    leftPadding: Theme.space12 + Theme.space2
+    rightPadding: leftPadding
+    opacity: enabled ? 1 : Theme.disabledOpacity
+    font: Theme.calloutMediumFont
+    Accessible.name: text
+    Accessible.onPressAction: if (enabled) clicked()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+
+    contentItem: Line {
+        id: label
+
+        horizontalAlignment: Text.AlignHCenter
+        text: root.text
+        font: root.font
+        color: root.prominent ? Theme.inkOnAccent : Theme.text
+        Accessible.ignored: true
+    }
+
+    background: Rectangle {
+        radius: Theme.radiusButton
+        color: !root.prominent ? Theme.card : root.down ? Theme.accentFillPressed : root.hovered ? Theme.accentFillHover : Theme.accentFill
+        border.width: root.prominent ? 0 : Theme.hairline
+        border.color: Theme.stroke
+
+        Rectangle {
+            anchors.fill: parent
+            radius: parent.radius
+            color: root.prominent ? "transparent" : root.down ? Theme.pressed : root.hovered ? Theme.hover : "transparent"
+        }
+
+        FocusRing {
+            control: root
+            radius: Theme.radiusButton + reach
+        }
+    }
+}

@@ -1,0 +1,68 @@
+import QtQuick
+import Tessarin
+
+// The frame around all content: menu bar, sidebar and detail; above them the banner and the sheets.
+FocusScope {
+    id: root
+
+    required property WindowModel windowModel
+    property bool sidebarShown: true
+
+    signal quit()
+
+    Component.onCompleted: Theme.fixedFamily = windowModel.fixedFamily
+
+    AppMenuBar {
+        id: menuBar
+
+        width: parent.width
+        sidebarShown: root.sidebarShown
+        onNewTask: root.windowModel.newTask()
+        onOpenProject: root.windowModel.openProject()
+        onToggleSidebar: root.sidebarShown = !root.sidebarShown
+        onShowShortcuts: shortcuts.active = true
+        onQuit: root.quit()
+    }
+
+    Sidebar {
+        id: sidebar
+
+        anchors.top: menuBar.bottom
+        anchors.bottom: parent.bottom
+        width: root.sidebarShown ? grip.x : 0
+        visible: root.sidebarShown
+        windowModel: root.windowModel
+    }
+
+    DetailView {
+        anchors.top: menuBar.bottom
+        anchors.bottom: parent.bottom
+        anchors.left: sidebar.right
+        anchors.right: parent.right
+        windowModel: root.windowModel
+        sidebarShown: root.sidebarShown
+        onToggleSidebar: root.sidebarShown = !root.sidebarShown
+    }
+
+    SidebarGrip {
+        id: grip
+
+        anchors.top: menuBar.bottom
+        anchors.bottom: parent.bottom
+        visible: root.sidebarShown
+    }
+
+    Loader {
+        id: shortcuts
+
+        active: false
+
+        sourceComponent: ShortcutsSheet { onClosed: shortcuts.active = false }
+    }
+
+    Loader {
+        active: root.windowModel.folderPicker.isOpen
+
+        sourceComponent: FolderPickerSheet { picker: root.windowModel.folderPicker }
+    }
+}

@@ -1,0 +1,37 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// What comes over the window and holds everything else until it is answered.
+T.Dialog {
+    id: root
+
+    anchors.centerIn: parent
+    parent: T.Overlay.overlay
+    modal: true
+    focus: true
+    padding: Theme.space18
+    width: Theme.sheetWidth
+    implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
+    closePolicy: T.Popup.CloseOnEscape
+    Component.onCompleted: open()
+
+    T.Overlay.modal: Rectangle { color: Theme.scrim }
+
+    background: Item {
+        SoftShadow { high: true }
+
+        Rectangle {
+            anchors.fill: parent
+            radius: Theme.radiusExtraLarge
+            color: Theme.window
+            border.width: Theme.hairline
+            border.color: Theme.stroke
+        }
+    }
+
+    enter: Transition {
+        NumberAnimation { property: "opacity"; from: 0; to: 1; duration: Theme.durationMedium; easing.type: Theme.easing }
+        NumberAnimation { property: "scale"; from: 0.98; to: 1; duration: Theme.durationMedium; easing.type: Theme.easing }
+    }
+    exit: Transition { NumberAnimation { property: "opacity"; from: 1; to: 0; duration: Theme.durationMedium; easing.type: Theme.easing } }
+}

@@ -1,0 +1,43 @@
+import QtQuick
+import Tessarin
+
+// One row of the sidebar: the heading of a project, or one of its tasks.
+Loader {
+    id: root
+
+    required property WindowModel windowModel
+    required property int index
+    required property bool isProject
+    required property string title
+    required property string updated
+    required property bool current
+    required property string workspaceID
+    required property string threadID
+
+    width: ListView.view ? ListView.view.width : 0
+    sourceComponent: isProject ? project : task
+
+    Component {
+        id: project
+
+        ProjectHeading {
+            windowModel: root.windowModel
+            name: root.title
+            workspaceID: root.workspaceID
+            first: root.index === 0
+        }
+    }
+
+    Component {
+        id: task
+
+        TaskRow {
+            windowModel: root.windowModel
+            title: root.title
+            updated: root.updated
+            current: root.current
+            workspaceID: root.workspaceID
+            threadID: root.threadID
+        }
+    }
+}

@@ -1,0 +1,26 @@
+import QtQuick
+
+// A coloured dot and the state's name.
+Row {
+    id: root
+
+    required property string label
+    required property color tint
+
+    spacing: Theme.space6
+
+    Rectangle {
+        anchors.verticalCenter: parent.verticalCenter
+        width: Theme.dot
+        height: Theme.dot
+        radius: Theme.dot / 2
+        color: root.tint
+    }
+
+    Line {
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.label
+        font: Theme.captionFont
+        color: Theme.secondaryText
+    }
+}

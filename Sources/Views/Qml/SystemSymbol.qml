@@ -1,0 +1,15 @@
+import QtQuick
+
+// One symbol of the set, tinted. The drawing gives the coverage, `color` the colour.
+Image {
+    id: root
+
+    required property string name
+    property int size: Theme.symbolMedium
+    property color color: Theme.text
+
+    width: size
+    height: size
+    sourceSize: Qt.size(size * Screen.devicePixelRatio, size * Screen.devicePixelRatio)
+    source: name === "" ? "" : "image://symbols/" + name + "?" + color.toString().slice(-6)
+}

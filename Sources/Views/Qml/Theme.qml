@@ -1,0 +1,190 @@
+pragma Singleton
+
+import QtQuick
+import Tessarin
+
+// Every colour, size, typeface and duration of the window, by role. The window sets `dark`, `reducedMotion` and `fixedFamily` from the
+// desktop, and all follow live.
+QtObject {
+    id: root
+
+    property bool dark: false
+    property bool reducedMotion: false
+
+    // Grounds, from the back to the front.
+    readonly property color sidebar: dark ? "#151719" : "#f3f1ec"
+    readonly property color window: dark ? "#1b1d1f" : "#fdfcfa"
+    readonly property color card: dark ? "#232629" : "#ffffff"
+    readonly property color sunken: dark ? "#16181a" : "#f5f3ee"
+
+    // Lines: `stroke` separates, `strokeField` outlines what is typed into, `strokeStrong` what is known by its outline alone.
+    readonly property color stroke: dark ? "#34383b" : "#e4e0d8"
+    readonly property color strokeField: dark ? "#4b5155" : "#cbc5ba"
+    readonly property color strokeStrong: dark ? "#7d8588" : "#8c877e"
+
+    readonly property color text: dark ? "#e8e9e7" : "#1d2022"
+    readonly property color secondaryText: dark ? "#a3aaaa" : "#5c615f"
+
+    // The accent: `accent` for text, symbols and focus, the fills for prominent controls.
+    readonly property color accent: dark ? "#66c3d5" : "#0d6678"
+    readonly property color accentFill: dark ? "#1c788b" : "#0d6678"
+    readonly property color accentFillHover: dark ? "#1f8094" : "#0b5768"
+    readonly property color accentFillPressed: dark ? "#186779" : "#094956"
+    readonly property color inkOnAccent: "#ffffff"
+    readonly property color accentTint: dark ? "#1d3940" : "#e0eff1"
+    readonly property real accentGlow: dark ? 0.16 : 0.12
+
+    readonly property color green: dark ? "#63c990" : "#1b7540"
+    // Symbols and dots need less contrast than text and may be livelier.
+    readonly property color orangeMark: dark ? "#efb25c" : "#c26c00"
+    readonly property color red: dark ? "#ff9084" : "#b8322a"
+
+    // Laid over whatever is below.
+    readonly property color hover: dark ? "#12ffffff" : "#0e1a1408"
+    readonly property color pressed: dark ? "#1fffffff" : "#1a1a1408"
+    readonly property color scrim: dark ? "#99000000" : "#66241f16"
+    readonly property real shadowLowStrength: dark ? 0.4 : 0.11
+    readonly property real shadowHighStrength: dark ? 0.7 : 0.3
+    readonly property real disabledOpacity: 0.45
+
+    // Words of code. A block in a language without rules stays in `text`.
+    readonly property color codeKeyword: dark ? "#7fc4e8" : "#0b5c8a"
+    readonly property color codeText: dark ? "#9bd0a4" : "#2f6b36"
+    readonly property color codeNumber: dark ? "#e6b680" : "#8a4b08"
+    readonly property color inlineCode: dark ? "#2e3235" : "#efebe3"
+
+    // Spacing.
+    readonly property int space2: 2
+    readonly property int space4: 4
+    readonly property int space6: 6
+    readonly property int space8: 8
+    readonly property int space12: 12
+    readonly property int space18: 18
+    readonly property int space24: 24
+    readonly property int space36: 36
+
+    // Spacing of single places.
+    readonly property int spaceRow: 10
+    readonly property int spaceBanner: 14
+    readonly property int bannerInset: 20
+    readonly property int spaceWelcome: 22
+
+    // Radii: rows and fields, buttons, cards, the composer and sheets.
+    readonly property int radiusSmall: 6
+    readonly property int radiusButton: 8
+    readonly property int radiusMedium: 10
+    readonly property int radiusLarge: 12
+    readonly property int radiusExtraLarge: 16
+    readonly property int radiusBadge: 20
+    readonly property int radiusTile: 1
+
+    // Type. The families are the desktop's own.
+    property string family: Qt.application.font.family
+    property string fixedFamily: "monospace"
+    readonly property int sizeCaption: 12
+    readonly property int sizeCallout: 13
+    readonly property int sizeBody: 14
+    readonly property int sizeTitle: 17
+    readonly property int sizeLarge: 30
+    readonly property int lineCaption: 17
+    readonly property int lineCallout: 19
+    readonly property int lineBody: 22
+    readonly property int lineTitle: 24
+    readonly property int lineLarge: 38
+    readonly property int lineCode: 20
+    readonly property int lineCodeSmall: 18
+    readonly property font captionFont: Qt.font({ family: family, pixelSize: sizeCaption })
+    readonly property font captionStrongFont: Qt.font({ family: family, pixelSize: sizeCaption, weight: Font.DemiBold })
+    readonly property font calloutFont: Qt.font({ family: family, pixelSize: sizeCallout })
+    readonly property font calloutMediumFont: Qt.font({ family: family, pixelSize: sizeCallout, weight: Font.Medium })
+    readonly property font calloutStrongFont: Qt.font({ family: family, pixelSize: sizeCallout, weight: Font.DemiBold })
+    readonly property font bodyFont: Qt.font({ family: family, pixelSize: sizeBody })
+    readonly property font bodyStrongFont: Qt.font({ family: family, pixelSize: sizeBody, weight: Font.DemiBold })
+    readonly property font titleFont: Qt.font({ family: family, pixelSize: sizeTitle, weight: Font.DemiBold })
+    readonly property font largeFont: Qt.font({ family: family, pixelSize: sizeLarge, weight: Font.DemiBold, letterSpacing: -0.4 })
+    readonly property font codeFont: Qt.font({ family: fixedFamily, pixelSize: sizeCallout })
+    readonly property font codeSmallFont: Qt.font({ family: fixedFamily, pixelSize: sizeCaption })
+
+    // Symbols.
+    readonly property int symbolTiny: 12
+    readonly property int symbolSmall: 14
+    readonly property int symbolMedium: 16
+    readonly property int symbolBanner: 18
+    readonly property int symbolSheet: 34
+
+    // Controls.
+    readonly property int hairline: 1
+    readonly property int focusWidth: 2
+    readonly property int fade: 20
+    readonly property int controlHeight: 32
+    readonly property int controlLarge: 36
+    readonly property int controlSmall: 28
+    readonly property int controlTiny: 24
+    readonly property int sendButton: 32
+    readonly property int dot: 7
+    readonly property int listMark: 5
+    readonly property int quoteLine: 3
+    readonly property int tile: 6
+    readonly property int planTile: 8
+    readonly property int planTileGap: 3
+    readonly property int scrollBar: 8
+    readonly property int grip: 6
+
+    // How far the shadow pictures reach beyond their object.
+    readonly property int shadowLow: 24
+    readonly property int shadowHigh: 56
+
+    // Layout.
+    readonly property int sidebarMinimum: 220
+    readonly property int sidebarIdeal: 260
+    readonly property int sidebarMaximum: 340
+    readonly property int menuBarHeight: 30
+    readonly property int headerHeight: 56
+    readonly property int sidebarFooter: 48
+    readonly property int columnMaximum: 820
+    readonly property int columnInset: 18
+    readonly property int bubbleInset: 80
+    readonly property int avatar: 24
+    readonly property int rowTask: 46
+    readonly property int rowTaskNew: 32
+    readonly property int rowTool: 38
+    readonly property int rowPlan: 28
+    readonly property int rowMenu: 30
+    readonly property int rowThought: 28
+    readonly property int outputMaximum: 260
+    readonly property int composerTextMaximum: 176
+    readonly property int welcomeBadge: 72
+    readonly property int badge: 26
+    readonly property int listIndent: 26
+    readonly property int quoteIndent: 14
+    readonly property int sheetWidth: 540
+    readonly property int sheetListHeight: 260
+    readonly property int menuMinimum: 180
+    readonly property int toolTipMaximum: 420
+    readonly property int bannerLines: 3
+    readonly property real planShare: 0.4
+    readonly property int tableCellMaximum: 360
+
+    // Motion.
+    readonly property int durationShort: reducedMotion ? 0 : 150
+    readonly property int durationMedium: reducedMotion ? 0 : 200
+    readonly property int durationBeat: 900
+    readonly property int durationCopied: 1500
+    readonly property int delayToolTip: 600
+    readonly property int easing: Easing.OutCubic
+
+    // The shade of a symbol or a dot.
+    function tint(value: int): color {
+        return [secondaryText, green, orangeMark, red][value]
+    }
+
+    // The space above a row of the conversation.
+    function rowGap(value: int): int {
+        return [0, space8, space12, space18, space24][value]
+    }
+
+    // The space above a block of an answer.
+    function blockGap(value: int): int {
+        return [0, space4, space12, space18][value]
+    }
+}

@@ -1,0 +1,35 @@
+#include "Views/QtDesktop.h"
+
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QUrl>
+
+namespace tessarin
+{
+
+QtDesktop::QtDesktop(DesktopPortal& portal, FolderPicker& folderPicker) : m_portal(portal), m_folderPicker(folderPicker) { }
+
+void QtDesktop::chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done)
+{
+    const DesktopPortal::FolderDialog dialog{ QString::fromStdString(question.title), QString::fromStdString(question.prompt) };
+    m_portal.chooseFolder(dialog, [this, question, done = std::move(done)](const DesktopPortal::FolderAnswer& answer) {
+        if (answer.isOffered) {
+            done(answer.path ? std::optional(answer.path->toStdString()) : std::nullopt);
+        } else {
+            m_folderPicker.ask(question, done);
+        }
+    });
+}
+
+void QtDesktop::reveal(const std::string& path)
+{
+    const QString shown = QString::fromStdString(path);
+    m_portal.showInFileManager(shown, [shown](bool isShown) {
+        if (!isShown) {
+            const QFileInfo item(shown);
+            QDesktopServices::openUrl(QUrl::fromLocalFile(item.isDir() ? shown : item.path()));
+        }
+    });
+}
+
+} // namespace tessarin

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Platform/Desktop.h"
+#include "Views/DesktopPortal.h"
+#include "Views/FolderPicker.h"
+
+namespace tessarin
+{
+
+// The desktop around the window: its own dialogs and programs where it has them, else ours. Main thread only; the references outlive it.
+class QtDesktop : public Desktop
+{
+public:
+    QtDesktop(DesktopPortal& portal, FolderPicker& folderPicker);
+
+    void chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done) override;
+    void reveal(const std::string& path) override;
+
+private:
+    DesktopPortal& m_portal;
+    FolderPicker& m_folderPicker;
+};
+
+} // namespace tessarin

@@ -1,0 +1,149 @@
+#include "Views/StyledText.h"
+
+#include "Views/LinkRules.h"
+
+#include <QFontMetricsF>
+#include <QTextBlockFormat>
+#include <QTextCursor>
+#include <QTextDocument>
+
+#include <algorithm>
+#include <utility>
+
+namespace tessarin
+{
+
+namespace
+{
+
+bool isSameStyle(TextRun left, TextRun right)
+{
+    left.text.clear();
+    right.text.clear();
+    return left == right;
+}
+
+// What `now` adds behind the longest common begin: the number of characters that stay, and the runs behind them.
+std::pair<qsizetype, QList<TextRun>> difference(const QList<TextRun>& before, const QList<TextRun>& now)
+{
+    qsizetype kept = 0;
+    qsizetype at = 0;
+    while (at < before.size() && at < now.size() && before[at] == now[at]) {
+        kept += now[at].text.size();
+        ++at;
+    }
+    QList<TextRun> rest = now.mid(at);
+    if (!rest.isEmpty() && at < before.size() && isSameStyle(before[at], rest.front()) && rest.front().text.startsWith(before[at].text)) {
+        kept += before[at].text.size();
+        rest.front().text.remove(0, before[at].text.size());
+    }
+    return { kept, rest };
+}
+
+} // namespace
+
+StyledText::StyledText(QObject* parent) : QObject(parent)
+{
+    connect(this, &StyledText::styleChanged, this, &StyledText::rewrite);
+}
+
+void StyledText::setContent(const StyledRuns& content)
+{
+    const StyledRuns before = std::exchange(m_content, content);
+    if (m_isComplete) {
+        const auto [kept, rest] = difference(before.runs, m_content.runs);
+        write(kept, rest);
+    }
+}
+
+void StyledText::componentComplete()
+{
+    m_isComplete = true;
+    rewrite();
+}
+
+void StyledText::rewrite()
+{
+    if (m_isComplete) {
+        write(0, m_content.runs);
+    }
+}
+
+void StyledText::write(qsizetype kept, const QList<TextRun>& runs)
+{
+    QTextDocument* document = m_document == nullptr ? nullptr : m_document->textDocument();
+    if (document == nullptr) {
+        return;
+    }
+    document->setUndoRedoEnabled(false);
+    measure(document->defaultFont());
+    QTextCursor cursor(document);
+    cursor.beginEditBlock();
+    cursor.setPosition(static_cast<int>(kept));
+    cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    if (kept == 0) {
+        QTextBlockFormat format;
+        format.setLineHeight(m_lineHeight, QTextBlockFormat::FixedHeight);
+        cursor.setBlockFormat(format); // the blocks that follow inherit it
+    }
+    for (const TextRun& run : runs) {
+        cursor.insertText(run.text, formatOf(run));
+    }
+    cursor.endEditBlock();
+}
+
+// Qt puts the base line of a line of fixed height at four fifths of it, whatever the font.
+void StyledText::measure(const QFont& font)
+{
+    const QFontMetricsF metrics(font);
+    const qreal middle = (m_lineHeight - metrics.ascent() - metrics.descent()) / 2 + metrics.ascent();
+    const int drop = qRound(m_lineHeight * 4 / 5.0 - middle);
+    if (drop != m_drop) {
+        m_drop = drop;
+        emit dropChanged();
+    }
+}
+
+QTextCharFormat StyledText::formatOf(const TextRun& run) const
+{
+    QTextCharFormat format;
+    if (run.isStrong) {
+        format.setFontWeight(QFont::DemiBold);
+    }
+    format.setFontItalic(run.isEmphasis);
+    format.setFontStrikeOut(run.isStruck);
+    if (run.isCode) {
+        format.setFontFamilies({ m_fixedFamily });
+        format.setProperty(QTextFormat::FontPixelSize, m_fixedSize);
+        format.setBackground(m_codeGround);
+    }
+    if (const QColor color = wordColor(run.word); color.isValid()) {
+        format.setForeground(color);
+    }
+    if (const auto address = LinkRules::address(run.link)) {
+        format.setAnchor(true);
+        format.setAnchorHref(LinkRules::shown(*address));
+        format.setForeground(m_linkColor);
+    }
+    return format;
+}
+
+QColor StyledText::wordColor(TextRun::Word word) const
+{
+    switch (word) {
+    case TextRun::Word::Plain:
+        return {};
+    case TextRun::Word::Keyword:
+        return m_keywordColor;
+    case TextRun::Word::Literal:
+        return m_literalColor;
+    case TextRun::Word::Number:
+        return m_numberColor;
+    case TextRun::Word::Comment:
+        return m_commentColor;
+    }
+    return {};
+}
+
+} // namespace tessarin

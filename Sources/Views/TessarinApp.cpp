@@ -1,0 +1,157 @@
+#include "Views/TessarinApp.h"
+
+#include "App/AppModel.h"
+#include "Models/WorkspaceStore.h"
+#include "Platform/InstanceLock.h"
+#include "Platform/Preferences.h"
+#include "Views/ReadOnlyShortcuts.h"
+#include "Views/SignalWatch.h"
+#include "Views/SymbolProvider.h"
+#include "Views/WindowPlace.h"
+
+#include <QGuiApplication>
+#include <QIcon>
+#include <QScreen>
+#include <QWindow>
+
+#include <cstdio>
+
+namespace tessarin
+{
+
+int TessarinApp::run(int argc, char** argv)
+{
+    QtMainThread mainThread;
+    const StoreLocations locations = StoreLocations::current();
+    QPointer<TessarinApp> program;
+    const auto lock = InstanceLock::acquire(locations, mainThread.mainThread(), [&program] {
+        if (program) {
+            program->raise();
+        }
+    });
+    if (!lock) {
+        return 0;
+    }
+    Preferences preferences(locations);
+    WorkspaceStore store(preferences);
+    store.beginLoading();
+
+    QGuiApplication::setApplicationName(QStringLiteral("tessarin"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("tessarin"));
+    QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
+    QGuiApplication application(argc, argv);
+    ReadOnlyShortcuts shortcuts;
+    application.installEventFilter(&shortcuts);
+    const SignalWatch signalWatch;
+    connect(&signalWatch, &SignalWatch::ended, &application, &QGuiApplication::quit);
+
+    TessarinApp app(preferences, store, mainThread.mainThread());
+    program = &app;
+    if (!app.openWindow()) {
+        return 1;
+    }
+    const int status = QGuiApplication::exec();
+    app.close();
+    return status;
+}
+
+TessarinApp::TessarinApp(Preferences& preferences, WorkspaceStore& store, MainThread& mainThread)
+    : m_preferences(preferences)
+    , m_store(store)
+    , m_mainThread(mainThread)
+    , m_appearance(preferences)
+    , m_desktop(m_portal, m_folderPicker)
+    , m_windowModel(m_appearance, m_folderPicker)
+{
+}
+
+TessarinApp::~TessarinApp() = default;
+
+bool TessarinApp::openWindow()
+{
+    m_engine.addImportPath(QStringLiteral(":/"));
+    m_engine.addImageProvider(QStringLiteral("symbols"), new SymbolProvider);
+    m_engine.setInitialProperties({ { QStringLiteral("windowModel"), QVariant::fromValue(&m_windowModel) } });
+    m_engine.load(QUrl(QStringLiteral("qrc:/Tessarin/MainWindow.qml")));
+    m_window = m_engine.rootObjects().isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(m_engine.rootObjects().front());
+    if (m_window == nullptr) {
+        return false;
+    }
+    connect(m_window, &QQuickWindow::frameSwapped, this, &TessarinApp::finishFirstFrame,
+        static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
+    placeWindow();
+    m_window->show();
+    return true;
+}
+
+void TessarinApp::finishFirstFrame()
+{
+    report("first frame");
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/Tessarin/Icons/tessarin.svg")));
+    m_appearance.follow(m_portal);
+    m_model = AppModel::make({ m_preferences, m_store, m_mainThread, m_desktop, RuntimeContext::current(m_preferences) });
+    connect(
+        m_window, &QQuickWindow::frameSwapped, this, [this] { report("first content"); },
+        static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
+    m_windowModel.attach(m_model);
+    m_window->installEventFilter(&m_windowModel);
+}
+
+void TessarinApp::close()
+{
+    rememberPlace();
+    m_preferences.flush();
+}
+
+void TessarinApp::placeWindow()
+{
+    const auto stored = WindowPlace::parse(m_preferences.text(WindowPlace::key).value_or(""));
+    QList<QRect> screens;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        screens.append(screen->availableGeometry());
+    }
+    const auto place = stored ? stored->fittedTo(screens) : std::nullopt;
+    if (!place) {
+        m_window->resize(WindowPlace::defaultSize);
+        return;
+    }
+    m_window->setGeometry(place->frame);
+    if (place->isMaximized) {
+        m_window->setWindowStates(Qt::WindowMaximized);
+    }
+}
+
+void TessarinApp::rememberPlace()
+{
+    if (m_window == nullptr) {
+        return;
+    }
+    WindowPlace place{ m_window->geometry(), (m_window->windowStates() & Qt::WindowMaximized) != 0 };
+    const auto stored = WindowPlace::parse(m_preferences.text(WindowPlace::key).value_or(""));
+    if (place.isMaximized) {
+        // What it goes back to when it is no longer maximized.
+        place.frame = stored ? stored->frame : QRect(place.frame.topLeft(), WindowPlace::defaultSize);
+    }
+    m_preferences.setText(WindowPlace::key, place.text());
+}
+
+void TessarinApp::raise()
+{
+    if (m_window != nullptr) {
+        m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
+        m_window->show();
+        m_window->raise();
+        m_window->requestActivate();
+    }
+}
+
+// For the measurement of the start: a line as soon as it has happened.
+void TessarinApp::report(const char* what) const
+{
+    if (qEnvironmentVariableIsSet("TESSARIN_REPORT_FIRST_FRAME")) {
+        std::puts(what);
+        std::fflush(stdout);
+    }
+}
+
+} // namespace tessarin

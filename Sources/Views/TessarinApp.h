@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Views/Appearance.h"
+#include "Views/DesktopPortal.h"
+#include "Views/FolderPicker.h"
+#include "Views/QtDesktop.h"
+#include "Views/QtMainThread.h"
+#include "Views/WindowModel.h"
+
+#include <QPointer>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+
+#include <memory>
+
+namespace tessarin
+{
+
+class AppModel;
+class MainThread;
+class Preferences;
+class WorkspaceStore;
+
+// The program: it owns the stores, the one AppModel and the window for the whole run, in the order in which they need each other.
+// The window comes up first, while the stored tasks are being read on another thread; the model joins after the first frame.
+class TessarinApp : public QObject
+{
+    Q_OBJECT
+public:
+    // Runs the program to its end and returns its status. A start that finds another program on the same stores raises that one's window
+    // and ends at once with 0.
+    [[nodiscard]] static int run(int argc, char** argv);
+
+private:
+    TessarinApp(Preferences& preferences, WorkspaceStore& store, MainThread& mainThread);
+    ~TessarinApp() override;
+
+    // The steps, in their order.
+    [[nodiscard]] bool openWindow();
+    void finishFirstFrame();
+    void close();
+
+    void placeWindow();
+    void rememberPlace();
+    void raise();
+    void report(const char* what) const;
+
+    Preferences& m_preferences;
+    WorkspaceStore& m_store;
+    MainThread& m_mainThread;
+    DesktopPortal m_portal;
+    Appearance m_appearance;
+    FolderPicker m_folderPicker;
+    QtDesktop m_desktop;
+    std::shared_ptr<AppModel> m_model;
+    WindowModel m_windowModel;
+    QQmlApplicationEngine m_engine;
+    QPointer<QQuickWindow> m_window;
+};
+
+} // namespace tessarin

@@ -1,0 +1,160 @@
+#include "Views/WindowModel.h"
+
+#include "App/AppModel.h"
+
+#include <QEvent>
+#include <QFontDatabase>
+
+namespace tessarin
+{
+
+WindowModel::WindowModel(Appearance& appearance, FolderPicker& folderPicker, InstantSource now)
+    : m_appearance(appearance), m_folderPicker(folderPicker), m_threads(std::move(now))
+{
+    constexpr int frameMilliseconds = 16;
+    m_threadsTimer.setSingleShot(true);
+    m_threadsTimer.setInterval(frameMilliseconds);
+    connect(&m_threadsTimer, &QTimer::timeout, this, &WindowModel::readSelectedThread);
+}
+
+WindowModel::~WindowModel() = default;
+
+void WindowModel::attach(std::shared_ptr<AppModel> model)
+{
+    m_model = std::move(model);
+    m_subscription = m_model->observe([this](const ModelChange& change) { note(change); });
+    m_conversation.attach(m_model);
+    readThreads();
+    readError();
+    emit readyChanged();
+}
+
+void WindowModel::note(const ModelChange& change)
+{
+    m_conversation.note(change);
+    switch (change.kind) {
+    case ModelChange::Kind::workspaces:
+    case ModelChange::Kind::selection:
+        readThreads();
+        break;
+    case ModelChange::Kind::entryAppended: // an entry makes the task newer
+    case ModelChange::Kind::entryTextAppended:
+    case ModelChange::Kind::entryChanged:
+    case ModelChange::Kind::entriesReset:
+        if (!m_threadsTimer.isActive()) {
+            m_threadsTimer.start();
+        }
+        break;
+    case ModelChange::Kind::errorMessage:
+        readError();
+        break;
+    case ModelChange::Kind::connectionState:
+    case ModelChange::Kind::plan:
+    case ModelChange::Kind::permissionRequest:
+    case ModelChange::Kind::cliLog:
+    case ModelChange::Kind::modes:
+    case ModelChange::Kind::activeProvider:
+    case ModelChange::Kind::providerUsage:
+    case ModelChange::Kind::installStatus:
+    case ModelChange::Kind::section:
+        break;
+    }
+}
+
+void WindowModel::readThreads()
+{
+    m_threads.setWorkspaces(m_model->workspaces());
+    m_threads.setSelection(m_model->selectedWorkspaceID(), m_model->selectedThreadID());
+}
+
+void WindowModel::readSelectedThread()
+{
+    if (const ChatThread* thread = m_model->selectedThread()) {
+        m_threads.setThread(*m_model->selectedWorkspaceID(), *thread);
+    }
+}
+
+// The text stays while the banner leaves, so that it does not shrink on its way out.
+void WindowModel::readError()
+{
+    const std::optional<std::string>& message = m_model->errorMessage();
+    m_hasError = message.has_value();
+    if (message) {
+        m_errorMessage = QString::fromStdString(*message);
+    }
+    emit errorChanged();
+}
+
+void WindowModel::newTask()
+{
+    if (m_model) {
+        m_model->newThread();
+    }
+}
+
+void WindowModel::newTaskIn(const QString& workspaceID)
+{
+    if (const auto id = Uuid::parse(workspaceID.toStdString())) {
+        m_model->newThread(*id);
+    }
+}
+
+void WindowModel::openProject()
+{
+    if (m_model) {
+        m_model->chooseProject();
+    }
+}
+
+void WindowModel::selectTask(const QString& workspaceID, const QString& threadID)
+{
+    const auto workspace = Uuid::parse(workspaceID.toStdString());
+    const auto thread = Uuid::parse(threadID.toStdString());
+    if (workspace && thread) {
+        m_model->selectThread(*thread, *workspace);
+    }
+}
+
+void WindowModel::deleteTask(const QString& workspaceID, const QString& threadID)
+{
+    const auto workspace = Uuid::parse(workspaceID.toStdString());
+    const auto thread = Uuid::parse(threadID.toStdString());
+    if (workspace && thread) {
+        m_model->deleteThread(*thread, *workspace);
+    }
+}
+
+void WindowModel::removeProject(const QString& workspaceID)
+{
+    if (const auto id = Uuid::parse(workspaceID.toStdString())) {
+        m_model->removeWorkspace(*id);
+    }
+}
+
+void WindowModel::dismissError()
+{
+    m_model->clearError();
+}
+
+QString WindowModel::fixedFamily() const
+{
+    return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+}
+
+bool WindowModel::eventFilter(QObject* window, QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::MouseMove:
+    case QEvent::KeyPress:
+    case QEvent::Enter:
+    case QEvent::FocusIn:
+    case QEvent::Expose:
+        m_threads.refreshTimes();
+        break;
+    default:
+        break;
+    }
+    return QObject::eventFilter(window, event);
+}
+
+} // namespace tessarin

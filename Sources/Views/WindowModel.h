@@ -1,0 +1,82 @@
+#pragma once
+
+#include "App/ModelChange.h"
+#include "Views/Appearance.h"
+#include "Views/ConversationModel.h"
+#include "Views/FolderPicker.h"
+#include "Views/ThreadListModel.h"
+
+#include <QObject>
+#include <QTimer>
+#include <qqmlintegration.h>
+
+#include <memory>
+
+namespace tessarin
+{
+
+class AppModel;
+
+// What the window shows around the conversation, and its commands. It comes up before the stored tasks are read; `isReady` says that the
+// model is there. Main thread only.
+class WindowModel : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The program makes its window model")
+    Q_PROPERTY(bool isReady READ isReady NOTIFY readyChanged)
+    Q_PROPERTY(QString errorMessage MEMBER m_errorMessage NOTIFY errorChanged)
+    Q_PROPERTY(bool hasError MEMBER m_hasError NOTIFY errorChanged)
+    Q_PROPERTY(QString fixedFamily READ fixedFamily CONSTANT)
+    Q_PROPERTY(tessarin::ThreadListModel* threads READ threads CONSTANT)
+    Q_PROPERTY(tessarin::ConversationModel* conversation READ conversation CONSTANT)
+    Q_PROPERTY(tessarin::FolderPicker* folderPicker READ folderPicker CONSTANT)
+    Q_PROPERTY(tessarin::Appearance* appearance READ appearance CONSTANT)
+public:
+    WindowModel(Appearance& appearance, FolderPicker& folderPicker, InstantSource now = &Instant::now);
+    ~WindowModel() override;
+
+    // Shows this model from now on.
+    void attach(std::shared_ptr<AppModel> model);
+
+    // In the selected project; without one the person chooses a project.
+    Q_INVOKABLE void newTask();
+    Q_INVOKABLE void newTaskIn(const QString& workspaceID);
+    Q_INVOKABLE void openProject();
+    Q_INVOKABLE void selectTask(const QString& workspaceID, const QString& threadID);
+    Q_INVOKABLE void deleteTask(const QString& workspaceID, const QString& threadID);
+    Q_INVOKABLE void removeProject(const QString& workspaceID);
+    Q_INVOKABLE void dismissError();
+
+    [[nodiscard]] bool isReady() const { return m_model != nullptr; }
+    [[nodiscard]] QString fixedFamily() const;
+    [[nodiscard]] ThreadListModel* threads() { return &m_threads; }
+    [[nodiscard]] ConversationModel* conversation() { return &m_conversation; }
+    [[nodiscard]] FolderPicker* folderPicker() { return &m_folderPicker; }
+    [[nodiscard]] Appearance* appearance() { return &m_appearance; }
+
+    // A person is there: the times in the sidebar are read again. Nothing runs while nobody looks.
+    bool eventFilter(QObject* window, QEvent* event) override;
+
+signals:
+    void readyChanged();
+    void errorChanged();
+
+private:
+    void note(const ModelChange& change);
+    void readThreads();
+    void readSelectedThread();
+    void readError();
+
+    Appearance& m_appearance;
+    FolderPicker& m_folderPicker;
+    std::shared_ptr<AppModel> m_model;
+    std::shared_ptr<void> m_subscription; // to the changes of m_model
+    ThreadListModel m_threads;
+    ConversationModel m_conversation;
+    QTimer m_threadsTimer; // gathers the entries of a burst
+    QString m_errorMessage;
+    bool m_hasError = false;
+};
+
+} // namespace tessarin
