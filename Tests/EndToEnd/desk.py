@@ -14,9 +14,9 @@ SYSTEM_PATH = '/usr/bin:/bin'
 class Desk:
     """`close` must be called last: it removes everything."""
 
-    def __init__(self, scripted_runtimes):
-        self._scripted = scripted_runtimes
-        self.folder = tempfile.mkdtemp(prefix='tessarin-desk-')
+    def __init__(self, runtimes, prefix='tessarin-desk-'):
+        self._programs = runtimes
+        self.folder = tempfile.mkdtemp(prefix=prefix)
         self.home = self._made('home')
         self.runtimes = self._made('runtimes')
         self.scripts = self._made('scripts')
@@ -47,7 +47,7 @@ class Desk:
         """Puts the scripted runtime on PATH under a vendor's name, with what it plays at every start, or at the one of that number."""
         link = os.path.join(self.runtimes, name)
         if not os.path.lexists(link):
-            os.symlink(os.path.join(self._scripted, name), link)
+            os.symlink(os.path.join(self._programs, name), link)
         if script is not None:
             file = f'{name}.json' if start is None else f'{name}.{start}.json'
             with open(os.path.join(self.scripts, file), 'w') as out:

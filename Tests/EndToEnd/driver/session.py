@@ -24,6 +24,10 @@ from .xlib import Screen
 
 _HERE = os.path.dirname(os.path.abspath(__file__))
 _OPEN = []
+# The same fonts on every machine, so that pictures can be compared.
+_FONTS = '''<?xml version="1.0"?><!DOCTYPE fontconfig SYSTEM "fonts.dtd"><fontconfig>
+<alias binding="same"><family>sans-serif</family><prefer><family>Inter</family></prefer></alias>
+<alias binding="same"><family>monospace</family><prefer><family>Hack</family></prefer></alias></fontconfig>'''
 # What the caller's environment hands on; everything else stays outside.
 _KEPT = ('PATH', 'LANG', 'LC_ALL', 'LC_CTYPE', 'TZ', 'USER', 'LOGNAME', 'LD_LIBRARY_PATH', 'ASAN_OPTIONS', 'UBSAN_OPTIONS',
          'TSAN_OPTIONS')
@@ -143,6 +147,9 @@ class Session(Accessibility, Search, Reading, Inputs, Windows, Pictures):
         self.screen = Screen(self.env['DISPLAY'])
         self._start_buses()
         if self._given_display is None:
+            os.makedirs(self.env['XDG_CONFIG_HOME'] + '/fontconfig', exist_ok=True)
+            with open(self.env['XDG_CONFIG_HOME'] + '/fontconfig/fonts.conf', 'w') as file:
+                file.write(_FONTS)
             self._helper(['openbox', '--sm-disable', '--config-file', os.path.join(_HERE, 'openbox.xml')], 'window-manager.log')
             self.wait(self._window_manager_answers, 10, 'the window manager')
         return self
