@@ -31,8 +31,8 @@ constexpr std::size_t chunkByteLimit = 256 * 1024;
 // One buffer a thread serves all children: a chunk lives only as long as the callback that gets it.
 char* chunkBuffer()
 {
-    thread_local const std::unique_ptr<char[]> buffer(new char[chunkByteLimit]);
-    return buffer.get();
+    thread_local std::vector<char> buffer(chunkByteLimit);
+    return buffer.data();
 }
 
 // Returns what read() and write() return; a signal that came in between is no failure.
