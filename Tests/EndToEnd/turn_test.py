@@ -24,13 +24,15 @@ class Turn(WindowCase):
         self.window.wait_gone(says='Grok is working…')
 
     def test_MarkdownIsLaidOutAndCodeCanBeCopied(self):
-        answer = '# Findings\n\nTwo **bold** words and `inline`.\n\n- one\n- two\n\n```cpp\nint answer = 42;\n```\n'
+        answer = '# Findings\n\nTwo **bold** words and `inline`.\n\n- one\n- two\n\n| file | why |\n|---|---|\n| notes.txt | tidied |\n\n```cpp\nint answer = 42;\n```\n'
         self.start(turn(says(answer)))
         self.prompt('markdown')
         self.await_status('Ready')
         self.reads('Findings')
         self.reads('Two bold words and inline.')
         self.reads('int answer = 42;')
+        for cell in ('file', 'why', 'notes.txt', 'tidied'):
+            self.reads('=' + cell)
         self.assertFalse(self.is_read('**bold**'))
         self.window.click_on('~button', 'Copy')
         self.window.wait(lambda: self.window.clipboard().strip() == 'int answer = 42;', what='the code in the clipboard')
