@@ -118,10 +118,10 @@ const Json* valueAt(const JsonObject& object, std::string_view key)
 
 } // namespace
 
-std::optional<Json> parseJson(std::string_view text, json::storage_ptr storage)
+std::optional<Json> parseJson(std::string_view text, json::storage_ptr storage, std::size_t maximumDepth)
 {
     json::parse_options options;
-    options.max_depth = maximumJsonDepth;
+    options.max_depth = maximumDepth;
     std::array<unsigned char, 4096> buffer;
     json::basic_parser<ValueHandler> parser(options, json::storage_ptr(), buffer.data(), buffer.size());
     ValueHandler& handler = parser.handler();

@@ -17,8 +17,9 @@ using JsonArray = boost::json::array;
 // How deep arrays and objects may nest; a deeper text does not parse.
 inline constexpr std::size_t maximumJsonDepth = 512;
 
-// Parses one whole document; absent for anything else, duplicates of a key: the last wins.
-[[nodiscard]] std::optional<Json> parseJson(std::string_view text, boost::json::storage_ptr storage = {});
+// Parses one whole document; absent for anything else, and for what nests deeper. Duplicates of a key: the last wins.
+[[nodiscard]] std::optional<Json> parseJson(
+    std::string_view text, boost::json::storage_ptr storage = {}, std::size_t maximumDepth = maximumJsonDepth);
 
 // Forgiving readers: a missing key and a value of another type are both absent.
 [[nodiscard]] std::optional<std::string_view> textAt(const JsonObject& object, std::string_view key);

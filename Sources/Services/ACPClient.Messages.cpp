@@ -9,14 +9,17 @@ namespace tessarin
 
 void ACPClient::handleLine(std::string_view line)
 {
-    auto message = parseJson(line, m_outbox.batch().storageFor(line.size()));
+    const auto storage = m_outbox.batch().storageFor(line.size());
+    if (auto update = m_updateEnvelope.updateIn(line, storage))
+        return m_outbox.batch().add(std::move(*update));
+    auto message = parseJson(line, storage);
     if (!message)
         return;
     if (JsonObject* object = message->if_object())
-        handle(*object);
+        handle(*object, line);
 }
 
-void ACPClient::handle(JsonObject& message)
+void ACPClient::handle(JsonObject& message, std::string_view line)
 {
     const auto id = integerAt(message, "id");
     if (id && !message.contains("method")) {
@@ -32,7 +35,7 @@ void ACPClient::handle(JsonObject& message)
         const JsonObject* params = objectAt(message, "params");
         handleAgentRequest(*id, *method, params ? *params : noParams);
     } else if (*method == "session/update") {
-        deliverUpdate(message);
+        deliverUpdate(message, line);
     }
 }
 
@@ -47,12 +50,14 @@ JsonRpcReply ACPClient::replyOf(const JsonObject& message) const
     return result ? keptCopy(*result) : JsonObject();
 }
 
-void ACPClient::deliverUpdate(JsonObject& message)
+void ACPClient::deliverUpdate(JsonObject& message, std::string_view line)
 {
     Json* params = message.if_contains("params");
     Json* update = params && params->is_object() ? params->get_object().if_contains("update") : nullptr;
-    if (update && update->is_object())
-        m_outbox.batch().add(std::move(update->get_object()));
+    if (!update || !update->is_object())
+        return;
+    m_updateEnvelope.learn(line);
+    m_outbox.batch().add(std::move(update->get_object()));
 }
 
 void ACPClient::sendRequest(std::string_view method, JsonObject params, PendingRequests::Handler handler)

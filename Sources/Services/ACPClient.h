@@ -9,6 +9,7 @@
 #include "Services/EventOutbox.h"
 #include "Services/JsonRpc.h"
 #include "Services/LineReader.h"
+#include "Services/UpdateEnvelope.h"
 #include "Services/TerminalManager.h"
 
 #include <cstdint>
@@ -117,9 +118,9 @@ private:
 
     // What arrives.
     void handleLine(std::string_view line) REQUIRES(*m_queue);
-    void handle(JsonObject& message) REQUIRES(*m_queue);
+    void handle(JsonObject& message, std::string_view line) REQUIRES(*m_queue);
     [[nodiscard]] JsonRpcReply replyOf(const JsonObject& message) const;
-    void deliverUpdate(JsonObject& message) REQUIRES(*m_queue);
+    void deliverUpdate(JsonObject& message, std::string_view line) REQUIRES(*m_queue);
     void handleAgentRequest(std::int64_t id, std::string_view method, const JsonObject& params) REQUIRES(*m_queue);
     [[nodiscard]] bool handleToolRequest(std::int64_t id, std::string_view method, const JsonObject& params) REQUIRES(*m_queue);
     [[nodiscard]] bool handleTerminalRequest(std::int64_t id, std::string_view method, const JsonObject& params) REQUIRES(*m_queue);
@@ -158,6 +159,7 @@ private:
     bool m_isConnected GUARDED_BY(*m_queue) = false; // from a launch to the end of the child or `stop`
     bool m_isStopping GUARDED_BY(*m_queue) = false; // the end of the child was asked for
     LineReader m_lines GUARDED_BY(*m_queue);
+    UpdateEnvelope m_updateEnvelope GUARDED_BY(*m_queue);
     std::vector<std::string> m_arguments GUARDED_BY(*m_queue); // of the next launch
     bool m_isInitialized GUARDED_BY(*m_queue) = false;
     std::string m_errorOutput GUARDED_BY(*m_queue); // everything since the launch
