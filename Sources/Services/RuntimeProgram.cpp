@@ -95,7 +95,6 @@ void probe(const std::string& executable, std::vector<std::string> arguments, co
     launch.executable = executable;
     launch.arguments = std::move(arguments);
     launch.environment = environment;
-    launch.mergesErrorOutput = true;
     runCommandInBackground(launch, mainThread,
         [done = std::move(done)](Result<CommandOutcome, std::string> outcome) { done(probeResult(std::move(outcome))); });
 }

@@ -236,6 +236,7 @@ TEST(DemoRuntimeTest, ACancelFailsTheCallThatRuns)
             talk.readMessage();
         talk.notify("session/cancel");
         EXPECT_EQ(talk.answerTo(id).at("result").at("stopReason"), "cancelled");
+        ASSERT_FALSE(talk.updates("tool_call_update").empty()) << "the call stays as it began";
         const json::object last = talk.updates("tool_call_update").back();
         EXPECT_EQ(last.at("toolCallId"), talk.updates("tool_call").back().at("toolCallId"));
         hasFailed = last.at("status") == "failed";

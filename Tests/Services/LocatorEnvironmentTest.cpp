@@ -21,6 +21,11 @@ struct Rule {
     Environment added;
 };
 
+void PrintTo(const Rule& rule, std::ostream* out)
+{
+    *out << rule.name;
+}
+
 // Every variable that any of the five removes, and some that nobody does.
 Environment fullEnvironment()
 {

@@ -27,6 +27,11 @@ struct Locator {
     bool acceptsFolders;
 };
 
+void PrintTo(const Locator& locator, std::ostream* out)
+{
+    *out << locator.program;
+}
+
 const std::vector<Locator>& locators()
 {
     static const std::vector<Locator> all = {
