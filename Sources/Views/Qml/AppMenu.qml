@@ -10,14 +10,11 @@ T.Menu {
     margins: Theme.space6
     padding: Theme.space4
     overlap: 0
-    implicitWidth: Math.max(Theme.menuMinimum, list.widest + leftPadding + rightPadding)
+    implicitWidth: Math.max(Theme.menuMinimum, contentItem.implicitWidth + leftPadding + rightPadding)
     implicitHeight: contentHeight + topPadding + bottomPadding
 
     contentItem: ListView {
-        id: list
-
-        readonly property real widest: contentItem.childrenRect.width
-
+        implicitWidth: contentItem.childrenRect.width
         implicitHeight: contentHeight
         model: root.contentModel
         interactive: false

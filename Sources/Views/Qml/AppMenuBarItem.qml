@@ -12,9 +12,10 @@ T.MenuBarItem {
     Accessible.onPressAction: menu.open()
     Keys.onDownPressed: menu.open()
 
-    contentItem: Line {
+    Line {
         id: label
 
+        anchors.fill: parent
         horizontalAlignment: Text.AlignHCenter
         text: root.text
         font: root.font

@@ -21,39 +21,37 @@ T.MenuItem {
         }
     }
 
-    contentItem: Item {
-        SystemSymbol {
-            id: mark
+    SystemSymbol {
+        id: mark
 
-            x: Theme.space8
-            anchors.verticalCenter: parent.verticalCenter
-            name: root.symbol
-            visible: root.symbol !== ""
-            size: Theme.symbolSmall
-            color: root.highlighted ? Theme.text : Theme.secondaryText
-        }
+        x: Theme.space8
+        anchors.verticalCenter: parent.verticalCenter
+        name: root.symbol
+        visible: root.symbol !== ""
+        size: Theme.symbolSmall
+        color: root.highlighted ? Theme.text : Theme.secondaryText
+    }
 
-        Line {
-            id: title
+    Line {
+        id: title
 
-            x: root.symbol === "" ? Theme.space8 : mark.x + mark.width + Theme.space8
-            anchors.verticalCenter: parent.verticalCenter
-            text: root.text
-            font: root.current ? Theme.calloutMediumFont : Theme.calloutFont
-            Accessible.ignored: true
-        }
+        x: root.symbol === "" ? Theme.space8 : mark.x + mark.width + Theme.space8
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.text
+        font: root.current ? Theme.calloutMediumFont : Theme.calloutFont
+        Accessible.ignored: true
+    }
 
-        Line {
-            id: hint
+    Line {
+        id: hint
 
-            anchors.right: parent.right
-            anchors.rightMargin: Theme.space12
-            anchors.verticalCenter: parent.verticalCenter
-            text: root.keys
-            font: Theme.captionFont
-            color: Theme.secondaryText
-            Accessible.ignored: true
-        }
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.keys
+        font: Theme.captionFont
+        color: Theme.secondaryText
+        Accessible.ignored: true
     }
 
     background: Rectangle {

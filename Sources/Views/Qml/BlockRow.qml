@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 
 // The place of one block: the gap above it, the lines of the quotes and the gutters of the lists in which it stands, the mark of its item.

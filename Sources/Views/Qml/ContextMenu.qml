@@ -1,4 +1,7 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
+import Tessarin
 
 // The menu of one entry that the second button opens over its parent. It exists only while it is open.
 Item {
@@ -19,7 +22,7 @@ Item {
         onTapped: root.open()
     }
 
-    Loader {
+    LazyItem {
         id: popup
 
         active: false

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
@@ -24,7 +26,7 @@ Item {
         onToggleSidebar: root.toggleSidebar()
     }
 
-    Loader {
+    LazyItem {
         anchors.top: header.bottom
         anchors.bottom: plan.visible ? plan.top : composer.top
         anchors.bottomMargin: Theme.space8

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
@@ -12,7 +14,7 @@ Item {
 
     clip: true
 
-    Loader {
+    LazyItem {
         anchors.fill: parent
         sourceComponent: root.windowModel.conversation.hasProject ? conversation : welcome
     }

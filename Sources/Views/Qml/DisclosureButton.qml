@@ -15,30 +15,28 @@ T.AbstractButton {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
-    contentItem: Item {
-        Row {
-            id: row
+    Row {
+        id: row
 
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: Theme.space8
+
+        SystemSymbol {
             anchors.verticalCenter: parent.verticalCenter
-            spacing: Theme.space8
+            name: root.symbol
+            color: root.hovered ? Theme.text : Theme.secondaryText
+        }
 
-            SystemSymbol {
-                anchors.verticalCenter: parent.verticalCenter
-                name: root.symbol
-                color: root.hovered ? Theme.text : Theme.secondaryText
-            }
+        Line {
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.text
+            color: root.hovered ? Theme.text : Theme.secondaryText
+            Accessible.ignored: true
+        }
 
-            Line {
-                anchors.verticalCenter: parent.verticalCenter
-                text: root.text
-                color: root.hovered ? Theme.text : Theme.secondaryText
-                Accessible.ignored: true
-            }
-
-            Disclosure {
-                anchors.verticalCenter: parent.verticalCenter
-                expanded: root.expanded
-            }
+        Disclosure {
+            anchors.verticalCenter: parent.verticalCenter
+            expanded: root.expanded
         }
     }
 

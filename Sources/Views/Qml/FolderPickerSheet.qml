@@ -8,10 +8,14 @@ SheetPopup {
     required property FolderPicker picker
 
     title: picker.title
+    sheetHeight: column.height
     onRejected: picker.cancel()
     onOpened: field.selectPath()
 
-    contentItem: Column {
+    Column {
+        id: column
+
+        width: root.availableWidth
         spacing: Theme.space12
 
         Line {

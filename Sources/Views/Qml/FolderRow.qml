@@ -18,24 +18,22 @@ T.ItemDelegate {
     Keys.onReturnPressed: clicked()
     onClicked: picker.goTo(modelData)
 
-    contentItem: Item {
-        SystemSymbol {
-            id: mark
+    SystemSymbol {
+        id: mark
 
-            x: Theme.space8
-            anchors.verticalCenter: parent.verticalCenter
-            name: "folder"
-            color: Theme.secondaryText
-        }
+        x: Theme.space8
+        anchors.verticalCenter: parent.verticalCenter
+        name: "folder"
+        color: Theme.secondaryText
+    }
 
-        Line {
-            anchors.left: mark.right
-            anchors.leftMargin: Theme.space8
-            anchors.right: parent.right
-            anchors.verticalCenter: parent.verticalCenter
-            text: root.text
-            Accessible.ignored: true
-        }
+    Line {
+        anchors.left: mark.right
+        anchors.leftMargin: Theme.space8
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.text
+        Accessible.ignored: true
     }
 
     background: Rectangle {

@@ -1,8 +1,11 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Templates as T
+import Tessarin
 
 // A tool tip. It exists only while it is wanted.
-Loader {
+LazyItem {
     id: root
 
     required property string text
@@ -29,9 +32,10 @@ Loader {
         text: root.text
         closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
 
-        contentItem: Prose {
+        Prose {
             id: label
 
+            width: tip.availableWidth
             text: tip.text
             font: Theme.captionFont
             color: Theme.text

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
@@ -16,10 +18,10 @@ Window {
         width: Theme.sidebarIdeal
         height: parent.height
         color: Theme.sidebar
-        visible: content.status !== Loader.Ready
+        visible: !content.active
     }
 
-    Loader {
+    LazyItem {
         id: content
 
         anchors.fill: parent

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import Qt.labs.qmlmodels
 import QtQuick
 import Tessarin

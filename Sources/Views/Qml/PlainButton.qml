@@ -19,35 +19,33 @@ T.AbstractButton {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
-    contentItem: Item {
-        Row {
-            id: row
+    Row {
+        id: row
 
+        anchors.verticalCenter: parent.verticalCenter
+        x: Theme.space8
+        spacing: Theme.space6
+
+        SystemSymbol {
             anchors.verticalCenter: parent.verticalCenter
-            x: Theme.space8
-            spacing: Theme.space6
+            name: root.symbol
+            color: Theme.secondaryText
+        }
 
-            SystemSymbol {
-                anchors.verticalCenter: parent.verticalCenter
-                name: root.symbol
-                color: Theme.secondaryText
-            }
+        Line {
+            anchors.verticalCenter: parent.verticalCenter
+            text: root.text
+            font: root.font
+            color: root.textColor
+            Accessible.ignored: true
+        }
 
-            Line {
-                anchors.verticalCenter: parent.verticalCenter
-                text: root.text
-                font: root.font
-                color: root.textColor
-                Accessible.ignored: true
-            }
-
-            SystemSymbol {
-                anchors.verticalCenter: parent.verticalCenter
-                visible: root.menu
-                name: "chevron.down"
-                size: Theme.symbolTiny
-                color: Theme.secondaryText
-            }
+        SystemSymbol {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: root.menu
+            name: "chevron.down"
+            size: Theme.symbolTiny
+            color: Theme.secondaryText
         }
     }
 

@@ -18,60 +18,58 @@ T.AbstractButton {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
-    contentItem: Item {
-        SystemSymbol {
-            id: mark
+    SystemSymbol {
+        id: mark
 
-            x: Theme.space12
-            anchors.verticalCenter: parent.verticalCenter
-            name: "checklist"
-            color: Theme.secondaryText
-        }
+        x: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        name: "checklist"
+        color: Theme.secondaryText
+    }
 
-        Line {
-            id: label
+    Line {
+        id: label
 
-            anchors.left: mark.right
-            anchors.leftMargin: Theme.spaceRow
-            anchors.verticalCenter: parent.verticalCenter
-            text: root.text
-            font: Theme.calloutMediumFont
-            Accessible.ignored: true
-        }
+        anchors.left: mark.right
+        anchors.leftMargin: Theme.spaceRow
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.text
+        font: Theme.calloutMediumFont
+        Accessible.ignored: true
+    }
 
-        ListView {
-            anchors.left: label.right
-            anchors.leftMargin: Theme.space12
-            anchors.right: disclosure.left
-            anchors.rightMargin: Theme.space12
-            anchors.verticalCenter: parent.verticalCenter
+    ListView {
+        anchors.left: label.right
+        anchors.leftMargin: Theme.space12
+        anchors.right: disclosure.left
+        anchors.rightMargin: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        height: Theme.planTile
+        orientation: ListView.Horizontal
+        spacing: Theme.planTileGap
+        interactive: false
+        clip: true
+        model: root.plan
+
+        delegate: Rectangle {
+            required property int tint
+
+            width: Theme.planTile
             height: Theme.planTile
-            orientation: ListView.Horizontal
-            spacing: Theme.planTileGap
-            interactive: false
-            clip: true
-            model: root.plan
-
-            delegate: Rectangle {
-                required property int tint
-
-                width: Theme.planTile
-                height: Theme.planTile
-                radius: Theme.radiusTile
-                color: tint === Tint.Secondary ? "transparent" : Theme.tint(tint)
-                border.width: tint === Tint.Secondary ? Theme.hairline : 0
-                border.color: Theme.strokeStrong
-            }
+            radius: Theme.radiusTile
+            color: tint === Tint.Secondary ? "transparent" : Theme.tint(tint)
+            border.width: tint === Tint.Secondary ? Theme.hairline : 0
+            border.color: Theme.strokeStrong
         }
+    }
 
-        Disclosure {
-            id: disclosure
+    Disclosure {
+        id: disclosure
 
-            anchors.right: parent.right
-            anchors.rightMargin: Theme.space12
-            anchors.verticalCenter: parent.verticalCenter
-            expanded: root.expanded
-        }
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        expanded: root.expanded
     }
 
     background: Rectangle {

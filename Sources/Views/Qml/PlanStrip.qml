@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Templates as T
 import Tessarin
@@ -27,7 +29,7 @@ Rectangle {
         onClicked: root.expanded = !root.expanded
     }
 
-    Loader {
+    LazyItem {
         id: list
 
         anchors.top: head.bottom

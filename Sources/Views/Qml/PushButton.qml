@@ -18,9 +18,10 @@ T.Button {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
-    contentItem: Line {
+    Line {
         id: label
 
+        anchors.fill: parent
         horizontalAlignment: Text.AlignHCenter
         text: root.text
         font: root.font

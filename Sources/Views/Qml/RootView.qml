@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
@@ -52,7 +54,7 @@ FocusScope {
         visible: root.sidebarShown
     }
 
-    Loader {
+    LazyItem {
         id: shortcuts
 
         active: false
@@ -60,7 +62,7 @@ FocusScope {
         sourceComponent: ShortcutsSheet { onClosed: shortcuts.active = false }
     }
 
-    Loader {
+    LazyItem {
         active: root.windowModel.folderPicker.isOpen
 
         sourceComponent: FolderPickerSheet { picker: root.windowModel.folderPicker }

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQml.Models
 import Tessarin
@@ -15,7 +17,7 @@ PlainButton {
     enabled: conversation.canChangeRoutingMode
     onClicked: popup.active = true
 
-    Loader {
+    LazyItem {
         id: popup
 
         active: false

@@ -16,13 +16,11 @@ T.AbstractButton {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
-    contentItem: Item {
-        SystemSymbol {
-            anchors.centerIn: parent
-            name: root.working ? "stop.fill" : "arrow.up"
-            size: root.working ? Theme.symbolSmall : Theme.symbolMedium
-            color: root.working ? Theme.text : root.enabled ? Theme.inkOnAccent : Theme.secondaryText
-        }
+    SystemSymbol {
+        anchors.centerIn: parent
+        name: root.working ? "stop.fill" : "arrow.up"
+        size: root.working ? Theme.symbolSmall : Theme.symbolMedium
+        color: root.working ? Theme.text : root.enabled ? Theme.inkOnAccent : Theme.secondaryText
     }
 
     background: Rectangle {

@@ -5,13 +5,15 @@ import QtQuick.Templates as T
 T.Dialog {
     id: root
 
+    required property real sheetHeight
+
     anchors.centerIn: parent
     parent: T.Overlay.overlay
     modal: true
     focus: true
     padding: Theme.space18
     width: Theme.sheetWidth
-    implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
+    height: sheetHeight + topPadding + bottomPadding
     closePolicy: T.Popup.CloseOnEscape
     Component.onCompleted: open()
 

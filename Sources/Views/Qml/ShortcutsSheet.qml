@@ -7,6 +7,7 @@ SheetPopup {
     id: root
 
     title: "Keyboard Shortcuts"
+    sheetHeight: column.height
 
     readonly property var shortcuts: [
         { keys: "Return", does: "Send the message" }, { keys: "Shift+Return", does: "Add a line to the message" },
@@ -16,7 +17,10 @@ SheetPopup {
         { keys: "Ctrl+?", does: "Keyboard shortcuts" }, { keys: "Ctrl+Q", does: "Quit" },
     ]
 
-    contentItem: Column {
+    Column {
+        id: column
+
+        width: root.availableWidth
         spacing: Theme.space6
 
         Line {

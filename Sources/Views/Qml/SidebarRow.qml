@@ -1,8 +1,10 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
 // One row of the sidebar: the heading of a project, or one of its tasks.
-Loader {
+LazyItem {
     id: root
 
     required property WindowModel windowModel

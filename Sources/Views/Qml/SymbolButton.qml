@@ -18,13 +18,11 @@ T.AbstractButton {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
-    contentItem: Item {
-        SystemSymbol {
-            anchors.centerIn: parent
-            name: root.symbol
-            size: root.symbolSize
-            color: root.hovered || root.down ? Theme.text : Theme.secondaryText
-        }
+    SystemSymbol {
+        anchors.centerIn: parent
+        name: root.symbol
+        size: root.symbolSize
+        color: root.hovered || root.down ? Theme.text : Theme.secondaryText
     }
 
     background: Rectangle {

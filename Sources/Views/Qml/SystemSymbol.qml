@@ -10,6 +10,7 @@ Image {
 
     width: size
     height: size
-    sourceSize: Qt.size(size * Screen.devicePixelRatio, size * Screen.devicePixelRatio)
+    sourceSize.width: size * Screen.devicePixelRatio
+    sourceSize.height: size * Screen.devicePixelRatio
     source: name === "" ? "" : "image://symbols/" + name + "?" + color.toString().slice(-6)
 }

@@ -26,40 +26,38 @@ T.ItemDelegate {
     Keys.onMenuPressed: menu.open()
     onClicked: windowModel.selectTask(workspaceID, threadID)
 
-    contentItem: Item {
-        SystemSymbol {
-            id: bubble
+    SystemSymbol {
+        id: bubble
 
-            x: Theme.space8
-            y: root.updated === "" ? (parent.height - height) / 2 : Theme.space6
-            name: "bubble.left"
-            color: root.current ? Theme.accent : Theme.secondaryText
+        x: Theme.space8
+        y: root.updated === "" ? (parent.height - height) / 2 : Theme.space6
+        name: "bubble.left"
+        color: root.current ? Theme.accent : Theme.secondaryText
+    }
+
+    Column {
+        anchors.left: bubble.right
+        anchors.leftMargin: Theme.space8
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.space8
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: Theme.space2
+
+        Line {
+            id: label
+
+            width: parent.width
+            text: root.title
+            font: root.current ? Theme.calloutMediumFont : Theme.calloutFont
+            Accessible.ignored: true
         }
 
-        Column {
-            anchors.left: bubble.right
-            anchors.leftMargin: Theme.space8
-            anchors.right: parent.right
-            anchors.rightMargin: Theme.space8
-            anchors.verticalCenter: parent.verticalCenter
-            spacing: Theme.space2
-
-            Line {
-                id: label
-
-                width: parent.width
-                text: root.title
-                font: root.current ? Theme.calloutMediumFont : Theme.calloutFont
-                Accessible.ignored: true
-            }
-
-            Line {
-                width: parent.width
-                visible: root.updated !== ""
-                text: root.updated
-                font: Theme.captionFont
-                color: Theme.secondaryText
-            }
+        Line {
+            width: parent.width
+            visible: root.updated !== ""
+            text: root.updated
+            font: Theme.captionFont
+            color: Theme.secondaryText
         }
     }
 

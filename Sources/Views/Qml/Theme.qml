@@ -1,7 +1,6 @@
 pragma Singleton
 
 import QtQuick
-import Tessarin
 
 // Every colour, size, typeface and duration of the window, by role. The window sets `dark`, `reducedMotion` and `fixedFamily` from the
 // desktop, and all follow live.
@@ -79,7 +78,6 @@ QtObject {
     readonly property int radiusTile: 1
 
     // Type. The families are the desktop's own.
-    property string family: Qt.application.font.family
     property string fixedFamily: "monospace"
     readonly property int sizeCaption: 12
     readonly property int sizeCallout: 13
@@ -93,15 +91,15 @@ QtObject {
     readonly property int lineLarge: 38
     readonly property int lineCode: 20
     readonly property int lineCodeSmall: 18
-    readonly property font captionFont: Qt.font({ family: family, pixelSize: sizeCaption })
-    readonly property font captionStrongFont: Qt.font({ family: family, pixelSize: sizeCaption, weight: Font.DemiBold })
-    readonly property font calloutFont: Qt.font({ family: family, pixelSize: sizeCallout })
-    readonly property font calloutMediumFont: Qt.font({ family: family, pixelSize: sizeCallout, weight: Font.Medium })
-    readonly property font calloutStrongFont: Qt.font({ family: family, pixelSize: sizeCallout, weight: Font.DemiBold })
-    readonly property font bodyFont: Qt.font({ family: family, pixelSize: sizeBody })
-    readonly property font bodyStrongFont: Qt.font({ family: family, pixelSize: sizeBody, weight: Font.DemiBold })
-    readonly property font titleFont: Qt.font({ family: family, pixelSize: sizeTitle, weight: Font.DemiBold })
-    readonly property font largeFont: Qt.font({ family: family, pixelSize: sizeLarge, weight: Font.DemiBold, letterSpacing: -0.4 })
+    readonly property font captionFont: Qt.font({ pixelSize: sizeCaption })
+    readonly property font captionStrongFont: Qt.font({ pixelSize: sizeCaption, weight: Font.DemiBold })
+    readonly property font calloutFont: Qt.font({ pixelSize: sizeCallout })
+    readonly property font calloutMediumFont: Qt.font({ pixelSize: sizeCallout, weight: Font.Medium })
+    readonly property font calloutStrongFont: Qt.font({ pixelSize: sizeCallout, weight: Font.DemiBold })
+    readonly property font bodyFont: Qt.font({ pixelSize: sizeBody })
+    readonly property font bodyStrongFont: Qt.font({ pixelSize: sizeBody, weight: Font.DemiBold })
+    readonly property font titleFont: Qt.font({ pixelSize: sizeTitle, weight: Font.DemiBold })
+    readonly property font largeFont: Qt.font({ pixelSize: sizeLarge, weight: Font.DemiBold, letterSpacing: -0.4 })
     readonly property font codeFont: Qt.font({ family: fixedFamily, pixelSize: sizeCallout })
     readonly property font codeSmallFont: Qt.font({ family: fixedFamily, pixelSize: sizeCaption })
 

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
@@ -22,7 +24,7 @@ EntryRow {
         onClicked: root.expanded = !root.expanded
     }
 
-    Loader {
+    LazyItem {
         active: root.expanded
         x: head.x + Theme.space24
         y: head.height + Theme.space4

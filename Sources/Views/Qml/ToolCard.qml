@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
@@ -40,12 +42,11 @@ EntryRow {
             onClicked: root.expanded = !root.expanded
         }
 
-        Loader {
+        LazyItem {
             id: output
 
             anchors.top: head.bottom
             width: parent.width
-            height: active && item ? item.implicitHeight : 0
             active: root.expanded && root.hasText
 
             sourceComponent: ToolOutput {

@@ -20,48 +20,46 @@ T.AbstractButton {
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 
-    contentItem: Item {
-        SystemSymbol {
-            id: mark
+    SystemSymbol {
+        id: mark
 
-            x: Theme.space12
-            anchors.verticalCenter: parent.verticalCenter
-            name: root.symbol
-            color: Theme.tint(root.statusTint)
-        }
+        x: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        name: root.symbol
+        color: Theme.tint(root.statusTint)
+    }
 
-        Line {
-            anchors.left: mark.right
-            anchors.leftMargin: Theme.spaceRow
-            anchors.right: word.left
-            anchors.rightMargin: Theme.spaceRow
-            anchors.verticalCenter: parent.verticalCenter
-            text: root.title
-            font: Theme.calloutMediumFont
-            Accessible.ignored: true
-        }
+    Line {
+        anchors.left: mark.right
+        anchors.leftMargin: Theme.spaceRow
+        anchors.right: word.left
+        anchors.rightMargin: Theme.spaceRow
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.title
+        font: Theme.calloutMediumFont
+        Accessible.ignored: true
+    }
 
-        Line {
-            id: word
+    Line {
+        id: word
 
-            anchors.right: disclosure.left
-            anchors.rightMargin: Theme.spaceRow
-            anchors.verticalCenter: parent.verticalCenter
-            text: root.status
-            font: Theme.captionFont
-            color: Theme.secondaryText
-            Accessible.ignored: true
-        }
+        anchors.right: disclosure.left
+        anchors.rightMargin: Theme.spaceRow
+        anchors.verticalCenter: parent.verticalCenter
+        text: root.status
+        font: Theme.captionFont
+        color: Theme.secondaryText
+        Accessible.ignored: true
+    }
 
-        Disclosure {
-            id: disclosure
+    Disclosure {
+        id: disclosure
 
-            anchors.right: parent.right
-            anchors.rightMargin: Theme.space12
-            anchors.verticalCenter: parent.verticalCenter
-            opacity: root.expandable ? 1 : 0
-            expanded: root.expanded
-        }
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        opacity: root.expandable ? 1 : 0
+        expanded: root.expanded
     }
 
     background: Rectangle {

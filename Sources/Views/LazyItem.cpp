@@ -1,0 +1,107 @@
+#include "Views/LazyItem.h"
+
+#include <QQmlContext>
+#include <QQmlEngine>
+
+namespace tessarin
+{
+
+LazyItem::LazyItem(QQuickItem* parent) : QQuickItem(parent)
+{
+    setFlag(ItemIsFocusScope);
+}
+
+LazyItem::~LazyItem() = default;
+
+void LazyItem::setActive(bool isActive)
+{
+    if (isActive != m_isActive) {
+        m_isActive = isActive;
+        renew();
+        emit activeChanged();
+    }
+}
+
+void LazyItem::setSourceComponent(QQmlComponent* component)
+{
+    if (component != m_component) {
+        m_component = component;
+        renew();
+        emit sourceComponentChanged();
+    }
+}
+
+void LazyItem::componentComplete()
+{
+    QQuickItem::componentComplete();
+    renew();
+}
+
+// What is given up may be what asked for it, so it goes with the next turn of the loop, and is out of sight at once.
+void LazyItem::renew()
+{
+    if (!isComponentComplete()) {
+        return;
+    }
+    if (m_object != nullptr) {
+        if (auto* item = qobject_cast<QQuickItem*>(m_object)) {
+            item->disconnect(this);
+            item->setParentItem(nullptr);
+        }
+        m_object->deleteLater();
+        m_object = nullptr;
+    }
+    if (m_isActive && m_component != nullptr) {
+        create();
+    }
+    takeImplicitSize();
+    emit objectChanged();
+}
+
+void LazyItem::create()
+{
+    QQmlContext* context = m_component->creationContext();
+    m_object = m_component->beginCreate(context != nullptr ? context : qmlContext(this));
+    if (m_object == nullptr) {
+        qWarning("%s", qPrintable(m_component->errorString()));
+        return;
+    }
+    QQmlEngine::setObjectOwnership(m_object, QQmlEngine::CppOwnership);
+    m_object->setParent(this);
+    auto* item = qobject_cast<QQuickItem*>(m_object);
+    if (item != nullptr) {
+        item->setParentItem(this);
+        fit();
+    }
+    m_component->completeCreate();
+    if (item != nullptr) {
+        connect(item, &QQuickItem::implicitWidthChanged, this, &LazyItem::takeImplicitSize);
+        connect(item, &QQuickItem::implicitHeightChanged, this, &LazyItem::takeImplicitSize);
+    }
+}
+
+void LazyItem::geometryChange(const QRectF& now, const QRectF& before)
+{
+    QQuickItem::geometryChange(now, before);
+    fit();
+}
+
+void LazyItem::fit()
+{
+    if (auto* item = qobject_cast<QQuickItem*>(m_object)) {
+        if (widthValid()) {
+            item->setWidth(width());
+        }
+        if (heightValid()) {
+            item->setHeight(height());
+        }
+    }
+}
+
+void LazyItem::takeImplicitSize()
+{
+    const auto* item = qobject_cast<QQuickItem*>(m_object);
+    setImplicitSize(item == nullptr ? 0 : item->implicitWidth(), item == nullptr ? 0 : item->implicitHeight());
+}
+
+} // namespace tessarin
