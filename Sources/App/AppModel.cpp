@@ -8,7 +8,13 @@ namespace tessarin
 
 std::shared_ptr<AppModel> AppModel::make(Surroundings surroundings)
 {
-    return std::shared_ptr<AppModel>(new AppModel(std::move(surroundings)));
+    const std::shared_ptr<AppModel> model(new AppModel(std::move(surroundings)));
+    model->refreshInstallStatus();
+    model->refreshCodexInstallStatus();
+    model->refreshKimiInstallStatus();
+    model->refreshOpenCodeInstallStatus();
+    model->refreshClaudeInstallStatus();
+    return model;
 }
 
 AppModel::AppModel(Surroundings surroundings) : m_surroundings(std::move(surroundings)), m_workspaces(m_surroundings.store.load())

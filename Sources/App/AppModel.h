@@ -14,6 +14,7 @@
 #include "Models/ProviderRoutingMode.h"
 #include "Models/ProviderUsage.h"
 #include "Models/WorkspaceStore.h"
+#include "Platform/ChildProcess.h"
 #include "Platform/Desktop.h"
 #include "Platform/MainThread.h"
 #include "Services/AgentClient.h"
@@ -51,7 +52,7 @@ public:
     static constexpr const char* permissionModeKey = "grokPermissionMode.v1";
     static constexpr const char* routingModeKey = "providerRoutingMode.v1";
 
-    // Loads the tree and the modes. No client starts before the first prompt.
+    // Loads the tree and the modes, and asks the runtimes for their versions. No client starts before the first prompt.
     [[nodiscard]] static std::shared_ptr<AppModel> make(Surroundings surroundings);
     ~AppModel(); // releases what it holds and stops nothing
 
@@ -84,6 +85,25 @@ public:
     // Answers with the first option that refuses; without one the whole work stops.
     void rejectPermission();
 
+    // What is known of the runtimes. Each publishes at once what was found, and the version and sign-in when the program has told them;
+    // of overlapping refreshes the last answer stays.
+    void refreshInstallStatus(); // Grok
+    void refreshCodexInstallStatus();
+    void refreshKimiInstallStatus();
+    void refreshOpenCodeInstallStatus();
+    void refreshClaudeInstallStatus();
+
+    // Signing in. The vendor's own program does it; nothing waits for it here.
+    void logIn(); // Grok; the connection state tells how it goes
+    void logInCodex();
+    void logInKimi();
+    // These two need a terminal: the command goes to the pasteboard, the person pastes it.
+    void setUpOpenCodeGLM();
+    void logInClaude();
+    void copyInstallCommandAndOpenTerminal(); // of Grok
+    // The command on the pasteboard is no longer to be shown.
+    void dismissCopiedCommand();
+
     // State.
     [[nodiscard]] const std::vector<Workspace>& workspaces() const;
     [[nodiscard]] const std::optional<Uuid>& selectedWorkspaceID() const;
@@ -98,6 +118,14 @@ public:
     [[nodiscard]] ProviderRoutingMode routingMode() const;
     [[nodiscard]] std::optional<AgentProvider> activeProvider() const;
     [[nodiscard]] const std::map<AgentProvider, ProviderUsage>& providerUsage() const;
+
+    [[nodiscard]] const GrokInstallStatus& installStatus() const { return m_installStatus; }
+    [[nodiscard]] const CodexInstallStatus& codexInstallStatus() const { return m_codexInstallStatus; }
+    [[nodiscard]] const KimiInstallStatus& kimiInstallStatus() const { return m_kimiInstallStatus; }
+    [[nodiscard]] const OpenCodeInstallStatus& openCodeInstallStatus() const { return m_openCodeInstallStatus; }
+    [[nodiscard]] const ClaudeInstallStatus& claudeInstallStatus() const { return m_claudeInstallStatus; }
+    // A command that was copied where no terminal could be opened, to be shown to the person.
+    [[nodiscard]] const std::optional<std::string>& copiedCommand() const { return m_copiedCommand; }
 
     // Derived.
     [[nodiscard]] const Workspace* selectedWorkspace() const; // absent: null
@@ -172,6 +200,13 @@ private:
 
     void recordPermissionMode(GrokPermissionMode mode);
 
+    // Signing in.
+    template <class Status>
+    void setInstallStatus(Status& field, Status status);
+    void finishLogIn(const Result<CommandOutcome, std::string>& result);
+    void runLogIn(const std::string& executable, Environment environment, void (AppModel::*refresh)(), std::string failureText);
+    void copyCommandAndOpenTerminal(std::string command);
+
     // Published state is set here alone; observers are told when the value has become another one.
     template <class Value>
     void publish(Value& field, Value value, ModelChange::Kind kind)
@@ -202,6 +237,12 @@ private:
     std::optional<PermissionRequest> m_permissionRequest;
     std::optional<std::string> m_errorMessage;
     std::string m_cliLog;
+    GrokInstallStatus m_installStatus;
+    CodexInstallStatus m_codexInstallStatus;
+    KimiInstallStatus m_kimiInstallStatus;
+    OpenCodeInstallStatus m_openCodeInstallStatus;
+    ClaudeInstallStatus m_claudeInstallStatus;
+    std::optional<std::string> m_copiedCommand;
     AppSection m_selectedSection = AppSection::build;
     GrokPermissionMode m_permissionMode = GrokPermissionMode::ask;
     ProviderRoutingMode m_routingMode = ProviderRoutingMode::automatic;

@@ -20,6 +20,7 @@ struct ModelChange {
         activeProvider,
         providerUsage,
         installStatus,
+        copiedCommand,
         section,
         entriesReset, // all entries of the selected task were replaced; its updatedAt stays
         // The last three also say that the updatedAt of the selected task is now; no `workspaces` is told for it.

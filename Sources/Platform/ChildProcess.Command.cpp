@@ -24,7 +24,7 @@ struct Command {
 // `done` runs once: on the calling thread when the start fails, else on a queue of the command's own.
 void startCommand(ChildLaunch launch, std::function<void(CommandResult)> done)
 {
-    launch.input = ChildInput::empty;
+    launch.input = launch.inheritsOutput ? ChildInput::inherited : ChildInput::empty;
     launch.mergesErrorOutput = true;
     const auto command = std::make_shared<Command>();
     ChildProcess::Callbacks callbacks;

@@ -32,6 +32,7 @@ struct ChildLaunch {
     std::vector<std::string> arguments = {}; // without the program's own name
     std::optional<std::string> workingDirectory = std::nullopt; // absent: that of this process
     Environment environment = {}; // the child sees this and nothing else
+    bool inheritsOutput = false; // both output streams are those of this process; nothing is read
     bool mergesErrorOutput = false; // both streams on the output pipe; onErrorOutput is never called
     ChildInput input = ChildInput::pipe;
 };
@@ -99,7 +100,7 @@ struct CommandOutcome {
 };
 
 // Runs a command to its end on the calling thread, with an empty standard input and both outputs in one pipe that is read while
-// waiting; no time limit. It is over when the command has ended, whoever else keeps the pipe open.
+// waiting, or with all three streams of this process where the launch inherits its output; no time limit. It is over when the command has ended, whoever else keeps the pipe open.
 // A failure is the platform's text of the failed start. Requires: not called from a queue.
 [[nodiscard]] Result<CommandOutcome, std::string> runCommand(const ChildLaunch& launch);
 // The same without blocking: `done` runs once on the main thread, never before this returns.

@@ -207,9 +207,11 @@ Result<ChildStreams, std::string> openChildStreams(const ChildLaunch& launch)
     }
     const bool hasInput
         = launch.input == ChildInput::pipe ? isWhole(input) : launch.input == ChildInput::inherited || input.readEnd.isOpen();
-    Pipe output = hasInput ? openStreamPipe() : Pipe();
-    Pipe errorOutput = isWhole(output) && !launch.mergesErrorOutput ? openStreamPipe() : Pipe();
-    if (!isWhole(output) || !(launch.mergesErrorOutput || isWhole(errorOutput)))
+    const bool hasOutput = !launch.inheritsOutput;
+    const bool hasErrorOutput = hasOutput && !launch.mergesErrorOutput;
+    Pipe output = hasInput && hasOutput ? openStreamPipe() : Pipe();
+    Pipe errorOutput = isWhole(output) && hasErrorOutput ? openStreamPipe() : Pipe();
+    if (!hasInput || (hasOutput && !isWhole(output)) || (hasErrorOutput && !isWhole(errorOutput)))
         return Failure{ errorText(errno) };
 
     ChildStreams streams;

@@ -86,6 +86,7 @@ void ConversationModel::note(const ModelChange& change)
     case ModelChange::Kind::cliLog:
     case ModelChange::Kind::providerUsage:
     case ModelChange::Kind::section:
+    case ModelChange::Kind::copiedCommand:
         break;
     }
 }

@@ -1,7 +1,11 @@
 #include "Views/QtDesktop.h"
 
+#include "Views/TerminalProgram.h"
+
+#include <QClipboard>
 #include <QDesktopServices>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QUrl>
 
 namespace tessarin
@@ -30,6 +34,16 @@ void QtDesktop::reveal(const std::string& path)
             QDesktopServices::openUrl(QUrl::fromLocalFile(item.isDir() ? shown : item.path()));
         }
     });
+}
+
+void QtDesktop::copyToPasteboard(const std::string& text)
+{
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+}
+
+void QtDesktop::openTerminal(std::function<void(bool wasOpened)> done)
+{
+    done(TerminalProgram::open());
 }
 
 } // namespace tessarin

@@ -24,6 +24,8 @@ void WindowModel::attach(std::shared_ptr<AppModel> model)
     m_model = std::move(model);
     m_subscription = m_model->observe([this](const ModelChange& change) { note(change); });
     m_conversation.attach(m_model);
+    m_permission.attach(m_model);
+    m_install.attach(m_model);
     readThreads();
     readError();
     emit readyChanged();
@@ -32,6 +34,8 @@ void WindowModel::attach(std::shared_ptr<AppModel> model)
 void WindowModel::note(const ModelChange& change)
 {
     m_conversation.note(change);
+    m_permission.note(change);
+    m_install.note(change);
     switch (change.kind) {
     case ModelChange::Kind::workspaces:
     case ModelChange::Kind::selection:
@@ -56,6 +60,7 @@ void WindowModel::note(const ModelChange& change)
     case ModelChange::Kind::activeProvider:
     case ModelChange::Kind::providerUsage:
     case ModelChange::Kind::installStatus:
+    case ModelChange::Kind::copiedCommand:
     case ModelChange::Kind::section:
         break;
     }

@@ -4,6 +4,8 @@
 #include "Views/Appearance.h"
 #include "Views/ConversationModel.h"
 #include "Views/FolderPicker.h"
+#include "Views/InstallModel.h"
+#include "Views/PermissionModel.h"
 #include "Views/ThreadListModel.h"
 
 #include <QObject>
@@ -30,6 +32,8 @@ class WindowModel : public QObject
     Q_PROPERTY(QString fixedFamily READ fixedFamily CONSTANT)
     Q_PROPERTY(tessarin::ThreadListModel* threads READ threads CONSTANT)
     Q_PROPERTY(tessarin::ConversationModel* conversation READ conversation CONSTANT)
+    Q_PROPERTY(tessarin::PermissionModel* permission READ permission CONSTANT)
+    Q_PROPERTY(tessarin::InstallModel* install READ install CONSTANT)
     Q_PROPERTY(tessarin::FolderPicker* folderPicker READ folderPicker CONSTANT)
     Q_PROPERTY(tessarin::Appearance* appearance READ appearance CONSTANT)
 public:
@@ -52,6 +56,8 @@ public:
     [[nodiscard]] QString fixedFamily() const;
     [[nodiscard]] ThreadListModel* threads() { return &m_threads; }
     [[nodiscard]] ConversationModel* conversation() { return &m_conversation; }
+    [[nodiscard]] PermissionModel* permission() { return &m_permission; }
+    [[nodiscard]] InstallModel* install() { return &m_install; }
     [[nodiscard]] FolderPicker* folderPicker() { return &m_folderPicker; }
     [[nodiscard]] Appearance* appearance() { return &m_appearance; }
 
@@ -74,6 +80,8 @@ private:
     std::shared_ptr<void> m_subscription; // to the changes of m_model
     ThreadListModel m_threads;
     ConversationModel m_conversation;
+    PermissionModel m_permission;
+    InstallModel m_install;
     QTimer m_threadsTimer; // gathers the entries of a burst
     QString m_errorMessage;
     bool m_hasError = false;

@@ -6,6 +6,7 @@ T.MenuItem {
     id: root
 
     property string symbol: ""
+    property color symbolColor: Theme.secondaryText
     property bool current: false
     property string keys: ""
 
@@ -29,7 +30,7 @@ T.MenuItem {
         name: root.symbol
         visible: root.symbol !== ""
         size: Theme.symbolSmall
-        color: root.highlighted ? Theme.text : Theme.secondaryText
+        color: root.highlighted && root.symbolColor === Theme.secondaryText ? Theme.text : root.symbolColor
     }
 
     Line {

@@ -6,6 +6,7 @@ Rectangle {
     id: root
 
     required property ConversationModel conversation
+    required property PermissionModel permission
     property alias text: field.text
 
     function takeFocus() {
@@ -59,6 +60,8 @@ Rectangle {
             }
 
             RoutingMenuButton { conversation: root.conversation }
+
+            PermissionMenuButton { permission: root.permission }
         }
 
         SendButton {

@@ -8,6 +8,8 @@ Item {
     id: root
 
     required property ConversationModel conversation
+    required property PermissionModel permission
+    required property InstallModel install
     required property bool sidebarShown
     readonly property int columnWidth: Math.min(Theme.columnMaximum, width - 2 * Theme.columnInset)
 
@@ -55,12 +57,16 @@ Item {
         x: (root.width - width) / 2
         width: root.columnWidth
         conversation: root.conversation
+        permission: root.permission
     }
 
     Component {
         id: noRuntime
 
-        NoRuntimeView { conversation: root.conversation }
+        InstallView {
+            install: root.install
+            onChecked: root.conversation.checkAgain()
+        }
     }
 
     Component {

@@ -30,6 +30,8 @@ Item {
 
         ConversationView {
             conversation: root.windowModel.conversation
+            permission: root.windowModel.permission
+            install: root.windowModel.install
             sidebarShown: root.sidebarShown
             onToggleSidebar: root.toggleSidebar()
             Component.onCompleted: focusComposer()

@@ -8,6 +8,7 @@ T.AbstractButton {
     required property string symbol
     property bool menu: false
     property color textColor: Theme.text
+    property color symbolColor: Theme.secondaryText
 
     implicitWidth: row.implicitWidth + 2 * Theme.space8
     implicitHeight: Theme.controlSmall
@@ -29,7 +30,7 @@ T.AbstractButton {
         SystemSymbol {
             anchors.verticalCenter: parent.verticalCenter
             name: root.symbol
-            color: Theme.secondaryText
+            color: root.symbolColor
         }
 
         Line {

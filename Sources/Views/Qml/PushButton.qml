@@ -6,6 +6,9 @@ T.Button {
     id: root
 
     property bool prominent: false
+    property bool destructive: false
+
+    readonly property bool isFilled: prominent || destructive
 
     implicitWidth: label.implicitWidth + leftPadding + rightPadding
     implicitHeight: Theme.controlHeight
@@ -25,20 +28,21 @@ T.Button {
         horizontalAlignment: Text.AlignHCenter
         text: root.text
         font: root.font
-        color: root.prominent ? Theme.inkOnAccent : Theme.text
+        color: root.destructive ? Theme.inkOnRed : root.prominent ? Theme.inkOnAccent : Theme.text
         Accessible.ignored: true
     }
 
     background: Rectangle {
         radius: Theme.radiusButton
-        color: !root.prominent ? Theme.card : root.down ? Theme.accentFillPressed : root.hovered ? Theme.accentFillHover : Theme.accentFill
-        border.width: root.prominent ? 0 : Theme.hairline
+        color: root.destructive ? (root.hovered ? Theme.redFillHover : Theme.redFill)
+             : !root.prominent ? Theme.card : root.down ? Theme.accentFillPressed : root.hovered ? Theme.accentFillHover : Theme.accentFill
+        border.width: root.isFilled ? 0 : Theme.hairline
         border.color: Theme.stroke
 
         Rectangle {
             anchors.fill: parent
             radius: parent.radius
-            color: root.prominent ? "transparent" : root.down ? Theme.pressed : root.hovered ? Theme.hover : "transparent"
+            color: root.isFilled ? "transparent" : root.down ? Theme.pressed : root.hovered ? Theme.hover : "transparent"
         }
 
         FocusRing {

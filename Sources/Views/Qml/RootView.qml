@@ -63,6 +63,18 @@ FocusScope {
     }
 
     LazyItem {
+        active: root.windowModel.permission.isAsked
+
+        sourceComponent: PermissionSheet { permission: root.windowModel.permission }
+    }
+
+    LazyItem {
+        active: root.windowModel.install.hasCopiedCommand
+
+        sourceComponent: CopiedCommandSheet { install: root.windowModel.install }
+    }
+
+    LazyItem {
         active: root.windowModel.folderPicker.isOpen
 
         sourceComponent: FolderPickerSheet { picker: root.windowModel.folderPicker }

@@ -34,9 +34,13 @@ QtObject {
     readonly property real accentGlow: dark ? 0.16 : 0.12
 
     readonly property color green: dark ? "#63c990" : "#1b7540"
+    readonly property color orange: dark ? "#efb25c" : "#985700"
     // Symbols and dots need less contrast than text and may be livelier.
     readonly property color orangeMark: dark ? "#efb25c" : "#c26c00"
     readonly property color red: dark ? "#ff9084" : "#b8322a"
+    readonly property color redFill: dark ? "#bd4238" : "#b8322a"
+    readonly property color redFillHover: dark ? "#c84b41" : "#a32a23"
+    readonly property color inkOnRed: "#ffffff"
 
     // Laid over whatever is below.
     readonly property color hover: dark ? "#12ffffff" : "#0e1a1408"
@@ -51,6 +55,9 @@ QtObject {
     readonly property color codeText: dark ? "#9bd0a4" : "#2f6b36"
     readonly property color codeNumber: dark ? "#e6b680" : "#8a4b08"
     readonly property color inlineCode: dark ? "#2e3235" : "#efebe3"
+    // The panel of a command to be copied.
+    readonly property color terminal: dark ? "#99000000" : "#eb1d2022"
+    readonly property color terminalText: "#f2f3f1"
 
     // Spacing.
     readonly property int space2: 2
@@ -64,8 +71,10 @@ QtObject {
 
     // Spacing of single places.
     readonly property int spaceRow: 10
+    readonly property int spaceSheetHeader: 13
     readonly property int spaceBanner: 14
     readonly property int bannerInset: 20
+    readonly property int spaceInstall: 20
     readonly property int spaceWelcome: 22
 
     // Radii: rows and fields, buttons, cards, the composer and sheets.
@@ -83,6 +92,7 @@ QtObject {
     readonly property int sizeCallout: 13
     readonly property int sizeBody: 14
     readonly property int sizeTitle: 17
+    readonly property int sizeHeadline: 21
     readonly property int sizeLarge: 30
     readonly property int lineCaption: 17
     readonly property int lineCallout: 19
@@ -98,6 +108,7 @@ QtObject {
     readonly property font calloutStrongFont: Qt.font({ pixelSize: sizeCallout, weight: Font.DemiBold })
     readonly property font bodyFont: Qt.font({ pixelSize: sizeBody })
     readonly property font bodyStrongFont: Qt.font({ pixelSize: sizeBody, weight: Font.DemiBold })
+    readonly property font headlineFont: Qt.font({ pixelSize: sizeHeadline, weight: Font.DemiBold })
     readonly property font titleFont: Qt.font({ pixelSize: sizeTitle, weight: Font.DemiBold })
     readonly property font largeFont: Qt.font({ pixelSize: sizeLarge, weight: Font.DemiBold, letterSpacing: -0.4 })
     readonly property font codeFont: Qt.font({ family: fixedFamily, pixelSize: sizeCallout })
@@ -109,6 +120,7 @@ QtObject {
     readonly property int symbolMedium: 16
     readonly property int symbolBanner: 18
     readonly property int symbolSheet: 34
+    readonly property int symbolHero: 38
 
     // Controls.
     readonly property int hairline: 1
@@ -156,6 +168,10 @@ QtObject {
     readonly property int listIndent: 26
     readonly property int quoteIndent: 14
     readonly property int sheetWidth: 540
+    readonly property int alertWidth: 420
+    readonly property int installWidth: 560
+    readonly property int detailBoxMinimum: 100
+    readonly property int detailBoxMaximum: 260
     readonly property int sheetListHeight: 260
     readonly property int menuMinimum: 180
     readonly property int toolTipMaximum: 420

@@ -1,0 +1,57 @@
+#include "Views/PermissionRules.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace tessarin::PermissionRules
+{
+
+namespace
+{
+
+QString fromView(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+} // namespace
+
+QString heading(std::optional<AgentProvider> active)
+{
+    return (active ? fromView(shortLabel(*active)) : QStringLiteral("Agent")) + QStringLiteral(" needs permission");
+}
+
+std::vector<PermissionOption> offered(const PermissionRequest& request)
+{
+    std::vector<PermissionOption> options;
+    std::copy_if(request.options.begin(), request.options.end(), std::back_inserter(options),
+        [](const PermissionOption& option) { return option.kind.starts_with("allow"); });
+    return options;
+}
+
+bool isDefault(const PermissionOption& option)
+{
+    return option.kind == "allow_once";
+}
+
+QString note(const ConnectionState& state)
+{
+    return state.kind() == ConnectionState::Kind::failed ? QStringLiteral("The agent is gone. An answer has no effect.") : QString();
+}
+
+Tint::Value modeTint(GrokPermissionMode mode)
+{
+    return mode == GrokPermissionMode::fullAccess ? Tint::Orange : Tint::Secondary;
+}
+
+QString menuTitle(GrokPermissionMode mode, GrokPermissionMode current)
+{
+    return fromView(label(mode)) + (mode == current ? QStringLiteral("  ✓") : QString());
+}
+
+QString help(GrokPermissionMode mode, std::optional<AgentProvider> active, ProviderRoutingMode routing)
+{
+    return QStringLiteral("Agent permission mode: ") + fromView(detail(mode, active ? active : preferredProvider(routing)));
+}
+
+} // namespace tessarin::PermissionRules

@@ -1,0 +1,276 @@
+#include "App/ShellCommands.h"
+#include "AppModelFixture.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace tessarin::testing
+{
+
+namespace
+{
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// Versions and sign-ins as the vendors' programs tell them.
+class AppModelSignInTest : public AppModelTest
+{
+protected:
+    template <class Status>
+    static std::optional<std::string> versionOf(const Status& status)
+    {
+        return status.installed() ? status.installed()->version : std::nullopt;
+    }
+};
+
+TEST_F(AppModelSignInTest, ConstructionAsksAllFiveRuntimes)
+{
+    install({ "grok", "kimi", "opencode", "codex", "claude" });
+    runtime.script("grok", Scenario().command("--version", "grok 1\n"));
+    runtime.script("kimi", Scenario().command("--version", " kimi 2 "));
+    runtime.script("opencode", Scenario().command("--version", "3"));
+    runtime.script("codex", Scenario().command("--version", "codex 4").command("login status", "Logged in using ChatGPT"));
+    runtime.script("claude", Scenario().command("--version", "claude 5").command("auth status", "{}", 1));
+    openModel();
+    waitUntil([&] { return versionOf(model->installStatus()) == "grok 1"; });
+    waitUntil([&] { return versionOf(model->kimiInstallStatus()) == "kimi 2"; });
+    waitUntil([&] { return versionOf(model->openCodeInstallStatus()) == "3"; });
+    waitUntil([&] { return versionOf(model->codexInstallStatus()) == "codex 4"; });
+    waitUntil([&] { return versionOf(model->claudeInstallStatus()) == "claude 5"; });
+    EXPECT_EQ(model->codexInstallStatus().installed()->signedIn, true);
+    EXPECT_EQ(model->claudeInstallStatus().installed()->signedIn, false);
+}
+
+TEST_F(AppModelSignInTest, WhatIsNotThereIsMissing)
+{
+    openModel();
+    EXPECT_TRUE(model->installStatus().isMissing());
+    EXPECT_TRUE(model->codexInstallStatus().isMissing());
+    EXPECT_TRUE(model->kimiInstallStatus().isMissing());
+    EXPECT_TRUE(model->openCodeInstallStatus().isMissing());
+    EXPECT_TRUE(model->claudeInstallStatus().isMissing());
+}
+
+TEST_F(AppModelSignInTest, ARefreshPublishesTheFoundProgramAtOnceAndNeverChecking)
+{
+    openModel();
+    install({ "grok", "codex" });
+    runtime.script("grok", Scenario().command("--version", "1"));
+    runtime.script("codex", Scenario().command("--version", "1").command("login status", "", 2));
+    model->refreshInstallStatus();
+    model->refreshCodexInstallStatus();
+    ASSERT_TRUE(model->installStatus().installed());
+    EXPECT_EQ(versionOf(model->installStatus()), std::nullopt);
+    ASSERT_TRUE(model->codexInstallStatus().installed());
+    EXPECT_EQ(model->codexInstallStatus().installed()->signedIn, std::nullopt);
+    waitUntil([&] { return versionOf(model->codexInstallStatus()).has_value(); });
+    EXPECT_EQ(model->codexInstallStatus().installed()->signedIn, std::nullopt) << "status 2 and no word";
+}
+
+TEST_F(AppModelSignInTest, ARefreshAfterARemovalSaysMissing)
+{
+    install({ "kimi" });
+    runtime.script("kimi", Scenario().command("--version", "1"));
+    openModel();
+    waitUntil([&] { return versionOf(model->kimiInstallStatus()).has_value(); });
+    uninstall("kimi");
+    model->refreshKimiInstallStatus();
+    EXPECT_TRUE(model->kimiInstallStatus().isMissing());
+}
+
+TEST_F(AppModelSignInTest, AnAnswerAfterTheModelIsGoneDoesNothing)
+{
+    install({ "grok" });
+    runtime.script("grok", Scenario().command("--version", "1"));
+    openModel();
+    model.reset();
+    waitForPost();
+    drain();
+}
+
+TEST_F(AppModelSignInTest, GrokLogInGoesThroughConnectingToIdleAndClearsTheMessage)
+{
+    install({ "grok" });
+    runtime.script("grok", Scenario().command("--version", "1").command("login", "Welcome"));
+    openModel();
+    model->logIn();
+    EXPECT_EQ(model->connectionState(), ConnectionState(ConnectionState::Kind::connecting));
+    waitFor(ConnectionState::Kind::idle);
+    EXPECT_EQ(model->errorMessage(), std::nullopt);
+}
+
+TEST_F(AppModelSignInTest, AFailedGrokLogInShowsWhatTheProgramSaid)
+{
+    install({ "grok" });
+    runtime.script("grok", Scenario().command("--version", "1").command("login", "\n The browser said no.\n", 3));
+    openModel();
+    model->logIn();
+    waitFor(ConnectionState::Kind::failed);
+    EXPECT_EQ(model->connectionState(), ConnectionState::failed("The browser said no."));
+    EXPECT_EQ(model->errorMessage(), "The browser said no.");
+}
+
+TEST_F(AppModelSignInTest, AFailedGrokLogInThatSaidNothingHasAnEmptyMessage)
+{
+    install({ "grok" });
+    runtime.script("grok", Scenario().command("--version", "1").command("login", "", 1));
+    openModel();
+    model->logIn();
+    waitFor(ConnectionState::Kind::failed);
+    EXPECT_EQ(model->errorMessage(), "");
+}
+
+TEST_F(AppModelSignInTest, AFailedGrokLogInThatCannotBeReadHasTheFixedText)
+{
+    const std::string folder = makeFolder("bin");
+    const std::string program = folder + "/grok";
+    std::ofstream(program) << "#!/bin/sh\nprintf 'no\\377'; exit 1\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    preferences.setText("grokExecutablePath", program);
+    openModel();
+    model->logIn();
+    waitFor(ConnectionState::Kind::failed);
+    EXPECT_EQ(model->errorMessage(), "Grok login failed.");
+}
+
+TEST_F(AppModelSignInTest, AGrokThatCannotBeStartedSaysWhy)
+{
+    const std::string folder = makeFolder("bin");
+    const std::string program = folder + "/grok";
+    std::ofstream(program) << "#!/no/such/interpreter\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    preferences.setText("grokExecutablePath", program);
+    openModel();
+    model->logIn();
+    waitFor(ConnectionState::Kind::failed);
+    EXPECT_EQ(model->errorMessage(), program + ": No such file or directory");
+    EXPECT_EQ(model->connectionState(), ConnectionState::failed(*model->errorMessage()));
+}
+
+TEST_F(AppModelSignInTest, LogInWithoutGrokLeavesTheConnectionAlone)
+{
+    openModel();
+    model->logIn();
+    EXPECT_EQ(model->connectionState(), ConnectionState());
+    EXPECT_TRUE(model->installStatus().isMissing());
+    EXPECT_EQ(model->errorMessage(), std::nullopt);
+}
+
+TEST_F(AppModelSignInTest, AFailedCodexLogInRefreshesFirstAndThenSaysSo)
+{
+    install({ "codex" });
+    runtime.script("codex", Scenario().command("--version", "1").command("login status", "", 1).command("login", "", 1));
+    openModel();
+    waitUntil([&] { return versionOf(model->codexInstallStatus()).has_value(); });
+    bool wasRefreshed = false;
+    const auto observing = model->observe([&](const ModelChange& change) {
+        wasRefreshed = wasRefreshed || (change.kind == ModelChange::Kind::installStatus && !model->errorMessage());
+    });
+    model->logInCodex();
+    EXPECT_EQ(model->connectionState(), ConnectionState()) << "untouched";
+    waitUntil([&] { return model->errorMessage().has_value(); });
+    EXPECT_EQ(model->errorMessage(), "Codex login did not complete.");
+    EXPECT_TRUE(wasRefreshed);
+}
+
+TEST_F(AppModelSignInTest, AFailedKimiLogInSaysSo)
+{
+    install({ "kimi" });
+    runtime.script("kimi", Scenario().command("--version", "1").command("login", "", 1));
+    openModel();
+    model->logInKimi();
+    waitUntil([&] { return model->errorMessage().has_value(); });
+    EXPECT_EQ(model->errorMessage(), "Kimi login did not complete.");
+    EXPECT_EQ(model->connectionState(), ConnectionState());
+}
+
+TEST_F(AppModelSignInTest, AKimiLogInThatSucceedsRefreshesAndSaysNothing)
+{
+    install({ "kimi" });
+    runtime.script("kimi", Scenario().command("--version", "1").command("login", ""));
+    openModel();
+    waitUntil([&] { return versionOf(model->kimiInstallStatus()).has_value(); });
+    bool wasRefreshed = false;
+    const auto observing = model->observe(
+        [&](const ModelChange& change) { wasRefreshed = wasRefreshed || change.kind == ModelChange::Kind::installStatus; });
+    model->logInKimi();
+    waitUntil([&] { return wasRefreshed; });
+    EXPECT_EQ(model->errorMessage(), std::nullopt);
+}
+
+TEST_F(AppModelSignInTest, CodexOrKimiThatIsMissingIsPublishedAsMissing)
+{
+    openModel();
+    model->logInCodex();
+    model->logInKimi();
+    EXPECT_TRUE(model->codexInstallStatus().isMissing());
+    EXPECT_TRUE(model->kimiInstallStatus().isMissing());
+    EXPECT_EQ(model->errorMessage(), std::nullopt);
+}
+
+TEST_F(AppModelSignInTest, TheTerminalFlowsCopyTheirCommandAndOpenATerminal)
+{
+    install({ "opencode", "claude" });
+    runtime.script("opencode", Scenario().command("--version", "1"));
+    runtime.script("claude", Scenario().command("--version", "1").command("auth status", ""));
+    openModel();
+    const std::string openCode = model->openCodeInstallStatus().installed()->path;
+    const std::string claude = model->claudeInstallStatus().installed()->path;
+    model->setUpOpenCodeGLM();
+    model->logInClaude();
+    model->copyInstallCommandAndOpenTerminal();
+    EXPECT_THAT(desktop.pasteboard,
+        ElementsAre("'" + openCode + "' auth login --provider zai-coding-plan", "'" + claude + "' auth login",
+            "curl -fsSL https://x.ai/cli/install.sh | bash"));
+    EXPECT_EQ(desktop.terminals.size(), 3U);
+    EXPECT_EQ(model->connectionState(), ConnectionState());
+    EXPECT_EQ(model->errorMessage(), std::nullopt);
+}
+
+TEST_F(AppModelSignInTest, ATerminalFlowWithoutItsProgramTouchesNeitherPasteboardNorTerminal)
+{
+    openModel();
+    model->setUpOpenCodeGLM();
+    model->logInClaude();
+    EXPECT_TRUE(model->openCodeInstallStatus().isMissing());
+    EXPECT_TRUE(model->claudeInstallStatus().isMissing());
+    EXPECT_THAT(desktop.pasteboard, IsEmpty());
+    EXPECT_TRUE(desktop.terminals.empty());
+}
+
+TEST_F(AppModelSignInTest, ACommandIsShownOnlyWhereNoTerminalCouldBeOpened)
+{
+    openModel();
+    model->copyInstallCommandAndOpenTerminal();
+    desktop.terminals.at(0)(true);
+    EXPECT_EQ(model->copiedCommand(), std::nullopt);
+    model->copyInstallCommandAndOpenTerminal();
+    desktop.terminals.at(1)(false);
+    EXPECT_EQ(model->copiedCommand(), std::string(grokInstallCommand));
+    model->dismissCopiedCommand();
+    EXPECT_EQ(model->copiedCommand(), std::nullopt);
+}
+
+TEST(ShellCommandsTest, APathSurvivesTheQuotes)
+{
+    EXPECT_EQ(shellQuoted("/usr/bin/a"), "'/usr/bin/a'");
+    EXPECT_EQ(shellQuoted("/a b/c"), "'/a b/c'");
+    EXPECT_EQ(shellQuoted("/it's"), "'/it'\\''s'");
+    EXPECT_EQ(shellQuoted(""), "''");
+}
+
+TEST(ShellCommandsTest, AShellReadsAQuotedPathAsItIs)
+{
+    const std::string hostile = "a'b \"$HOME\" `x` \\ ;&|\n*";
+    ChildLaunch launch;
+    launch.executable = "/bin/sh";
+    launch.arguments = { "-c", "printf %s " + shellQuoted(hostile) };
+    const auto outcome = runCommand(launch);
+    ASSERT_TRUE(outcome);
+    EXPECT_EQ(outcome.value().output, hostile);
+}
+
+} // namespace
+
+} // namespace tessarin::testing
