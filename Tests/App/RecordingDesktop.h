@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Platform/Desktop.h"
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tessarin::testing
+{
+
+// Remembers what it was asked for; a test answers in the person's place.
+class RecordingDesktop final : public Desktop
+{
+public:
+    void chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done) override
+    {
+        questions.push_back(question);
+        answers.push_back(std::move(done));
+    }
+    void reveal(const std::string& path) override { revealed.push_back(path); }
+    void copyToPasteboard(const std::string& text) override { pasteboard.push_back(text); }
+    void openTerminal(std::function<void(bool wasOpened)> done) override { terminals.push_back(std::move(done)); }
+
+    std::vector<FolderQuestion> questions;
+    std::vector<std::function<void(std::optional<std::string>)>> answers; // to the questions, in their order
+    std::vector<std::string> revealed;
+    std::vector<std::string> pasteboard; // all that was ever on it
+    std::vector<std::function<void(bool wasOpened)>> terminals; // that were asked for, each to be told whether it opened
+};
+
+} // namespace tessarin::testing
