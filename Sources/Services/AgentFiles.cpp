@@ -32,6 +32,12 @@ ACPClientError failure(std::string_view path, int code)
     return failure(path, std::generic_category().message(code));
 }
 
+// The system cuts a path at a zero byte: another file than the one that was judged would be read or replaced.
+bool isCutByTheSystem(std::string_view path)
+{
+    return path.find('\0') != std::string_view::npos;
+}
+
 // Why what stands there is no file to read or to replace, as an errno; 0 for a file.
 int obstacle(const struct stat& status)
 {
@@ -133,6 +139,9 @@ Result<JsonObject, ACPClientError> readTextFile(const JsonObject& params)
         return Failure{ invalidRequest("fs/read_text_file is missing path") };
     }
     const std::string file(*path);
+    if (isCutByTheSystem(file)) {
+        return Failure{ failure(file, EINVAL) };
+    }
     if (const int code = obstacleToReading(file); code != 0) {
         return Failure{ failure(file, code) };
     }
@@ -181,6 +190,9 @@ Result<JsonObject, ACPClientError> writeTextFile(const JsonObject& params, const
         return Failure{ invalidRequest("tessarin only allows file writes inside the selected project.") };
     }
     const std::string file(*path);
+    if (isCutByTheSystem(file)) {
+        return Failure{ failure(file, EINVAL) };
+    }
     constexpr unsigned newFolderMode = 0755;
     if (const auto made = createDirectories(parentOf(file), newFolderMode); !made) {
         return Failure{ failure(parentOf(file), made.error().description()) };

@@ -226,6 +226,19 @@ TEST_F(AgentFilesTest, TheComparisonIsCaseSensitive)
     EXPECT_TRUE(AgentFiles::isInsideProject("/home/me/project", "/home/me/project"));
 }
 
+TEST_F(AgentFilesTest, APathWithAZeroByteReachesNoFile)
+{
+    using namespace std::string_literals;
+    put(m_outside / "a", "original");
+    // Inside the project as a whole, outside of it up to the byte at which the system would cut.
+    const std::string path = inProject("../project-sibling/a\0/../../project/a"s);
+    ASSERT_TRUE(AgentFiles::isInsideProject(path, m_project.string()));
+    EXPECT_EQ(writeError({ { "path", path }, { "content", "x" } }), path + ": Invalid argument");
+    EXPECT_EQ(readError({ { "path", path } }), path + ": Invalid argument");
+    EXPECT_EQ(get(m_outside / "a"), "original");
+    EXPECT_EQ(filesIn(m_project), 0U);
+}
+
 TEST_F(AgentFilesTest, WithTheRootAsProjectOnlyTheRootItselfPasses)
 {
     EXPECT_FALSE(AgentFiles::isInsideProject("/etc/passwd", "/"));
