@@ -1,8 +1,10 @@
 #include "Services/TerminalManager.h"
 
+#include "Platform/Files.h"
 #include "Platform/Uuid.h"
 
 #include <algorithm>
+#include <sstream>
 #include <utility>
 
 namespace tessarin
@@ -61,6 +63,33 @@ std::size_t outputByteLimitOf(const JsonObject& params)
     return static_cast<std::size_t>(std::max<std::int64_t>(limit, 0));
 }
 
+// Whether the child finds a program of this whole name: by its path from the child's folder, else in the folders of its PATH.
+bool namesAProgram(const ManagedTerminal::Command& launch)
+{
+    const auto isProgram = [&launch](const std::string& path) {
+        const std::string found = path.starts_with('/') || !launch.currentDirectory ? path : *launch.currentDirectory + "/" + path;
+        return isExecutableFile(found) && !isDirectory(found);
+    };
+    if (launch.command.find('/') != std::string::npos) {
+        return isProgram(launch.command);
+    }
+    const auto path = launch.environment.find("PATH");
+    std::istringstream folders(path != launch.environment.end() ? path->second : std::string());
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        if (isProgram((folder.empty() ? "." : folder) + "/" + launch.command)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Grok sends whole lines for a shell as the command. `env` would not find them, and a line with an assignment in it would make it print
+// the whole environment, which then goes to the model.
+bool isShellLine(const ManagedTerminal::Command& launch)
+{
+    return launch.arguments.empty() && launch.command.find_first_of(" \t\n\v\f\r=") != std::string::npos && !namesAProgram(launch);
+}
+
 JsonObject exitMap(std::optional<std::int32_t> exitCode)
 {
     return { { "exitCode", exitCode ? Json(*exitCode) : Json(nullptr) }, { "signal", nullptr } };
@@ -85,10 +114,13 @@ Result<std::string, ACPClientError> TerminalManager::create(const JsonObject& pa
         launch.currentDirectory = std::string(*directory);
     }
     overlay(launch.environment, params);
+    if (isShellLine(launch)) {
+        launch.arguments = { "-c", std::exchange(launch.command, "/bin/sh") };
+    }
     auto started = ManagedTerminal::start(launch);
     if (!started) {
         return Failure{ ACPClientError{
-            .kind = ACPClientError::Kind::processFailed, .text = "Could not run " + launch.command + ": " + started.error() } };
+            .kind = ACPClientError::Kind::processFailed, .text = "Could not run " + std::string(*command) + ": " + started.error() } };
     }
     const std::string id = Uuid::random().text();
     const std::lock_guard lock(m_mutex);

@@ -123,10 +123,12 @@ TEST_F(TerminalManagerTest, IdsAreFreshUpperCaseUuids)
 
 TEST_F(TerminalManagerTest, ErrorOutputJoinsTheSameBufferInOrderOfArrival)
 {
-    const std::string id = shell("echo one; echo two >&2");
+    // Each of the two streams writes after the other one's text has arrived.
+    const std::string id = shell("echo one >&2; until [ -e " + file("go") + " ]; do sleep 0.01; done; echo two");
+    ASSERT_TRUE(becomes([&] { return outputOf(id) == "one\n"; }));
+    std::ofstream(file("go")) << "";
     waitForExit(id);
-    const std::string output = outputOf(id);
-    EXPECT_TRUE(output == "one\ntwo\n" || output == "two\none\n") << output;
+    EXPECT_EQ(outputOf(id), "one\ntwo\n");
 }
 
 TEST_F(TerminalManagerTest, ExitStatusIsNullWhileTheChildRuns)
@@ -160,13 +162,56 @@ TEST_F(TerminalManagerTest, ACommandThatDoesNotExistEndsWithTheStatusOfEnv)
     EXPECT_EQ(waitForExit(id).at("exitCode"), Json(127));
 }
 
+TEST_F(TerminalManagerTest, ALineForAShellIsGivenToTheShell)
+{
+    const std::string piped = create({ { "command", "echo one $NAME | tr a-z A-Z; exit 4" } });
+    EXPECT_EQ(waitForExit(piped).at("exitCode"), Json(4));
+    EXPECT_EQ(outputOf(piped), "ONE OUTER\n");
+    const std::string withoutArguments = create({ { "command", "echo\tone" }, { "args", JsonArray() } });
+    waitForExit(withoutArguments);
+    EXPECT_EQ(outputOf(withoutArguments), "one\n");
+    const std::string unknown = create({ { "command", "no-such-command-here --flag" } });
+    EXPECT_EQ(waitForExit(unknown).at("exitCode"), Json(127));
+}
+
+TEST_F(TerminalManagerTest, ALineWithAnAssignmentNeverPrintsTheEnvironment)
+{
+    const std::string assignment = create({ { "command", "NAME=inner" } });
+    EXPECT_EQ(waitForExit(assignment).at("exitCode"), Json(0));
+    EXPECT_EQ(outputOf(assignment), "");
+    const std::string inFront = create({ { "command", "NAME=inner printenv NAME" } });
+    waitForExit(inFront);
+    EXPECT_EQ(outputOf(inFront), "inner\n");
+}
+
+TEST_F(TerminalManagerTest, AProgramWithABlankInItsNameIsRunAsItIs)
+{
+    std::ofstream(file("two words")) << "#!/bin/sh\necho run\n";
+    std::filesystem::permissions(file("two words"), std::filesystem::perms::owner_all);
+    const JsonArray path{ { { "name", "PATH" }, { "value", "/bin:" + m_folder.string() } } };
+    for (const JsonObject& params :
+        { JsonObject{ { "command", file("two words") } }, JsonObject{ { "command", "./two words" }, { "cwd", m_folder.string() } },
+            JsonObject{ { "command", "two words" }, { "env", path } } }) {
+        const std::string id = create(params);
+        EXPECT_EQ(waitForExit(id).at("exitCode"), Json(0)) << compactJson(params);
+        EXPECT_EQ(outputOf(id), "run\n");
+    }
+}
+
+TEST_F(TerminalManagerTest, ACommandWithArgumentsIsNeverALineForAShell)
+{
+    const std::string id = create({ { "command", "echo one" }, { "args", { "two" } } });
+    EXPECT_EQ(waitForExit(id).at("exitCode"), Json(127));
+}
+
 TEST_F(TerminalManagerTest, AChildThatCannotBeStartedSaysWhy)
 {
-    const auto result = m_manager.create({ { "command", "true" }, { "cwd", file("missing") } });
-    ASSERT_FALSE(result);
-    EXPECT_EQ(result.error().kind, ACPClientError::Kind::processFailed);
-    EXPECT_TRUE(result.error().description().starts_with("Could not run true: ")) << result.error().description();
-    EXPECT_NE(result.error().description().find("No such file or directory"), std::string::npos);
+    for (const std::string command : { "true", "true; true" }) {
+        const auto result = m_manager.create({ { "command", command }, { "cwd", file("missing") } });
+        ASSERT_FALSE(result);
+        EXPECT_EQ(result.error().kind, ACPClientError::Kind::processFailed);
+        EXPECT_EQ(result.error().description(), "Could not run " + command + ": " + file("missing") + ": No such file or directory");
+    }
 }
 
 TEST_F(TerminalManagerTest, RunsInTheGivenFolderAndElseInOurs)
@@ -238,13 +283,11 @@ TEST_F(TerminalManagerTest, HalfACharacterAtTheEndIsShownReplaced)
 
 TEST_F(TerminalManagerTest, KillSendsOneTerminationSignalAndKeepsTheOutput)
 {
-    const std::string id = shell("echo ready; trap 'echo asked; exit 5' TERM; while :; do sleep 0.01; done");
+    const std::string id = shell("trap 'echo asked; exit 5' TERM; echo ready; while :; do sleep 0.01; done");
     ASSERT_TRUE(becomes([&] { return outputOf(id) == "ready\n"; }));
     EXPECT_TRUE(m_manager.kill(id));
-    const JsonObject end = waitForExit(id);
-    // The shell may be asked before it has set its trap.
-    EXPECT_TRUE(end.at("exitCode") == Json(5) || end.at("exitCode") == Json(SIGTERM));
-    EXPECT_TRUE(outputOf(id).starts_with("ready\n"));
+    EXPECT_EQ(waitForExit(id).at("exitCode"), Json(5));
+    EXPECT_EQ(outputOf(id), "ready\nasked\n");
 }
 
 TEST_F(TerminalManagerTest, AnEndBySignalReportsItsNumberAsTheExitCode)
