@@ -17,7 +17,7 @@ namespace
 // In a debug build a change that was not noted is found at once, as long as the tree is small.
 [[maybe_unused]] bool isTrue(const ByteRope& rope, const std::vector<Workspace>& workspaces)
 {
-    constexpr std::size_t smallTree = 1 << 20;
+    constexpr std::size_t smallTree = 1 << 17;
     return rope.size() > smallTree || decodeWorkspaces(rope.joined()) == decodeWorkspaces(*encodeWorkspaces(workspaces));
 }
 

@@ -121,15 +121,19 @@ std::string standardizedPath(std::string_view path)
 
 Result<std::string, FileError> readFile(const std::string& path)
 {
-    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // Without waiting, because opening a pipe that nobody writes to would wait for ever.
+    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status;
     if (!descriptor.isOpen() || ::fstat(descriptor.get(), &status) != 0) {
         return Failure{ lastFileError() };
     }
-    // The size is a hint: a pipe or a file of /proc has none, and a file may grow meanwhile. One byte more shows the end at once.
+    if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        return Failure{ FileError{ "Not a regular file", EINVAL } };
+    }
+    // The size is a hint: a file of /proc has none, and a file may grow meanwhile. One byte more shows the end at once.
     constexpr std::size_t leastRoom = 4096;
     std::string bytes;
-    bytes.resize(S_ISREG(status.st_mode) ? static_cast<std::size_t>(status.st_size) + 1 : leastRoom);
+    bytes.resize(std::max(leastRoom, static_cast<std::size_t>(status.st_size) + 1));
     std::size_t used = 0;
     while (true) {
         const ssize_t count = ::read(descriptor.get(), bytes.data() + used, bytes.size() - used);

@@ -55,6 +55,7 @@ private:
 // Absolute (against the working directory), without ".", "..", empty components and a trailing "/"; links are not resolved.
 [[nodiscard]] std::string standardizedPath(std::string_view path);
 
+// All bytes of a regular file. Pipes and devices are refused: they may never end.
 [[nodiscard]] Result<std::string, FileError> readFile(const std::string& path);
 [[nodiscard]] Result<void, FileError> createDirectories(const std::string& path, unsigned mode = 0700);
 // Replaces the file whole or not at all: a temporary file in the same folder, fsync, rename, fsync of the folder.

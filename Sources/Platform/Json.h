@@ -35,7 +35,7 @@ inline constexpr std::size_t maximumJsonDepth = 512;
 [[nodiscard]] bool isValidJson(const Json& value);
 // On one line, without blanks. Requires: isValidJson(value).
 [[nodiscard]] std::string compactJson(const Json& value);
-// For people: keys sorted, two blanks a level, `"key" : value`, `/` written `\/`, empty containers as "{\n\n}" and "[\n\n]".
+// For people: keys sorted by their bytes, two blanks a level, `"key" : value`, `/` written `\/`, empty containers as "{\n\n}" and "[\n\n]".
 // Absent when the root is no array or object, or the value is not valid.
 [[nodiscard]] std::optional<std::string> prettyJson(const Json& value);
 

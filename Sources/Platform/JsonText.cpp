@@ -6,6 +6,11 @@
 #include <cassert>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
+
+#if defined(__APPLE__)
+#include <xlocale.h>
+#endif
 
 namespace tessarin
 {
@@ -116,15 +121,24 @@ void appendJsonNumber(std::string& out, double value)
 std::optional<double> readJsonNumber(std::string_view digits, double approximation)
 {
     double value = 0;
+#if defined(__cpp_lib_to_chars)
     const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (read.ec == std::errc::result_out_of_range) {
+    const bool isOutOfRange = read.ec == std::errc::result_out_of_range;
+    const bool isRead = isOutOfRange || read.ec == std::errc();
+#else
+    // libc++ reads no fractions with from_chars. Without a locale of its own strtod would take the comma of some for the point.
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    const std::string text(digits);
+    char* end = nullptr;
+    value = strtod_l(text.c_str(), &end, plain);
+    const bool isOutOfRange = std::abs(value) == HUGE_VAL || (value == 0 && approximation != 0);
+    const bool isRead = end == text.c_str() + text.size() && end != text.c_str();
+#endif
+    if (isOutOfRange) {
         // Too small is zero, as everywhere; too large is no number.
         return std::abs(approximation) < 1 ? std::optional(std::copysign(0.0, approximation)) : std::nullopt;
     }
-    if (read.ec != std::errc() || !std::isfinite(value)) {
-        return std::nullopt;
-    }
-    return value;
+    return isRead && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
 } // namespace tessarin

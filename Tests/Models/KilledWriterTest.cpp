@@ -7,6 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <filesystem>
 #include <random>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -27,7 +28,7 @@ public:
     explicit Writer(const TemporaryFolder& folder)
     {
         int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0) {
+        if (pipe(ends) != 0 || fcntl(ends[0], F_SETFD, FD_CLOEXEC) != 0 || fcntl(ends[1], F_SETFD, FD_CLOEXEC) != 0) {
             throw std::runtime_error("no pipe");
         }
         std::string program = STORE_WRITER;
@@ -83,6 +84,7 @@ TEST(KilledWriterTest, TheStoredTreeIsAlwaysOneThatWasSaved)
 {
     constexpr int kills = 200;
     const TemporaryFolder folder;
+    std::filesystem::create_directory(folder / "data"); // the first writer may be killed before it has made it
     std::mt19937 random(std::random_device{}());
     std::uint64_t before = 0;
     for (int round = 0; round < kills; ++round) {

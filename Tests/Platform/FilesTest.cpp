@@ -152,6 +152,17 @@ TEST(ReadFileTest, AFailureSaysWhatIsWrong)
     EXPECT_EQ(directory.error().code, EISDIR);
 }
 
+TEST(ReadFileTest, RefusesWhatMayNeverEnd)
+{
+    const TemporaryFolder folder;
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    for (const std::string& path : { folder / "pipe", std::string("/dev/zero") }) {
+        const auto read = readFile(path);
+        ASSERT_FALSE(read) << path;
+        EXPECT_EQ(read.error().description(), "Not a regular file");
+    }
+}
+
 TEST(CreateDirectoriesTest, MakesWhatIsMissing)
 {
     const TemporaryFolder folder;

@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <memory>
 #include <stdlib.h>
+#include <string>
+#include <vector>
 
 namespace tessarin
 {
@@ -75,6 +77,29 @@ TEST_F(PreferencesTest, ValuesAreThereAfterARestart)
     EXPECT_EQ(preferences->text("openCodeGLMModel"), "");
     EXPECT_EQ(preferences->boolean("remoteHostEnabled.v1"), false);
     EXPECT_EQ(preferences->bytes("savedWorkspaces.v1"), std::string("\0\xFF[]", 4));
+}
+
+TEST_F(PreferencesTest, EachKeyOfTheProgramKeepsAValueOfItsType)
+{
+    const std::vector<std::string> texts{ "grokPermissionMode.v1", "providerRoutingMode.v1", "remoteAdvertisedHost.v1", "updateFeedURL.v1",
+        "grokExecutablePath", "codexExecutablePath", "kimiExecutablePath", "openCodeExecutablePath", "claudeExecutablePath", "claudeModel",
+        "openCodeGLMModel" };
+    auto preferences = open();
+    for (const std::string& key : texts) {
+        preferences->setText(key, "value of " + key);
+    }
+    preferences->setBoolean("remoteHostEnabled.v1", true);
+    preferences->setBytes("savedWorkspaces.v1", ByteRope("[]"));
+    preferences->setBytes("remoteHostSecret.v1", ByteRope(std::string(32, '\xFE')));
+    preferences.reset();
+    preferences = open();
+    for (const std::string& key : texts) {
+        EXPECT_EQ(preferences->text(key), "value of " + key);
+    }
+    EXPECT_EQ(preferences->boolean("remoteHostEnabled.v1"), true);
+    EXPECT_EQ(preferences->bytes("savedWorkspaces.v1"), "[]");
+    EXPECT_EQ(preferences->bytes("remoteHostSecret.v1"), std::string(32, '\xFE'));
+    EXPECT_EQ(namesIn(folder / "data"), (std::vector<std::string>{ "remoteHostSecret.v1", "savedWorkspaces.v1" }));
 }
 
 TEST_F(PreferencesTest, SettingsAreOneJsonObjectOfTextsAndBooleans)
