@@ -2,7 +2,7 @@
 """lint.py BUILD [ROOT]: clang-tidy over the sources that are compiled in BUILD, and clang's thread-safety analysis with it.
 
 What was clean is remembered by its content and that of our headers it includes, so that only what changed is looked at again.
-TESSARIN_LINT=all forgets what was remembered.
+TESSARIN_LINT=all forgets what was remembered; TESSARIN_LINT_JOBS is how many sources are looked at side by side.
 """
 import hashlib
 import json
@@ -63,7 +63,7 @@ def main(build, root):
         print('no source is compiled in ' + build)
         return 1
     failed = 0
-    with ThreadPoolExecutor(os.cpu_count()) as pool:
+    with ThreadPoolExecutor(int(os.environ.get('TESSARIN_LINT_JOBS', os.cpu_count()))) as pool:
         for (name, mark), told in zip(waiting, pool.map(lambda one: lint(root, build, one[0]), waiting)):
             if told:
                 failed += 1

@@ -161,7 +161,8 @@ class Session(Accessibility, Search, Reading, Inputs, Windows, Pictures):
 
     def _start_screen(self):
         reading, writing = os.pipe()
-        process = self._helper(['Xvfb', '-displayfd', str(writing), '-screen', '0', '%dx%dx24' % self.size, '-nolisten', 'tcp',
+        # Without auto-repeat (-r): on a busy machine a key can seem to be held down long enough to repeat.
+        process = self._helper(['Xvfb', '-displayfd', str(writing), '-screen', '0', '%dx%dx24' % self.size, '-r', '-nolisten', 'tcp',
                                 '-noreset', '-dpi', '96', '-ac'], 'screen.log', (writing,))
         os.close(writing)
         return ':' + self._first_line(reading, 'Xvfb', process)
