@@ -1,9 +1,5 @@
 #include "ACPClientFixture.h"
 
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 namespace tessarin::testing
 {
 
@@ -19,17 +15,6 @@ protected:
     {
         openSession(scenario);
         client->cancel();
-    }
-    // How much of its error output nobody has read yet.
-    [[nodiscard]] int unreadErrorOutput() const
-    {
-        const std::string path = "/proc/" + std::to_string(runtime.processID(program)) + "/fd/2";
-        const int pipe = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        EXPECT_GE(pipe, 0);
-        int unread = 0;
-        EXPECT_EQ(ioctl(pipe, FIONREAD, &unread), 0);
-        close(pipe);
-        return unread;
     }
 };
 

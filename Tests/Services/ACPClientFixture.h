@@ -9,9 +9,12 @@
 
 #include <algorithm>
 #include <csignal>
+#include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <string>
+#include <sys/ioctl.h>
+#include <unistd.h>
 #include <vector>
 
 namespace tessarin::testing
@@ -120,6 +123,17 @@ protected:
                 return message;
         }
         return std::nullopt;
+    }
+    // How much of its error output nobody has read yet.
+    [[nodiscard]] int unreadErrorOutput() const
+    {
+        const std::string path = "/proc/" + std::to_string(runtime.processID(program)) + "/fd/2";
+        const int pipe = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        EXPECT_GE(pipe, 0);
+        int unread = 0;
+        EXPECT_EQ(ioctl(pipe, FIONREAD, &unread), 0);
+        close(pipe);
+        return unread;
     }
     [[nodiscard]] bool waitForEndOf(int processID)
     {

@@ -1,5 +1,6 @@
 #include "ACPClientFixture.h"
 
+#include <sys/wait.h>
 #include <thread>
 
 namespace tessarin::testing
@@ -59,7 +60,7 @@ TEST_F(ACPClientStopTest, StopDuringTheStartFailsIt)
     EXPECT_TRUE(waitForEndOf(runtime.processID("grok")));
 }
 
-TEST_F(ACPClientStopTest, StopDuringAReplayFiresNothingButTheFailure)
+TEST_F(ACPClientStopTest, StopDuringAReplayTellsThatItFailedAndFailsTheStart)
 {
     runtime.script("grok",
         Scenario()
@@ -73,35 +74,43 @@ TEST_F(ACPClientStopTest, StopDuringAReplayFiresNothingButTheFailure)
     ASSERT_TRUE(waitForEvent("update"));
     client->stop();
     mainThread.drain();
-    EXPECT_THAT(events, ElementsAre("replayStarted", HasSubstr("update"), startDisconnected));
+    EXPECT_THAT(events, ElementsAre("replayStarted", HasSubstr("update"), "replayFailed", startDisconnected));
 }
 
 TEST_F(ACPClientStopTest, StopRightAfterStartLeavesNoChild)
 {
-    runtime.script("grok", Scenario().handshake());
+    runtime.script("grok", Scenario().expect("initialize"));
     make(configuration());
     start();
     client->stop();
     mainThread.drain();
     EXPECT_THAT(events, ElementsAre(startDisconnected));
+    EXPECT_TRUE(waitUntil(mainThread, [] { return waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD; }));
 }
 
 TEST_F(ACPClientStopTest, WhatWasOnItsWayArrivesAfterStopAlsoWhenTheClientIsDropped)
 {
     Scenario scenario = opened();
-    scenario.standardError("text").chunk("x").send(R"({"id":7,"method":"session/request_permission","params":{}})");
-    openSession(scenario.send(R"({"id":8,"method":"x"})"));
-    // The answer shows that all of it has been handled and waits for the main thread, which is not pumped here.
-    const auto end = std::chrono::steady_clock::now() + waitBound;
-    while (!answerTo(8) && std::chrono::steady_clock::now() < end)
-        std::this_thread::yield();
-    ASSERT_TRUE(answerTo(8));
-    events.clear();
+    scenario.expect("session/cancel").standardError("text").touch("told").chunk("x");
+    scenario.send(R"({"id":7,"method":"session/request_permission","params":{}})").waitForFile("go").send(R"({"id":8,"method":"x"})");
+    openSession(scenario);
+    client->cancel();
+    // The main thread is not pumped from here on. The answer to 8 shows that what came before on the same stream has been handled.
+    const auto isTrueInTime = [](const auto& condition) {
+        const auto end = std::chrono::steady_clock::now() + waitBound;
+        while (!condition() && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+        return condition();
+    };
+    ASSERT_TRUE(isTrueInTime([&] { return runtime.exists("told") && unreadErrorOutput() == 0; }));
+    runtime.touch("go");
+    ASSERT_TRUE(isTrueInTime([&] { return answerTo(8).has_value(); }));
     client->stop();
     client.reset();
+    EXPECT_THAT(events, ElementsAre("started session-1"));
     mainThread.drain();
     std::sort(events.begin(), events.end()); // the two streams have no order between them
-    EXPECT_THAT(events, ElementsAre("log text", "permission 7", HasSubstr("update")));
+    EXPECT_THAT(events, ElementsAre("log text", "permission 7", "started session-1", HasSubstr("update")));
 }
 
 TEST_F(ACPClientStopTest, APromptAfterStopFailsAsDisconnected)

@@ -104,7 +104,8 @@ TEST_F(ACPClientStressTest, AClientMayBeStoppedWhileItsChildIsHeldUp)
     static_cast<void>(waitUntilChildIsHeldUp(EventGate::byteLimit));
     client->stop();
     mainThread.drain();
-    EXPECT_EQ(updates, 0);
+    EXPECT_GT(updates, static_cast<std::int64_t>(EventGate::byteLimit / 300)) << "what had been posted belongs to the task";
+    EXPECT_LT(updates, floodLength);
     EXPECT_THAT(events, ElementsAre("started session-1", std::string("turnFailed ") + disconnectedText));
     EXPECT_TRUE(waitForEndOf(runtime.processID("grok")));
 }
