@@ -9,8 +9,8 @@
 #include "Services/EventOutbox.h"
 #include "Services/JsonRpc.h"
 #include "Services/LineReader.h"
-#include "Services/UpdateEnvelope.h"
 #include "Services/TerminalManager.h"
+#include "Services/UpdateEnvelope.h"
 
 #include <cstdint>
 #include <memory>
