@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
+#include <poll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
@@ -38,6 +39,30 @@ void waitOnAThread(pid_t child, const std::shared_ptr<SerialQueue>& queue, std::
     }).detach();
 }
 
+using Watched = std::shared_ptr<boost::asio::posix::stream_descriptor>;
+
+// The descriptor of a process is readable once it has ended.
+bool hasEnded(const Watched& watched)
+{
+    pollfd state{ watched->native_handle(), POLLIN, 0 };
+    return poll(&state, 1, 0) != 0;
+}
+
+// A wait may be over for nothing: what the system had told of an earlier descriptor with this number can arrive late. Collecting a child
+// that still runs would block a thread that all queues share.
+void awaitEnd(const Watched& watched, const std::shared_ptr<SerialQueue>& queue, std::function<void()> onEnded)
+{
+    watched->async_wait(boost::asio::posix::descriptor_base::wait_read,
+        [watched, queue, onEnded = std::move(onEnded)](const boost::system::error_code&) mutable {
+            const QueueScope scope(*queue->implementation());
+            if (!hasEnded(watched))
+                return awaitEnd(watched, queue, std::move(onEnded));
+            boost::system::error_code ignored;
+            watched->close(ignored);
+            onEnded();
+        });
+}
+
 } // namespace
 
 Pipe openPipe()
@@ -65,14 +90,7 @@ void callWhenEnded(pid_t child, const std::shared_ptr<SerialQueue>& queue, std::
         return;
     }
     process.release();
-    // The descriptor of a process turns readable when it ends.
-    watched->async_wait(
-        boost::asio::posix::descriptor_base::wait_read, [watched, queue, onEnded = std::move(onEnded)](const boost::system::error_code&) {
-            const QueueScope scope(*queue->implementation());
-            boost::system::error_code ignored;
-            watched->close(ignored);
-            onEnded();
-        });
+    awaitEnd(watched, queue, std::move(onEnded));
 }
 
 } // namespace tessarin
