@@ -124,8 +124,7 @@ void AppModelTest::waitForHandled()
 
 void AppModelTest::waitForCollected(std::string_view program)
 {
-    const pid_t child = runtime.processID(program);
-    waitIdly([&] { return kill(child, 0) != 0; }, "the child was not collected");
+    waitIdly([&] { return runtime.hasStarted(program) && kill(runtime.processID(program), 0) != 0; }, "the child was not collected");
 }
 
 void AppModelTest::drain()

@@ -1,0 +1,191 @@
+#include "QmlFixture.h"
+#include "Views/EntryListModel.h"
+
+namespace tessarin
+{
+
+namespace
+{
+
+class MessageListTest : public testing::Test
+{
+protected:
+    MessageListTest() : model([this]() -> const std::vector<ChatEntry>& { return entries; }) { }
+    ~MessageListTest() override { qml.view().setSource({}); }
+
+    void fill(std::size_t count)
+    {
+        for (std::size_t i = 0; i < count; ++i) {
+            entries.push_back(ChatEntry::make(i % 2 == 0 ? ChatEntryKind::user : ChatEntryKind::assistant, "Message " + std::to_string(i)));
+        }
+        model.noteReset();
+    }
+    void open()
+    {
+        list = qml.show("MessageList", { { "entries", QVariant::fromValue(&model) } }, QSize(800, 500));
+        EXPECT_TRUE(QmlFixture::becomes([this] { return list->property("settling").toInt() == 0; }));
+    }
+    void append(ChatEntryKind kind, std::string text)
+    {
+        entries.push_back(ChatEntry::make(kind, std::move(text)));
+        model.noteAppended();
+        model.flush();
+    }
+    double contentY() const { return list->property("contentY").toDouble(); }
+    bool isAtEnd() const { return list->property("atYEnd").toBool(); }
+    void scrollTo(double y) { list->setProperty("contentY", y); }
+    // The row of an entry, when it exists.
+    QQuickItem* row(int index) const
+    {
+        QQuickItem* item = nullptr;
+        QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, item), Q_ARG(int, index));
+        return item;
+    }
+    // Where the row ends in the view.
+    double bottomOf(int index) const { return row(index)->mapToItem(list, QPointF(0, row(index)->height())).y(); }
+
+    std::vector<ChatEntry> entries;
+    EntryListModel model;
+    QmlFixture qml;
+    QQuickItem* list = nullptr;
+};
+
+TEST_F(MessageListTest, OpensAtItsEnd)
+{
+    fill(200);
+    open();
+    EXPECT_TRUE(isAtEnd());
+    ASSERT_NE(row(199), nullptr);
+    EXPECT_NEAR(bottomOf(199), 500 - 20, 1);
+}
+
+TEST_F(MessageListTest, AHundredThousandEntriesHaveOnlyTheirVisibleRows)
+{
+    fill(100000);
+    open();
+    ASSERT_NE(row(99999), nullptr);
+    EXPECT_EQ(row(0), nullptr);
+    EXPECT_LT(QmlFixture::items(list, "EntryRow").size() + QmlFixture::items(list, "UserRow").size()
+            + QmlFixture::items(list, "AssistantRow").size(),
+        60);
+}
+
+TEST_F(MessageListTest, AnotherLastTextPullsTheListDown)
+{
+    fill(100);
+    open();
+    scrollTo(contentY() - 2000);
+    append(ChatEntryKind::assistant, "the newest");
+    EXPECT_TRUE(QmlFixture::becomes([this] { return isAtEnd() && row(100) != nullptr && std::abs(bottomOf(100) - 480) < 2; }));
+}
+
+TEST_F(MessageListTest, AGrowingAnswerKeepsItsEndInSight)
+{
+    fill(100);
+    append(ChatEntryKind::assistant, "It");
+    open();
+    for (int i = 0; i < 50; ++i) {
+        entries.back().text += "\n\nanother paragraph";
+        model.noteTextAppended(entries.size() - 1);
+        model.flush();
+    }
+    EXPECT_TRUE(QmlFixture::becomes([this] { return std::abs(bottomOf(100) - 480) < 2; }));
+    EXPECT_GT(row(100)->height(), 1000);
+}
+
+TEST_F(MessageListTest, ANewToolCardDoesNotMoveTheList)
+{
+    fill(100);
+    open();
+    const double before = contentY();
+    append(ChatEntryKind::tool, "");
+    EXPECT_EQ(list->property("count").toInt(), 101);
+    EXPECT_EQ(contentY(), before);
+}
+
+TEST_F(MessageListTest, AChangeOfStatusDoesNotMoveTheList)
+{
+    fill(100);
+    append(ChatEntryKind::tool, "output");
+    open();
+    scrollTo(contentY() - 500);
+    const double before = contentY();
+    entries.back().status = "completed";
+    model.noteChanged(entries.size() - 1);
+    model.flush();
+    EXPECT_EQ(contentY(), before);
+}
+
+TEST_F(MessageListTest, ATaskThatIsChosenLaterOpensAtItsEndToo)
+{
+    fill(10);
+    open();
+    entries.clear();
+    fill(500);
+    EXPECT_TRUE(QmlFixture::becomes([this] { return row(499) != nullptr && std::abs(bottomOf(499) - 480) < 2; }));
+}
+
+TEST_F(MessageListTest, AListAtItsEndStaysThereWhenTheWindowShrinks)
+{
+    fill(100);
+    open();
+    qml.view().resize(600, 300);
+    EXPECT_TRUE(QmlFixture::becomes([this] { return std::abs(bottomOf(99) - 280) < 2; }));
+}
+
+TEST_F(MessageListTest, AToolCardBeginsClosedAndOnlyThePersonOpensIt)
+{
+    append(ChatEntryKind::tool, "");
+    open();
+    EXPECT_TRUE(QmlFixture::items(list, "ToolOutput").isEmpty());
+    entries[0].text = "output";
+    entries[0].status = "failed";
+    model.noteChanged(0);
+    model.flush();
+    EXPECT_TRUE(QmlFixture::items(list, "ToolOutput").isEmpty());
+    QQuickItem* head = QmlFixture::items(list, "ToolCardHead").value(0);
+    ASSERT_NE(head, nullptr);
+    QMetaObject::invokeMethod(head, "clicked");
+    EXPECT_EQ(QmlFixture::items(list, "ToolOutput").size(), 1);
+    entries[0].status = "completed";
+    model.noteChanged(0);
+    model.flush();
+    EXPECT_EQ(QmlFixture::items(list, "ToolOutput").size(), 1);
+    QMetaObject::invokeMethod(head, "clicked");
+    EXPECT_TRUE(QmlFixture::items(list, "ToolOutput").isEmpty());
+}
+
+TEST_F(MessageListTest, AToolCardWithoutTextOpensToNothing)
+{
+    append(ChatEntryKind::tool, "");
+    open();
+    const double before = row(0)->height();
+    QMetaObject::invokeMethod(QmlFixture::items(list, "ToolCardHead").value(0), "clicked");
+    EXPECT_EQ(row(0)->height(), before);
+}
+
+TEST_F(MessageListTest, ABubbleStandsAtTheRightAndKeepsItsDistanceFromTheLeft)
+{
+    append(ChatEntryKind::user, std::string(2000, 'x') + " " + std::string(200, 'y'));
+    append(ChatEntryKind::user, "short");
+    open();
+    const auto bubble = [this](int index) { return QmlFixture::items(row(index), "PlainPages").value(0)->parentItem(); };
+    const double column = bubble(0)->parentItem()->width();
+    EXPECT_EQ(bubble(0)->x(), 80);
+    EXPECT_EQ(bubble(0)->width(), column - 80);
+    EXPECT_LT(bubble(1)->width(), 100);
+    EXPECT_EQ(bubble(1)->x() + bubble(1)->width(), column);
+}
+
+TEST_F(MessageListTest, ReasoningIsClosedUntilThePersonOpensIt)
+{
+    append(ChatEntryKind::thought, "Weighing the options.");
+    open();
+    EXPECT_TRUE(QmlFixture::items(list, "SelectableText").isEmpty());
+    QMetaObject::invokeMethod(QmlFixture::items(list, "DisclosureButton").value(0), "clicked");
+    EXPECT_EQ(QmlFixture::items(list, "SelectableText").size(), 1);
+}
+
+} // namespace
+
+} // namespace tessarin

@@ -1,0 +1,180 @@
+#include "Views/TextPages.h"
+
+#include "Printing.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace tessarin
+{
+
+namespace
+{
+
+BlockListModel* page(const TextPages& pages, int row)
+{
+    return pages.index(row).data(TextPages::BlocksRole).value<BlockListModel*>();
+}
+
+QList<TextBlock> allBlocks(const TextPages& pages)
+{
+    QList<TextBlock> blocks;
+    for (int row = 0; row < pages.rowCount(); ++row) {
+        blocks += page(pages, row)->blocks();
+    }
+    return blocks;
+}
+
+std::string sample()
+{
+    std::string text
+        = "# Findings\n\nTwo **bold** words and `inline`, see [here].\n\n- one\n- two\n\n  more\n\n```cpp\nint answer = 42;\n```\n\n"
+          "| a | b |\n|---|---|\n| 1 | 2 |\n\n> said\n\n1. x\n\n2. y\n\n";
+    for (int i = 0; i < 200; ++i) {
+        text += "Paragraph number " + std::to_string(i) + " with some words in it.\n\n";
+    }
+    return text + "[here]: https://example.org/\n\nThe end";
+}
+
+TEST(TextPages, GrowingGivesTheSameBlocksAsTheWholeText)
+{
+    const std::string text = sample();
+    TextPages whole(TextPages::Markdown);
+    whole.setText(text);
+    std::mt19937 random(1);
+    for (const std::size_t most : { 3U, 40U, 3000U }) {
+        TextPages grown(TextPages::Markdown);
+        const QAbstractItemModelTester tester(&grown, QAbstractItemModelTester::FailureReportingMode::Fatal);
+        for (std::size_t size = 1; size < text.size(); size += 1 + random() % most) {
+            grown.growText(std::string_view(text).substr(0, size));
+        }
+        grown.growText(text);
+        EXPECT_TRUE(allBlocks(grown) == allBlocks(whole)) << most;
+        EXPECT_EQ(grown.rowCount(), whole.rowCount());
+    }
+}
+
+TEST(TextPages, ALinkDefinedLaterIsALinkEverywhere)
+{
+    TextPages pages(TextPages::Markdown);
+    pages.setText("see [here] now\n\nwords\n\n");
+    EXPECT_EQ(allBlocks(pages)[0].content.runs.size(), 1);
+    pages.growText("see [here] now\n\nwords\n\n[here]: https://example.org/\n");
+    ASSERT_EQ(allBlocks(pages).size(), 2);
+    EXPECT_EQ(allBlocks(pages)[0].content.runs[1].link, "https://example.org/");
+}
+
+TEST(TextPages, OnlyTheLastBlockChangesWhileTheTextGrows)
+{
+    std::string text = sample();
+    TextPages pages(TextPages::Markdown);
+    pages.setText(text);
+    std::vector<std::unique_ptr<QSignalSpy>> spies;
+    for (int row = 0; row < pages.rowCount(); ++row) {
+        spies.push_back(std::make_unique<QSignalSpy>(page(pages, row), &QAbstractItemModel::dataChanged));
+    }
+    text += " grows";
+    pages.growText(text);
+    for (int row = 0; row + 1 < pages.rowCount(); ++row) {
+        EXPECT_EQ(spies[static_cast<std::size_t>(row)]->count(), 0) << row;
+    }
+    ASSERT_EQ(spies.back()->count(), 1);
+    EXPECT_EQ((*spies.back())[0][0].toModelIndex().row(), page(pages, pages.rowCount() - 1)->rowCount() - 1);
+}
+
+TEST(TextPages, ALongTextHasManyPages)
+{
+    TextPages pages(TextPages::Markdown);
+    pages.setText(sample());
+    EXPECT_GE(pages.rowCount(), 2);
+    std::string code = "```cpp\n";
+    while (code.size() < 100000) {
+        code += "int answer = 42;\n";
+    }
+    pages.setText(code + "```\n");
+    EXPECT_GE(pages.rowCount(), 10);
+}
+
+TEST(TextPages, CodeThatIsLaidOutInPiecesIsCopiedWhole)
+{
+    std::string code;
+    while (code.size() < 50000) {
+        code += "int answer = " + std::to_string(code.size()) + ";\n";
+    }
+    TextPages pages(TextPages::Markdown);
+    pages.setText("before\n\n```cpp\n" + code + "```\n\nafter\n\n```\nother\n```\n");
+    EXPECT_EQ(pages.code(0, 1).toStdString() + "\n", code);
+    const QList<TextBlock> blocks = allBlocks(pages);
+    EXPECT_FALSE(blocks[1].isContinued);
+    EXPECT_TRUE(blocks[2].isContinued);
+    EXPECT_EQ(blocks.back().content.plainText(), "other");
+    EXPECT_FALSE(blocks.back().isContinued);
+}
+
+TEST(TextPages, ATextThatIsReplacedIsLaidOutAnew)
+{
+    TextPages pages(TextPages::Markdown);
+    const QAbstractItemModelTester tester(&pages, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    pages.setText(sample());
+    pages.setText("something else");
+    ASSERT_EQ(allBlocks(pages).size(), 1);
+    EXPECT_EQ(allBlocks(pages)[0].content.plainText(), "something else");
+    EXPECT_EQ(pages.rowCount(), 1);
+    pages.setText("");
+    EXPECT_TRUE(allBlocks(pages).isEmpty());
+}
+
+TEST(TextPages, ATextThatIsSetAgainWithMoreOnlyGrows)
+{
+    const std::string text = sample();
+    TextPages pages(TextPages::Plain);
+    pages.setText(text);
+    const QSignalSpy first(page(pages, 0), &QAbstractItemModel::dataChanged);
+    const QSignalSpy reset(&pages, &QAbstractItemModel::modelReset);
+    pages.setText(text + text);
+    EXPECT_EQ(reset.count(), 0);
+    QString whole;
+    for (const TextBlock& block : allBlocks(pages)) {
+        whole += (whole.isEmpty() ? "" : "\n") + block.content.plainText();
+    }
+    EXPECT_EQ(whole.toStdString(), text + text);
+}
+
+TEST(TextPages, APlainTextIsNotRead)
+{
+    TextPages pages(TextPages::Plain);
+    pages.setText("# not a *heading*\n\n- nor a list\n");
+    ASSERT_EQ(allBlocks(pages).size(), 1);
+    EXPECT_EQ(allBlocks(pages)[0].content.plainText(), "# not a *heading*\n\n- nor a list");
+}
+
+TEST(BlockGap, ItemsStandCloserAndHeadingsFurther)
+{
+    const QList<TextBlock> blocks = [] {
+        TextPages pages(TextPages::Markdown);
+        pages.setText("intro\n\n# Heading\n\ntext\n\n- a\n- b\n\nend\n");
+        return allBlocks(pages);
+    }();
+    ASSERT_EQ(blocks.size(), 6);
+    EXPECT_EQ(BlockGap::above(blocks[0], nullptr), BlockGap::None);
+    EXPECT_EQ(BlockGap::above(blocks[1], &blocks[0]), BlockGap::Heading);
+    EXPECT_EQ(BlockGap::above(blocks[2], &blocks[1]), BlockGap::Block);
+    EXPECT_EQ(BlockGap::above(blocks[3], &blocks[2]), BlockGap::Block);
+    EXPECT_EQ(BlockGap::above(blocks[4], &blocks[3]), BlockGap::Item);
+    EXPECT_EQ(BlockGap::above(blocks[5], &blocks[4]), BlockGap::Block);
+}
+
+TEST(BlockGap, ThePageBeforeCountsForTheFirstBlockOfTheNext)
+{
+    TextPages pages(TextPages::Markdown);
+    pages.setText(sample());
+    EXPECT_EQ(page(pages, 0)->index(0).data(BlockListModel::GapRole).toInt(), BlockGap::None);
+    EXPECT_EQ(page(pages, 1)->index(0).data(BlockListModel::GapRole).toInt(), BlockGap::Block);
+}
+
+} // namespace
+
+} // namespace tessarin

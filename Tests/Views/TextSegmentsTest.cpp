@@ -1,0 +1,148 @@
+#include "Views/TextSegments.h"
+
+#include <gtest/gtest.h>
+
+namespace tessarin
+{
+
+namespace
+{
+
+using Format = TextSegments::Format;
+
+std::vector<std::string> pieces(std::string_view text, Format format = Format::markdown)
+{
+    TextSegments segments(format);
+    segments.scan(text);
+    std::vector<std::string> out;
+    for (std::size_t i = 0; i < segments.segments().size(); ++i) {
+        const std::size_t begin = segments.segments()[i].begin;
+        const std::size_t end = i + 1 < segments.segments().size() ? segments.segments()[i + 1].begin : text.size();
+        out.emplace_back(text.substr(begin, end - begin));
+    }
+    return out;
+}
+
+using Pieces = std::vector<std::string>;
+
+TEST(TextSegments, CutsBeforeALineAtTheLeftEdgeThatFollowsAnEmptyOne)
+{
+    EXPECT_EQ(pieces("one\ntwo\n\nthree\n\n\nfour\n"), (Pieces{ "one\ntwo\n\n", "three\n\n\n", "four\n" }));
+}
+
+TEST(TextSegments, ALineThatIsNotCompleteIsNotCutOff)
+{
+    EXPECT_EQ(pieces("one\n\ntw"), (Pieces{ "one\n\ntw" }));
+    EXPECT_EQ(pieces("one\n\ntwo\n"), (Pieces{ "one\n\n", "two\n" }));
+}
+
+TEST(TextSegments, IndentedLinesBelongToWhatStandsBefore)
+{
+    EXPECT_EQ(pieces("- item\n\n  more\n\n      code\n"), (Pieces{ "- item\n\n  more\n\n      code\n" }));
+}
+
+TEST(TextSegments, DoesNotCutInAFence)
+{
+    EXPECT_EQ(pieces("```\na\n\nb\n~~~\n\nc\n```\n\nd\n"), (Pieces{ "```\na\n\nb\n~~~\n\nc\n```\n\n", "d\n" }));
+    EXPECT_EQ(pieces("````\n```\n\nb\n````\n\nd\n"), (Pieces{ "````\n```\n\nb\n````\n\n", "d\n" }));
+}
+
+TEST(TextSegments, ACloserWithWordsBehindItClosesNothing)
+{
+    EXPECT_EQ(pieces("```\na\n\n``` not yet\n\nb\n"), (Pieces{ "```\na\n\n``` not yet\n\nb\n" }));
+}
+
+TEST(TextSegments, InlineCodeWithThreeTicksIsNoFence)
+{
+    EXPECT_EQ(pieces("``` a ``` b\n\nc\n"), (Pieces{ "``` a ``` b\n\n", "c\n" }));
+}
+
+TEST(TextSegments, AFenceOfAnItemEndsWithTheItem)
+{
+    EXPECT_EQ(pieces("- item\n\n  ```\n  a\n\nnext\n\nlast\n"), (Pieces{ "- item\n\n  ```\n  a\n\n", "next\n\n", "last\n" }));
+}
+
+TEST(TextSegments, AnOrderedListThatGoesOnCountingIsOneSegment)
+{
+    EXPECT_EQ(pieces("1. a\n\n2. b\n\n3. c\n\nend\n"), (Pieces{ "1. a\n\n2. b\n\n3. c\n\n", "end\n" }));
+    EXPECT_EQ(pieces("1. a\n\n2) b\n"), (Pieces{ "1. a\n\n", "2) b\n" }));
+}
+
+TEST(TextSegments, ALongFenceIsCutBetweenLinesAndRemembersItsOpening)
+{
+    std::string text = "```cpp\n";
+    while (text.size() < 3 * TextSegments::openByteLimit) {
+        text += "int answer = 42;\n\n";
+    }
+    TextSegments segments(Format::markdown);
+    segments.scan(text);
+    ASSERT_GE(segments.segments().size(), 3U);
+    for (std::size_t i = 1; i < segments.segments().size(); ++i) {
+        EXPECT_EQ(segments.segments()[i].fenceOpening, "```cpp\n");
+        EXPECT_EQ(text[segments.segments()[i].begin - 1], '\n');
+    }
+}
+
+TEST(TextSegments, AnEndlessLineIsCutAtBlanksAndNeverInACharacter)
+{
+    std::string words;
+    while (words.size() < 5 * TextSegments::openByteLimit) {
+        words += "wörter ";
+    }
+    for (const std::string& piece : pieces(words)) {
+        EXPECT_LE(piece.size(), 2 * TextSegments::openByteLimit + 4);
+    }
+    EXPECT_TRUE(pieces(words).front().ends_with(' '));
+    std::string solid;
+    while (solid.size() < 5 * TextSegments::openByteLimit) {
+        solid += "日";
+    }
+    for (const std::string& piece : pieces(solid)) {
+        EXPECT_EQ(piece.size() % 3, 0U);
+    }
+}
+
+TEST(TextSegments, APlainTextIsCutByItsSizeAlone)
+{
+    EXPECT_EQ(pieces("a\n\nb\n\nc\n", Format::plain).size(), 1U);
+    std::string text;
+    while (text.size() < 3 * TextSegments::openByteLimit) {
+        text += "a line of output\n";
+    }
+    const Pieces cut = pieces(text, Format::plain);
+    EXPECT_GE(cut.size(), 3U);
+    EXPECT_TRUE(cut.front().ends_with('\n'));
+}
+
+TEST(TextSegments, TheDefinitionsOfLinksAreGathered)
+{
+    TextSegments segments(Format::markdown);
+    segments.scan("see [a] and [b]\n\n[a]: https://example.org/a\n[b]: https://example.org/b\n```\n[c]: https://example.org/c\n```\n");
+    EXPECT_EQ(segments.definitions(), "[a]: https://example.org/a\n[b]: https://example.org/b\n");
+}
+
+TEST(TextSegments, TheCutsDoNotDependOnTheStepsInWhichTheTextGrew)
+{
+    std::string text = "# Title\n\nwords\nmore\n\n1. a\n\n2. b\n\n```py\n";
+    for (int line = 0; line < 2000; ++line) {
+        text += "print(1)\n";
+    }
+    text += "```\n\n- x\n\n  ```\n  y\n\nend " + std::string(30000, 'z') + " of it\n\nlast";
+    for (const std::size_t step : { 1U, 7U, 1000U, 20000U }) {
+        TextSegments grown(Format::markdown);
+        for (std::size_t size = step; size < text.size(); size += step) {
+            grown.scan(std::string_view(text).substr(0, size));
+        }
+        grown.scan(text);
+        TextSegments whole(Format::markdown);
+        whole.scan(text);
+        ASSERT_EQ(grown.segments().size(), whole.segments().size()) << step;
+        for (std::size_t i = 0; i < whole.segments().size(); ++i) {
+            EXPECT_EQ(grown.segments()[i].begin, whole.segments()[i].begin) << step;
+        }
+    }
+}
+
+} // namespace
+
+} // namespace tessarin
