@@ -33,22 +33,26 @@ void BlockListModel::setBefore(std::optional<TextBlock> before)
 
 void BlockListModel::replaceFrom(int first, const QList<TextBlock>& blocks)
 {
-    const int shared = static_cast<int>(std::min(m_blocks.size() - first, blocks.size()));
-    for (int i = 0; i < shared; ++i) {
-        const int row = first + i;
-        if (m_blocks[row] != blocks[i]) {
-            m_blocks[row] = blocks[i];
+    // A view chooses what shows a row once, by its kind: a block of another kind is another row.
+    const auto isKept
+        = [&](int i) { return first + i < m_blocks.size() && i < blocks.size() && m_blocks[first + i].kind == blocks[i].kind; };
+    int kept = 0;
+    for (; isKept(kept); ++kept) {
+        const int row = first + kept;
+        if (m_blocks[row] != blocks[kept]) {
+            m_blocks[row] = blocks[kept];
             emit dataChanged(index(row), index(row));
         }
     }
-    const int end = first + static_cast<int>(blocks.size());
+    const int end = first + kept;
     if (m_blocks.size() > end) {
         beginRemoveRows({}, end, static_cast<int>(m_blocks.size()) - 1);
         m_blocks.resize(end);
         endRemoveRows();
-    } else if (m_blocks.size() < end) {
-        beginInsertRows({}, static_cast<int>(m_blocks.size()), end - 1);
-        m_blocks.append(blocks.mid(shared));
+    }
+    if (blocks.size() > kept) {
+        beginInsertRows({}, end, first + static_cast<int>(blocks.size()) - 1);
+        m_blocks.append(blocks.mid(kept));
         endInsertRows();
     }
 }

@@ -16,7 +16,8 @@ namespace
 QStringList foldersIn(const QString& path)
 {
     QStringList names = QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    QCollator collator;
+    // The "C" locale has no order for people.
+    QCollator collator(QLocale() == QLocale::c() ? QLocale(QLocale::English) : QLocale());
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::sort(names.begin(), names.end(), collator);

@@ -37,6 +37,16 @@ class Turn(WindowCase):
         self.window.click_on('~button', 'Copy')
         self.window.wait(lambda: self.window.clipboard().strip() == 'int answer = 42;', what='the code in the clipboard')
 
+    def test_ABlockThatBecomesAnotherKindWhileItIsStreamedIsShownAsThat(self):
+        self.start(turn(says('Before.\n\n| file'), until('table'), says(' | why |\n|---|---|\n| notes.txt | tidied |\n\nAn end'), until('end')))
+        self.prompt('stream a table')
+        self.reads('| file')
+        self.desk.release('table')
+        for cell in ('file', 'why', 'notes.txt', 'tidied'):
+            self.reads('=' + cell)
+        self.reads('An end')
+        self.desk.release('end')
+
     def test_ThoughtsAreCollapsedUntilThePersonLooks(self):
         self.start(turn(thinks('Weighing the options.'), says('Done.')))
         self.prompt('think')

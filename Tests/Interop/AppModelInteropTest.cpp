@@ -87,8 +87,15 @@ protected:
         return texts;
     }
 
+    // Outlives the tests: whatever a child of theirs still has to say is said on it.
+    [[nodiscard]] static MainThread& immortalMainThread()
+    {
+        static MainThread* const thread = new MainThread;
+        return *thread;
+    }
+
     AgentFolder m_folder;
-    MainThread m_mainThread;
+    MainThread& m_mainThread = immortalMainThread();
     testing::RecordingDesktop m_desktop;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<WorkspaceStore> m_store;

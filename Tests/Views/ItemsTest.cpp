@@ -19,11 +19,11 @@ class InlineQml
 {
 public:
     InlineQml() { m_engine.addImportPath(QStringLiteral(":/")); }
-    std::unique_ptr<QObject> create(const char* text)
+    std::unique_ptr<QObject> create(const char* text, const QVariantMap& properties = {})
     {
         QQmlComponent component(&m_engine);
         component.setData(QByteArray("import QtQuick\nimport Tessarin\n") + text, QUrl());
-        std::unique_ptr<QObject> object(component.create());
+        std::unique_ptr<QObject> object(component.createWithInitialProperties(properties));
         EXPECT_NE(object, nullptr) << component.errorString().toStdString();
         return object;
     }
@@ -77,7 +77,9 @@ TEST(LazyItem, HoldsWhatIsWantedAndNothingElse)
 class StyledTextTest : public ::testing::Test
 {
 protected:
-    StyledTextTest() : view(qml.create("SelectableText { label: \"Text\"; lineHeight: 22; font.pixelSize: 14; width: 300 }"))
+    StyledTextTest()
+        : view(qml.create("SelectableText { label: \"Text\"; lineHeight: 22; font.pixelSize: 14; width: 300 }",
+            { { "content", QVariant::fromValue(StyledRuns()) } }))
     {
         document = view->property("textDocument").value<QQuickTextDocument*>()->textDocument();
     }

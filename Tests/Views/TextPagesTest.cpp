@@ -57,6 +57,24 @@ TEST(TextPages, GrowingGivesTheSameBlocksAsTheWholeText)
     }
 }
 
+TEST(TextPages, ABlockThatBecomesAnotherKindIsAnotherRow)
+{
+    TextPages pages(TextPages::Markdown);
+    pages.growText("Before.\n\n| file |");
+    BlockListModel* blocks = page(pages, 0);
+    ASSERT_EQ(blocks->rowCount(), 2);
+    QSignalSpy removed(blocks, &BlockListModel::rowsRemoved);
+    QSignalSpy inserted(blocks, &BlockListModel::rowsInserted);
+    pages.growText("Before.\n\n| file |\n|---|\n| notes |");
+    EXPECT_EQ(blocks->blocks().back().kind, BlockKind::Table);
+    ASSERT_EQ(removed.count(), 1);
+    EXPECT_EQ(removed[0][1].toInt(), 1);
+    ASSERT_EQ(inserted.count(), 1);
+    EXPECT_EQ(inserted[0][1].toInt(), 1);
+    pages.growText("Before.\n\n| file |\n|---|\n| notes |\n| more |");
+    EXPECT_EQ(inserted.count(), 1);
+}
+
 TEST(TextPages, ALinkDefinedLaterIsALinkEverywhere)
 {
     TextPages pages(TextPages::Markdown);
