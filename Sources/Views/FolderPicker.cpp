@@ -17,7 +17,7 @@ QStringList foldersIn(const QString& path)
 {
     QStringList names = QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     // The "C" locale has no order for people.
-    QCollator collator(QLocale() == QLocale::c() ? QLocale(QLocale::English) : QLocale());
+    QCollator collator(QLocale().language() == QLocale::C ? QLocale(QLocale::English) : QLocale());
     collator.setNumericMode(true);
     collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::sort(names.begin(), names.end(), collator);
