@@ -100,8 +100,8 @@ struct CommandOutcome {
 };
 
 // Runs a command to its end on the calling thread, with an empty standard input and both outputs in one pipe that is read while
-// waiting, or with all three streams of this process where the launch inherits its output; no time limit. It is over when the command has ended, whoever else keeps the pipe open.
-// A failure is the platform's text of the failed start. Requires: not called from a queue.
+// waiting, or with all three streams of this process where the launch inherits its output; no time limit. It is over when the command has
+// ended, whoever else keeps the pipe open. A failure is the platform's text of the failed start. Requires: not called from a queue.
 [[nodiscard]] Result<CommandOutcome, std::string> runCommand(const ChildLaunch& launch);
 // The same without blocking: `done` runs once on the main thread, never before this returns.
 void runCommandInBackground(

@@ -23,8 +23,7 @@ class [[nodiscard]] Result
 public:
     using Value = std::conditional_t<std::is_void_v<T>, std::monostate, T>;
 
-    Result()
-        requires std::is_void_v<T>
+    Result() requires std::is_void_v<T>
     = default;
     // Implicit on purpose, so that a function returns its value or a Failure as it stands.
     Result(Value value) : m_state(std::in_place_index<0>, std::move(value)) { }

@@ -57,7 +57,7 @@ class Failure(WindowCase):
 
     def test_WithoutAnyRuntimeThePersonIsToldAndCanLookAgain(self):
         self.open_project(self.desk.project())
-        self.reads('No agent is installed yet')
+        self.reads('Connect a subscription provider')
         self.desk.install('grok', script(opening(), turn(says('Here I am.'))))
         self.window.click_on('~button', '=Check Again')
         self.reads('What should we build?')
