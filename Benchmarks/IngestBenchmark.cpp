@@ -44,6 +44,9 @@ Options optionsOf(const std::vector<std::string_view>& arguments)
             options.rounds = std::strtoull(value.c_str(), nullptr, 10);
         } else if (argument == "--report") {
             options.onlyReports = true;
+        } else {
+            std::fprintf(stderr, "unknown option: %s\n", std::string(argument).c_str());
+            std::exit(2);
         }
     }
     return options;
@@ -153,6 +156,10 @@ int main(int argc, char** argv)
     // The runtime is this program too, called as Grok is.
     if (!arguments.empty() && arguments[0] == "agent") {
         return playIngestRuntime(IngestStream::make(ingestUpdates()));
+    }
+    if (!arguments.empty() && arguments[0] == "--version") {
+        std::puts("1.0.0");
+        return 0;
     }
     return measure(std::filesystem::read_symlink("/proc/self/exe").string(), optionsOf(arguments));
 }

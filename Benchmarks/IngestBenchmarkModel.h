@@ -58,7 +58,7 @@ private:
 
     const IngestStream& m_stream;
     std::filesystem::path m_folder;
-    MainThread m_mainThread;
+    MainThread& m_mainThread = *new MainThread; // never freed: a probe of a runtime may answer after everything else has gone
     NoDesktop m_desktop;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<WorkspaceStore> m_store;

@@ -37,6 +37,7 @@ ListView {
     Keys.onPressed: event => keys.press(event)
 
     function toEnd() {
+        forceLayout() // with the heights that the rows have now
         positionViewAtEnd()
         contentY += bottomMargin
     }
