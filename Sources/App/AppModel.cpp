@@ -8,7 +8,7 @@ namespace tessarin
 
 std::shared_ptr<AppModel> AppModel::make(Surroundings surroundings)
 {
-    const std::shared_ptr<AppModel> model(new AppModel(std::move(surroundings)));
+    std::shared_ptr<AppModel> model(new AppModel(std::move(surroundings)));
     model->refreshInstallStatus();
     model->refreshCodexInstallStatus();
     model->refreshKimiInstallStatus();
