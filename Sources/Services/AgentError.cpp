@@ -35,6 +35,11 @@ std::string ACPClientError::description() const
     return text;
 }
 
+std::string ClaudeCodeClientError::description() const
+{
+    return kind == Kind::executableMissing ? "The Claude Code CLI is not installed." : text;
+}
+
 std::string AgentError::description() const
 {
     return std::visit([](const auto& error) { return std::string(error.description()); }, m_error);

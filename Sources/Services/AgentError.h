@@ -17,6 +17,15 @@ struct ACPClientError {
     bool operator==(const ACPClientError&) const = default;
 };
 
+// The error of ClaudeCodeClient's own machinery; what the runtime itself says of a turn is an AgentRuntimeError.
+struct ClaudeCodeClientError {
+    enum class Kind { processFailed, disconnected, protocolError, executableMissing };
+    Kind kind = Kind::disconnected;
+    std::string text; // unused for executableMissing
+    [[nodiscard]] std::string description() const;
+    bool operator==(const ClaudeCodeClientError&) const = default;
+};
+
 // The verdict of a runtime that classifies its failures itself.
 struct AgentRuntimeError {
     enum class Kind { usageLimit, authentication, disconnected, protocolError };
@@ -32,6 +41,7 @@ class AgentError
 {
 public:
     AgentError(ACPClientError error) : m_error(std::move(error)) { }
+    AgentError(ClaudeCodeClientError error) : m_error(std::move(error)) { }
     AgentError(AgentRuntimeError error) : m_error(std::move(error)) { }
 
     // The text that a person reads.
@@ -40,7 +50,7 @@ public:
     [[nodiscard]] bool isUsageLimitFailure() const;
 
 private:
-    std::variant<ACPClientError, AgentRuntimeError> m_error;
+    std::variant<ACPClientError, ClaudeCodeClientError, AgentRuntimeError> m_error;
 };
 
 } // namespace tessarin

@@ -24,6 +24,15 @@ TEST(ACPClientErrorTest, EachCaseHasItsText)
     EXPECT_EQ((ACPClientError{ Kind::disconnected, {} }).description(), "The model runtime disconnected.");
 }
 
+TEST(ClaudeCodeClientErrorTest, EachCaseHasItsText)
+{
+    using ClaudeKind = ClaudeCodeClientError::Kind;
+    EXPECT_EQ((ClaudeCodeClientError{ ClaudeKind::processFailed, "No such file" }).description(), "No such file");
+    EXPECT_EQ((ClaudeCodeClientError{ ClaudeKind::disconnected, "Claude Code stopped." }).description(), "Claude Code stopped.");
+    EXPECT_EQ((ClaudeCodeClientError{ ClaudeKind::protocolError, "Refused" }).description(), "Refused");
+    EXPECT_EQ((ClaudeCodeClientError{ ClaudeKind::executableMissing, "unused" }).description(), "The Claude Code CLI is not installed.");
+}
+
 TEST(AgentErrorTest, DescriptionIsThatOfTheErrorWithin)
 {
     EXPECT_EQ(AgentError(ACPClientError{ Kind::executableMissing, "GLM" }).description(), "The GLM CLI is not installed.");
@@ -69,6 +78,8 @@ TEST(AgentErrorTest, TheTextOfEveryClientErrorIsLookedAt)
 {
     EXPECT_TRUE(AgentError(ACPClientError{ Kind::processFailed, "quota" }).isUsageLimitFailure());
     EXPECT_FALSE(AgentError(ACPClientError{ Kind::disconnected, "quota" }).isUsageLimitFailure());
+    EXPECT_TRUE(AgentError(ClaudeCodeClientError{ ClaudeCodeClientError::Kind::disconnected, "quota" }).isUsageLimitFailure());
+    EXPECT_FALSE(AgentError(ClaudeCodeClientError{ ClaudeCodeClientError::Kind::executableMissing, "quota" }).isUsageLimitFailure());
 }
 
 } // namespace
