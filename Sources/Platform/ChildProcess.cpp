@@ -15,6 +15,7 @@
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -84,6 +85,7 @@ struct ChildProcess::Implementation : std::enable_shared_from_this<Implementatio
     void deliver(const Reader& reader, std::string_view chunk) REQUIRES(*queue);
     void writeQueued() REQUIRES(*queue);
     void awaitInput() REQUIRES(*queue);
+    void failInput(int error) REQUIRES(*queue);
     void childEnded() REQUIRES(*queue);
     [[nodiscard]] ChildEnd collect() const REQUIRES(*queue);
     void readWhatIsLeft(Reader& reader) REQUIRES(*queue);
@@ -105,6 +107,7 @@ struct ChildProcess::Implementation : std::enable_shared_from_this<Implementatio
     bool isRunning GUARDED_BY(*queue) = true;
     Reader output GUARDED_BY(*queue);
     Reader errorOutput GUARDED_BY(*queue);
+    std::function<void(const std::string&)> onInputFailed GUARDED_BY(*queue);
     std::function<void(ChildEnd)> onEnd GUARDED_BY(*queue);
     Stream input GUARDED_BY(*queue);
     std::deque<std::string> unwritten GUARDED_BY(*queue);
@@ -118,6 +121,7 @@ ChildProcess::Implementation::Implementation(
     : queue(std::move(serialQueue))
     , output{ Stream(*queue->implementation()->executor), std::move(callbacks.onOutput) }
     , errorOutput{ Stream(*queue->implementation()->executor), std::move(callbacks.onErrorOutput) }
+    , onInputFailed(std::move(callbacks.onInputFailed))
     , onEnd(std::move(callbacks.onEnd))
     , input(*queue->implementation()->executor)
 {
@@ -188,9 +192,8 @@ void ChildProcess::Implementation::writeQueued()
         const ssize_t count = writeSome(input, first.substr(writtenOfFirst));
         if (count < 0 && errno == EAGAIN)
             return awaitInput();
-        // The child no longer reads; its end is what the owner hears about.
         if (count < 0)
-            return closeInputNow();
+            return failInput(errno);
         writtenOfFirst += static_cast<std::size_t>(count);
         if (writtenOfFirst < first.size())
             return awaitInput();
@@ -211,6 +214,14 @@ void ChildProcess::Implementation::awaitInput()
         if (self->input.is_open())
             self->writeQueued();
     });
+}
+
+void ChildProcess::Implementation::failInput(int error)
+{
+    closeInputNow();
+    const auto report = std::exchange(onInputFailed, nullptr);
+    if (!isDropped && report)
+        report(std::generic_category().message(error));
 }
 
 void ChildProcess::Implementation::childEnded()
@@ -277,6 +288,7 @@ void ChildProcess::Implementation::release()
     closeStreams();
     output.onChunk = nullptr;
     errorOutput.onChunk = nullptr;
+    onInputFailed = nullptr;
     onEnd = nullptr;
 }
 

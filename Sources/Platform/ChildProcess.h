@@ -54,6 +54,9 @@ public:
         // One chunk as it was read. The text lives as long as the call. Unset callbacks discard.
         std::function<void(std::string_view chunk)> onOutput = {};
         std::function<void(std::string_view chunk)> onErrorOutput = {};
+        // Fires at most once, when bytes cannot be written because the child no longer reads: the platform's text. May fire within
+        // write().
+        std::function<void(const std::string& reason)> onInputFailed = {};
         // Fires exactly once, after everything that the child wrote before its end has gone through the two callbacks above,
         // also when a grandchild keeps a pipe open. Fires after closeStreams() too.
         std::function<void(ChildEnd end)> onEnd = {};
@@ -70,8 +73,8 @@ public:
 
     // The following are called on the queue.
 
-    // Queues bytes for the child's standard input and returns at once. Bytes that the child does not take are dropped without a word
-    // when it ends or the stream is closed.
+    // Queues bytes for the child's standard input and returns at once. Bytes that the child does not take are dropped when it ends or
+    // the stream is closed.
     void write(std::string bytes);
     // Closes the child's standard input once what is queued has been written.
     void closeInput();

@@ -9,9 +9,10 @@ namespace tessarin
 
 void ACPClient::handleLine(std::string_view line)
 {
-    const auto storage = m_outbox.batch().storageFor(line.size());
+    m_queue->assertCurrent();
+    const auto storage = m_child->batch().storageFor(line.size());
     if (auto update = m_updateEnvelope.updateIn(line, storage))
-        return m_outbox.batch().add(std::move(*update));
+        return m_child->batch().add(std::move(*update));
     auto message = parseJson(line, storage);
     if (!message)
         return;
@@ -57,28 +58,21 @@ void ACPClient::deliverUpdate(JsonObject& message, std::string_view line)
     if (!update || !update->is_object())
         return;
     m_updateEnvelope.learn(line);
-    m_outbox.batch().add(std::move(update->get_object()));
+    m_child->batch().add(std::move(update->get_object()));
 }
 
 void ACPClient::sendRequest(std::string_view method, JsonObject params, PendingRequests::Handler handler)
 {
     // Nobody would answer.
-    if (!m_isConnected)
+    if (!m_child->isConnected())
         return handler(Failure{ AgentError(ACPClientError{ ACPClientError::Kind::disconnected, {} }) });
     const std::int64_t id = m_pending.add(std::move(handler));
-    write(JsonRpc::request(id, method, std::move(params)));
+    m_child->write(JsonRpc::request(id, method, std::move(params)));
 }
 
 void ACPClient::sendNotification(std::string_view method, JsonObject params)
 {
-    write(JsonRpc::notification(method, std::move(params)));
-}
-
-void ACPClient::write(const JsonObject& message)
-{
-    auto line = JsonRpc::line(message);
-    if (line && m_process)
-        m_process->write(std::move(*line));
+    m_child->write(JsonRpc::notification(method, std::move(params)));
 }
 
 } // namespace tessarin

@@ -74,7 +74,7 @@ void ACPClient::handleAgentRequest(std::int64_t id, std::string_view method, con
     if (method == "session/request_permission")
         handlePermissionRequest(id, params);
     else if (!handleToolRequest(id, method, params))
-        write(JsonRpc::error(id, "Unsupported ACP method: " + std::string(method), JsonRpc::methodNotFound));
+        m_child->write(JsonRpc::error(id, "Unsupported ACP method: " + std::string(method), JsonRpc::methodNotFound));
 }
 
 void ACPClient::handlePermissionRequest(std::int64_t id, const JsonObject& params)
@@ -94,7 +94,7 @@ void ACPClient::handlePermissionRequest(std::int64_t id, const JsonObject& param
             return answerPermission(id, { { "outcome", "selected" }, { "optionId", choice->id } });
     }
     m_pendingPermissionIDs.insert(id);
-    notify([request = std::move(request)](AgentClient& client) {
+    m_child->notify([request = std::move(request)](AgentClient& client) {
         if (client.onPermissionRequest)
             client.onPermissionRequest(request);
     });
@@ -108,7 +108,7 @@ void ACPClient::selectPermission(std::int64_t id, const std::string& optionID)
 
 void ACPClient::answerPermission(std::int64_t id, JsonObject outcome)
 {
-    write(JsonRpc::response(id, { { "outcome", std::move(outcome) } }));
+    m_child->write(JsonRpc::response(id, { { "outcome", std::move(outcome) } }));
 }
 
 } // namespace tessarin

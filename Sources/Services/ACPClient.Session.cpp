@@ -53,7 +53,7 @@ void ACPClient::initialized(const JsonObject& result, Opening opening)
 void ACPClient::loadSession(Opening opening)
 {
     m_sessionId = opening.storedSessionID;
-    notify([](AgentClient& client) {
+    m_child->notify([](AgentClient& client) {
         if (client.onReplayStarted)
             client.onReplayStarted();
     });
@@ -67,7 +67,7 @@ void ACPClient::sessionLoaded(const JsonRpcReply& reply, Opening opening)
         opening.replayed = true;
         return applyRuntimeConfiguration(std::move(opening));
     }
-    notify([](AgentClient& client) {
+    m_child->notify([](AgentClient& client) {
         if (client.onReplayFailed)
             client.onReplayFailed();
     });
@@ -138,14 +138,14 @@ void ACPClient::modelApplied(const JsonRpcReply& reply, Opening opening)
 void ACPClient::finishOpening(Opening opening)
 {
     // The tolerant steps above also come here when the child ended under them.
-    if (!m_isConnected)
+    if (!m_child->isConnected())
         return failOpening(opening, disconnected());
-    complete<AgentStartResult>(opening.done, AgentStartResult{ *m_sessionId, opening.replayed });
+    m_child->complete<AgentStartResult>(opening.done, AgentStartResult{ *m_sessionId, opening.replayed });
 }
 
 void ACPClient::failOpening(const Opening& opening, AgentError error)
 {
-    complete<AgentStartResult>(opening.done, Failure{ std::move(error) });
+    m_child->complete<AgentStartResult>(opening.done, Failure{ std::move(error) });
 }
 
 PendingRequests::Handler ACPClient::next(ResultStep step, Opening opening)
@@ -181,7 +181,7 @@ void ACPClient::setConfigOption(std::string_view configId, std::string_view valu
 void ACPClient::startTurn(const std::string& prompt, Completion<JsonObject> done)
 {
     if (!m_sessionId)
-        return complete<JsonObject>(done, Failure{ AgentError(disconnected()) });
+        return m_child->complete<JsonObject>(done, Failure{ AgentError(disconnected()) });
     const JsonObject text{ { "type", "text" }, { "text", prompt } };
     sendRequest("session/prompt", { { "sessionId", *m_sessionId }, { "prompt", JsonArray{ text } } }, turnEnd(std::move(done)));
 }
@@ -193,7 +193,7 @@ PendingRequests::Handler ACPClient::turnEnd(Completion<JsonObject> done)
         if (!client)
             return done.abandon();
         client->m_queue->assertCurrent();
-        client->complete<JsonObject>(done, reply);
+        client->m_child->complete<JsonObject>(done, reply);
     };
 }
 
@@ -204,15 +204,6 @@ void ACPClient::cancelTurn()
     sendNotification("session/cancel", { { "sessionId", *m_sessionId } });
     for (const std::int64_t id : std::exchange(m_pendingPermissionIDs, {}))
         answerPermission(id, { { "outcome", "cancelled" } });
-}
-
-template <class T>
-void ACPClient::complete(const Completion<T>& done, Result<T, AgentError> result)
-{
-    m_outbox.batch().add([completion = done.take(), result = std::move(result)] {
-        if (completion)
-            completion(result);
-    });
 }
 
 } // namespace tessarin

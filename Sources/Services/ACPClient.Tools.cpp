@@ -114,9 +114,9 @@ void ACPClient::terminalEnded(std::int64_t id, JsonObject exitStatus)
 void ACPClient::answer(std::int64_t id, Result<JsonObject, ACPClientError> result)
 {
     if (result)
-        write(JsonRpc::response(id, std::move(result).value()));
+        m_child->write(JsonRpc::response(id, std::move(result).value()));
     else
-        write(JsonRpc::error(id, result.error().description()));
+        m_child->write(JsonRpc::error(id, result.error().description()));
 }
 
 } // namespace tessarin

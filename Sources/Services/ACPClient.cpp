@@ -30,9 +30,8 @@ ACPClient::ACPClient(Configuration configuration, MainThread& mainThread)
     : m_configuration(std::move(configuration))
     , m_runtimeName(shortLabel(m_configuration.provider))
     , m_queue(std::make_shared<SerialQueue>("com.local.tessarin.acp"))
-    , m_gate(std::make_shared<EventGate>())
+    , m_child(std::make_shared<RuntimeChild>(m_runtimeName, mainThread, m_queue))
     , m_terminals(m_configuration.terminalEnvironment)
-    , m_outbox(mainThread, m_gate)
     , m_arguments(m_configuration.processArguments)
 {
 }
@@ -51,17 +50,14 @@ AgentProvider ACPClient::provider() const
 
 void ACPClient::start(std::optional<std::string> existingSessionID, StartCompletion completion)
 {
-    m_gate->open(weak_from_this(), [weak = weak_from_this()] {
-        if (const auto client = weak.lock())
-            client->resumeReading();
-    });
+    m_child->open(shared_from_this());
     Opening opening{ std::move(existingSessionID), Completion(std::move(completion)) };
     // The launch happens on the queue, so that nothing that the child does can be handled before `initialize` waits for its answer: a
     // child that ends at once fails the start like any other.
     m_queue->sync([this, &opening] {
         m_queue->assertCurrent();
         launch(std::move(opening));
-        flush();
+        m_child->flush();
     });
 }
 
@@ -71,7 +67,7 @@ void ACPClient::sendPrompt(std::string prompt, PromptCompletion completion)
     m_queue->sync([this, &prompt, &done] {
         m_queue->assertCurrent();
         startTurn(prompt, done);
-        flush();
+        m_child->flush();
     });
 }
 
@@ -80,7 +76,7 @@ void ACPClient::cancel()
     m_queue->sync([this] {
         m_queue->assertCurrent();
         cancelTurn();
-        flush();
+        m_child->flush();
     });
 }
 
@@ -89,29 +85,18 @@ void ACPClient::respondToPermission(std::int64_t requestID, std::string optionID
     m_queue->sync([this, requestID, &optionID] {
         m_queue->assertCurrent();
         selectPermission(requestID, optionID);
-        flush();
+        m_child->flush();
     });
 }
 
 void ACPClient::stop()
 {
-    m_gate->close();
+    m_child->close();
     m_queue->sync([this] {
         m_queue->assertCurrent();
         stopOnQueue();
-        flush();
+        m_child->flush();
     });
-}
-
-void ACPClient::notify(EventBatch::Notice notice)
-{
-    m_outbox.batch().add(std::move(notice));
-}
-
-void ACPClient::flush()
-{
-    if (m_outbox.flush() && m_process)
-        m_process->pauseOutput();
 }
 
 } // namespace tessarin

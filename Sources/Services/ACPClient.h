@@ -1,14 +1,12 @@
 #pragma once
 
 #include "Models/GrokPermissionMode.h"
-#include "Platform/ChildProcess.h"
 #include "Platform/MainThread.h"
 #include "Platform/SerialQueue.h"
 #include "Services/AgentClient.h"
 #include "Services/Completion.h"
-#include "Services/EventOutbox.h"
 #include "Services/JsonRpc.h"
-#include "Services/LineReader.h"
+#include "Services/RuntimeChild.h"
 #include "Services/TerminalManager.h"
 #include "Services/UpdateEnvelope.h"
 
@@ -28,7 +26,7 @@ struct RuntimeContext;
 // A runtime that speaks the Agent Client Protocol over its standard streams (JSON-RPC 2.0, one object a line): Grok, Kimi, GLM.
 // Made by `make`, held by std::shared_ptr: the reader of the child holds it weakly. See AgentClient for threads and order of use.
 // One `start` runs per client.
-class ACPClient final : public AgentClient, public std::enable_shared_from_this<ACPClient>
+class ACPClient final : public AgentClient, public RuntimeChild::Listener, public std::enable_shared_from_this<ACPClient>
 {
 public:
     struct Configuration {
@@ -103,21 +101,16 @@ private:
     [[nodiscard]] PendingRequests::Handler turnEnd(Completion<JsonObject> done);
     void cancelTurn() REQUIRES(*m_queue);
 
-    // The child. Those without a requirement are where the queue is entered; they end with `flush`.
+    // The child.
     [[nodiscard]] Result<void, ACPClientError> launchProcess() REQUIRES(*m_queue);
-    [[nodiscard]] ChildProcess::Callbacks callbacks();
-    void consume(std::string_view chunk);
-    void consumeErrorOutput(std::string_view chunk);
-    void processEnded(ChildEnd end);
+    void writeFailed(const SystemError& error) override;
+    void childEnded(ChildEnd end) override;
     [[nodiscard]] bool launchesAgain() REQUIRES(*m_queue);
-    void reportTermination(ChildEnd end) REQUIRES(*m_queue);
-    void resumeReading(); // main thread
-    void continueReading();
     void stopOnQueue() REQUIRES(*m_queue);
     void failPending(const AgentError& error) REQUIRES(*m_queue);
 
     // What arrives.
-    void handleLine(std::string_view line) REQUIRES(*m_queue);
+    void handleLine(std::string_view line) override;
     void handle(JsonObject& message, std::string_view line) REQUIRES(*m_queue);
     [[nodiscard]] JsonRpcReply replyOf(const JsonObject& message) const;
     void deliverUpdate(JsonObject& message, std::string_view line) REQUIRES(*m_queue);
@@ -138,31 +131,18 @@ private:
     void sendRequest(std::string_view method, JsonObject params, PendingRequests::Handler handler) REQUIRES(*m_queue);
     void sendNotification(std::string_view method, JsonObject params) REQUIRES(*m_queue);
     void answerPermission(std::int64_t id, JsonObject outcome) REQUIRES(*m_queue);
-    void write(const JsonObject& message) REQUIRES(*m_queue);
-
-    // What goes to the main thread.
-    template <class T>
-    void complete(const Completion<T>& done, Result<T, AgentError> result) REQUIRES(*m_queue);
-    void notify(EventBatch::Notice notice) REQUIRES(*m_queue);
-    void flush() REQUIRES(*m_queue);
 
     // Constant after construction.
     const Configuration m_configuration;
     const std::string m_runtimeName;
     const std::shared_ptr<SerialQueue> m_queue;
-    const std::shared_ptr<EventGate> m_gate;
+    const std::shared_ptr<RuntimeChild> m_child; // used on the queue but for `open` and `close`
     TerminalManager m_terminals; // of any thread
 
     // On the queue only.
-    EventOutbox m_outbox GUARDED_BY(*m_queue);
-    std::shared_ptr<ChildProcess> m_process GUARDED_BY(*m_queue); // from a launch to `stop`
-    bool m_isConnected GUARDED_BY(*m_queue) = false; // from a launch to the end of the child or `stop`
-    bool m_isStopping GUARDED_BY(*m_queue) = false; // the end of the child was asked for
-    LineReader m_lines GUARDED_BY(*m_queue);
     UpdateEnvelope m_updateEnvelope GUARDED_BY(*m_queue);
     std::vector<std::string> m_arguments GUARDED_BY(*m_queue); // of the next launch
     bool m_isInitialized GUARDED_BY(*m_queue) = false;
-    std::string m_errorOutput GUARDED_BY(*m_queue); // everything since the launch
     PendingRequests m_pending GUARDED_BY(*m_queue);
     std::set<std::int64_t> m_pendingPermissionIDs GUARDED_BY(*m_queue); // shown and not answered
     bool m_supportsConfigOptions GUARDED_BY(*m_queue) = false;

@@ -36,6 +36,13 @@ struct AgentRuntimeError {
     bool operator==(const AgentRuntimeError&) const = default;
 };
 
+// What the system says when something of its own fails, as it is: a write to a pipe that nobody reads.
+struct SystemError {
+    std::string text;
+    [[nodiscard]] const std::string& description() const { return text; }
+    bool operator==(const SystemError&) const = default;
+};
+
 // What a start or a prompt can fail with.
 class AgentError
 {
@@ -43,6 +50,7 @@ public:
     AgentError(ACPClientError error) : m_error(std::move(error)) { }
     AgentError(ClaudeCodeClientError error) : m_error(std::move(error)) { }
     AgentError(AgentRuntimeError error) : m_error(std::move(error)) { }
+    AgentError(SystemError error) : m_error(std::move(error)) { }
 
     // The text that a person reads.
     [[nodiscard]] std::string description() const;
@@ -50,7 +58,7 @@ public:
     [[nodiscard]] bool isUsageLimitFailure() const;
 
 private:
-    std::variant<ACPClientError, ClaudeCodeClientError, AgentRuntimeError> m_error;
+    std::variant<ACPClientError, ClaudeCodeClientError, AgentRuntimeError, SystemError> m_error;
 };
 
 } // namespace tessarin

@@ -1,5 +1,7 @@
 #include "ACPClientPeer.h"
 
+#include "RuntimeChildPeer.h"
+
 #include <utility>
 
 namespace tessarin
@@ -7,18 +9,18 @@ namespace tessarin
 
 void ACPClientPeer::play(ACPClient& client, std::string storedSessionID, Waiting waiting, const std::vector<std::string_view>& pieces)
 {
-    client.m_gate->open(client.weak_from_this(), [] {});
+    client.m_child->open(client.shared_from_this());
     ACPClient::Opening opening{ std::move(storedSessionID), Completion(std::move(waiting.started)) };
     client.m_queue->sync([&] {
         client.m_queue->assertCurrent();
-        client.m_isConnected = true;
+        RuntimeChildPeer::connect(*client.m_child);
         client.sendInitialize(client.next(&ACPClient::initialized, std::move(opening)));
         client.sendRequest("session/prompt", {}, std::move(waiting.answered));
-        client.flush();
+        client.m_child->flush();
         for (const std::string_view piece : pieces) {
-            client.consume(piece);
+            RuntimeChildPeer::read(*client.m_child, piece);
         }
-        client.processEnded({});
+        RuntimeChildPeer::end(*client.m_child);
     });
 }
 
