@@ -11,6 +11,7 @@
 
 #include <QGuiApplication>
 #include <QIcon>
+#include <QQmlComponent>
 #include <QScreen>
 #include <QWindow>
 
@@ -34,8 +35,6 @@ int TessarinApp::run(int argc, char** argv)
     }
     Preferences preferences(locations);
     WorkspaceStore store(preferences);
-    store.beginLoading();
-
     QGuiApplication::setApplicationName(QStringLiteral("tessarin"));
     QGuiApplication::setDesktopFileName(QStringLiteral("tessarin"));
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
@@ -87,6 +86,10 @@ bool TessarinApp::openWindow()
 void TessarinApp::finishFirstFrame()
 {
     report("first frame");
+    // Not earlier: reading a long history on another thread would hold up the frame.
+    m_store.beginLoading();
+    // In the meantime the types of what will show it are loaded.
+    const QQmlComponent content(&m_engine, QUrl(QStringLiteral("qrc:/Tessarin/RootView.qml")));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/Tessarin/Icons/tessarin.svg")));
     m_appearance.follow(m_portal);
     m_model = AppModel::make({ m_preferences, m_store, m_mainThread, m_desktop, RuntimeContext::current(m_preferences) });

@@ -1,5 +1,3 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import Tessarin
 
@@ -18,20 +16,23 @@ Window {
         width: Theme.sidebarIdeal
         height: parent.height
         color: Theme.sidebar
-        visible: !content.active
+        visible: content.item === null
     }
 
-    LazyItem {
+    // By its address, so that not a single type of what it shows is loaded before the first frame.
+    Loader {
         id: content
+
+        readonly property bool wanted: root.windowModel.isReady
 
         anchors.fill: parent
         focus: true
-        active: root.windowModel.isReady
+        onWantedChanged: setSource("RootView.qml", { windowModel: root.windowModel })
+    }
 
-        sourceComponent: RootView {
-            windowModel: root.windowModel
-            onQuit: root.close()
-        }
+    Connections {
+        target: content.item
+        function onQuit() { root.close() }
     }
 
     Binding {
