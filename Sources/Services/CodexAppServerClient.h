@@ -1,14 +1,21 @@
 #pragma once
 
 #include "Models/GrokPermissionMode.h"
-#include "Platform/ChildProcess.h"
 #include "Platform/MainThread.h"
+#include "Platform/SerialQueue.h"
 #include "Services/AgentClient.h"
+#include "Services/CodexApproval.h"
+#include "Services/Completion.h"
+#include "Services/JsonRpc.h"
+#include "Services/RuntimeChild.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 
 namespace tessarin
 {
@@ -18,7 +25,9 @@ namespace tessarin
 // Made by `make`, held by std::shared_ptr: the reader of the child holds it weakly. See AgentClient for threads and order of use; every
 // operation returns at once. One `start` runs per client. onReplayStarted and onReplayFailed are never called: a resumed thread does
 // not come as updates.
-class CodexAppServerClient final : public AgentClient, public std::enable_shared_from_this<CodexAppServerClient>
+class CodexAppServerClient final : public AgentClient,
+                                   public RuntimeChild::Listener,
+                                   public std::enable_shared_from_this<CodexAppServerClient>
 {
 public:
     struct Configuration {
@@ -46,8 +55,101 @@ public:
     void respondToPermission(std::int64_t requestID, std::string optionID) override;
     void stop() override;
 
+    // The allowance in an answer to `account/rateLimits/read`, or in the `rateLimits` of a notification.
+    [[nodiscard]] static ProviderUsage parseRateLimits(const JsonObject& payload);
+    // The verdict in an error of the runtime, which may be wrapped once; `fallback` is its message when it has none.
+    [[nodiscard]] static AgentRuntimeError runtimeError(const JsonObject& error, std::string_view fallback);
+    // The word of the other runtimes for a status word; one that they share, or that nobody knows, stays as it is.
+    [[nodiscard]] static std::string_view normalizeStatus(std::string_view status);
+
 private:
+    // Plays a runtime without a process; for fuzz targets.
+    friend struct CodexAppServerClientPeer;
+
     CodexAppServerClient(Configuration configuration, MainThread& mainThread);
+
+    // What one `start` carries from step to step.
+    struct Opening {
+        std::optional<std::string> storedThreadID;
+        Completion<AgentStartResult> done;
+    };
+    using ResultStep = void (CodexAppServerClient::*)(const JsonObject& result, Opening opening);
+    using ReplyStep = void (CodexAppServerClient::*)(const JsonRpcReply& reply, Opening opening);
+    using TurnOutcome = Result<JsonObject, AgentError>;
+
+    // Opening a thread, in the order in which the steps run.
+    void launch(Opening opening) REQUIRES(*m_queue);
+    void sendInitialize(Opening opening) REQUIRES(*m_queue);
+    void initialized(const JsonObject& result, Opening opening) REQUIRES(*m_queue);
+    void resumeThread(Opening opening) REQUIRES(*m_queue);
+    void threadResumed(const JsonRpcReply& reply, Opening opening) REQUIRES(*m_queue);
+    void createThread(Opening opening) REQUIRES(*m_queue);
+    void threadCreated(const JsonObject& result, Opening opening) REQUIRES(*m_queue);
+    void finishThreadStart(const JsonObject& result, bool replayed, const Opening& opening) REQUIRES(*m_queue);
+    void failOpening(const Opening& opening, AgentError error) REQUIRES(*m_queue);
+    // The handler of a reply that goes on with `step`: a ResultStep takes the result, and a failure fails the start; a ReplyStep
+    // decides by itself. When the client is gone the start is abandoned.
+    [[nodiscard]] PendingRequests::Handler next(ResultStep step, Opening opening);
+    [[nodiscard]] PendingRequests::Handler next(ReplyStep step, Opening opening);
+    [[nodiscard]] JsonObject threadParameters() const;
+
+    // A turn: it is announced by the answer to its request and ended by a notification, in either order.
+    void startTurn(const std::string& prompt, Completion<JsonObject> done) REQUIRES(*m_queue);
+    void turnStarted(const JsonRpcReply& reply, Completion<JsonObject> done) REQUIRES(*m_queue);
+    void completeTurn(const JsonObject& params) REQUIRES(*m_queue);
+    [[nodiscard]] TurnOutcome outcomeOf(const JsonObject& turn, const std::string& turnID) REQUIRES(*m_queue);
+    void cancelTurn() REQUIRES(*m_queue);
+
+    // The allowance.
+    void refreshUsage() REQUIRES(*m_queue);
+    void reportUsage(const JsonObject& payload) REQUIRES(*m_queue);
+
+    // The child.
+    void childEnded(ChildEnd end) override;
+    void writeFailed(const SystemError& error) override;
+    void stopOnQueue() REQUIRES(*m_queue);
+    void failPending(const AgentError& error) REQUIRES(*m_queue);
+
+    // What arrives.
+    void handleLine(std::string_view line) override;
+    void handle(JsonObject& message) REQUIRES(*m_queue);
+    [[nodiscard]] bool handleResponse(const JsonObject& message) REQUIRES(*m_queue);
+    void handleNotification(std::string_view method, JsonObject& params) REQUIRES(*m_queue);
+    void handleItem(JsonObject& params, bool isCompleted) REQUIRES(*m_queue);
+    void handlePlan(const JsonObject& params) REQUIRES(*m_queue);
+    void handleRateLimits(const JsonObject& params) REQUIRES(*m_queue);
+    void handleError(const JsonObject& params) REQUIRES(*m_queue);
+    void handleServerRequest(RPCID id, std::string_view method, const JsonObject& params) REQUIRES(*m_queue);
+    void respondToApproval(const PendingApproval& approval, std::string_view optionID) REQUIRES(*m_queue);
+
+    // What becomes of items and deltas.
+    void emitMessageDelta(JsonObject& params) REQUIRES(*m_queue);
+    void emitReasoningDelta(JsonObject& params) REQUIRES(*m_queue);
+    void emitItem(JsonObject& item, bool isCompleted) REQUIRES(*m_queue);
+    void emitTool(std::string_view id, std::string_view title, std::string_view status, Json rawInput) REQUIRES(*m_queue);
+    void emitWholeMessage(std::string_view id, JsonObject& item) REQUIRES(*m_queue);
+    void emitWholeReasoning(std::string_view id, const JsonObject& item) REQUIRES(*m_queue);
+    void emitChunk(std::string_view kind, std::string_view messageId, Json text) REQUIRES(*m_queue);
+
+    // What is sent.
+    void sendRequest(std::string_view method, JsonObject params, PendingRequests::Handler handler) REQUIRES(*m_queue);
+
+    // Constant after construction.
+    const Configuration m_configuration;
+    const std::shared_ptr<SerialQueue> m_queue;
+    const std::shared_ptr<RuntimeChild> m_child; // used on the queue but for `open` and `close`
+
+    // On the queue only.
+    PendingRequests m_pending GUARDED_BY(*m_queue);
+    std::int64_t m_nextApprovalID GUARDED_BY(*m_queue) = 1;
+    std::map<std::int64_t, PendingApproval> m_pendingApprovals GUARDED_BY(*m_queue); // shown and not answered
+    // By the id of their turn, which a runtime may give to two prompts.
+    std::multimap<std::string, Completion<JsonObject>> m_turnCompletions GUARDED_BY(*m_queue);
+    std::map<std::string, AgentRuntimeError> m_turnErrors GUARDED_BY(*m_queue);
+    std::map<std::string, TurnOutcome> m_completedBeforeRegistration GUARDED_BY(*m_queue);
+    std::set<std::string, std::less<>> m_streamedItems GUARDED_BY(*m_queue); // what has come in deltas since the last prompt
+    std::optional<std::string> m_currentTurnID GUARDED_BY(*m_queue); // what `cancel` would interrupt
+    std::optional<std::string> m_sessionId GUARDED_BY(*m_queue); // of the thread
 };
 
 } // namespace tessarin

@@ -13,19 +13,24 @@ JsonObject request(std::int64_t id, std::string_view method, JsonObject params)
     return { { "jsonrpc", "2.0" }, { "id", id }, { "method", method }, { "params", std::move(params) } };
 }
 
+JsonObject notification(std::string_view method)
+{
+    return { { "jsonrpc", "2.0" }, { "method", method } };
+}
+
 JsonObject notification(std::string_view method, JsonObject params)
 {
     return { { "jsonrpc", "2.0" }, { "method", method }, { "params", std::move(params) } };
 }
 
-JsonObject response(std::int64_t id, JsonObject result)
+JsonObject response(Json id, JsonObject result)
 {
-    return { { "jsonrpc", "2.0" }, { "id", id }, { "result", std::move(result) } };
+    return { { "jsonrpc", "2.0" }, { "id", std::move(id) }, { "result", std::move(result) } };
 }
 
-JsonObject error(std::int64_t id, std::string_view message, std::int64_t code)
+JsonObject error(Json id, std::string_view message, std::int64_t code)
 {
-    return { { "jsonrpc", "2.0" }, { "id", id }, { "error", { { "code", code }, { "message", message } } } };
+    return { { "jsonrpc", "2.0" }, { "id", std::move(id) }, { "error", { { "code", code }, { "message", message } } } };
 }
 
 std::optional<std::string> line(const JsonObject& message)

@@ -22,9 +22,11 @@ inline constexpr std::int64_t methodNotFound = -32601;
 inline constexpr std::int64_t internalError = -32603;
 
 [[nodiscard]] JsonObject request(std::int64_t id, std::string_view method, JsonObject params);
+[[nodiscard]] JsonObject notification(std::string_view method);
 [[nodiscard]] JsonObject notification(std::string_view method, JsonObject params);
-[[nodiscard]] JsonObject response(std::int64_t id, JsonObject result);
-[[nodiscard]] JsonObject error(std::int64_t id, std::string_view message, std::int64_t code = internalError);
+// The id of a request that came is echoed in its own type.
+[[nodiscard]] JsonObject response(Json id, JsonObject result);
+[[nodiscard]] JsonObject error(Json id, std::string_view message, std::int64_t code = internalError);
 
 // The line of a message with its newline; absent for a value that has no JSON text.
 [[nodiscard]] std::optional<std::string> line(const JsonObject& message);
