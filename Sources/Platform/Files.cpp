@@ -41,6 +41,38 @@ std::string accountHomeDirectory()
     return found && found->pw_dir ? found->pw_dir : "/";
 }
 
+FileError tooLarge()
+{
+    return { std::generic_category().message(EFBIG), EFBIG };
+}
+
+// The size is a hint: a file of /proc has none, and a file may grow meanwhile. One byte more shows the end at once.
+Result<std::string, FileError> readAll(const Descriptor& descriptor, std::size_t size, std::size_t byteLimit)
+{
+    constexpr std::size_t leastRoom = 4096;
+    std::string bytes;
+    bytes.resize(std::max(leastRoom, size + 1));
+    std::size_t used = 0;
+    while (true) {
+        const ssize_t count = ::read(descriptor.get(), bytes.data() + used, bytes.size() - used);
+        if (count < 0 && errno != EINTR) {
+            return Failure{ lastFileError() };
+        }
+        if (count == 0) {
+            break;
+        }
+        used += count > 0 ? static_cast<std::size_t>(count) : 0;
+        if (used > byteLimit) {
+            return Failure{ tooLarge() };
+        }
+        if (used == bytes.size()) {
+            bytes.resize(2 * bytes.size());
+        }
+    }
+    bytes.resize(used);
+    return bytes;
+}
+
 } // namespace
 
 FileError lastFileError()
@@ -119,7 +151,7 @@ std::string standardizedPath(std::string_view path)
     return result.empty() ? "/" : result;
 }
 
-Result<std::string, FileError> readFile(const std::string& path)
+Result<std::string, FileError> readFile(const std::string& path, std::size_t byteLimit)
 {
     // Without waiting, because opening a pipe that nobody writes to would wait for ever.
     const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -130,26 +162,10 @@ Result<std::string, FileError> readFile(const std::string& path)
     if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
         return Failure{ FileError{ "Not a regular file", EINVAL } };
     }
-    // The size is a hint: a file of /proc has none, and a file may grow meanwhile. One byte more shows the end at once.
-    constexpr std::size_t leastRoom = 4096;
-    std::string bytes;
-    bytes.resize(std::max(leastRoom, static_cast<std::size_t>(status.st_size) + 1));
-    std::size_t used = 0;
-    while (true) {
-        const ssize_t count = ::read(descriptor.get(), bytes.data() + used, bytes.size() - used);
-        if (count < 0 && errno != EINTR) {
-            return Failure{ lastFileError() };
-        }
-        if (count == 0) {
-            break;
-        }
-        used += count > 0 ? static_cast<std::size_t>(count) : 0;
-        if (used == bytes.size()) {
-            bytes.resize(2 * bytes.size());
-        }
+    if (static_cast<std::size_t>(status.st_size) > byteLimit) {
+        return Failure{ tooLarge() };
     }
-    bytes.resize(used);
-    return bytes;
+    return readAll(descriptor, static_cast<std::size_t>(status.st_size), byteLimit);
 }
 
 Result<void, FileError> createDirectories(const std::string& path, unsigned mode)

@@ -2,6 +2,8 @@
 
 #include "Platform/Result.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -55,8 +57,9 @@ private:
 // Absolute (against the working directory), without ".", "..", empty components and a trailing "/"; links are not resolved.
 [[nodiscard]] std::string standardizedPath(std::string_view path);
 
-// All bytes of a regular file. Pipes and devices are refused: they may never end.
-[[nodiscard]] Result<std::string, FileError> readFile(const std::string& path);
+// All bytes of a regular file. Pipes and devices are refused: they may never end. So is a file of more bytes than the limit, whatever
+// size it claims to have: those of the system claim none and may never end either.
+[[nodiscard]] Result<std::string, FileError> readFile(const std::string& path, std::size_t byteLimit = SIZE_MAX - 1);
 [[nodiscard]] Result<void, FileError> createDirectories(const std::string& path, unsigned mode = 0700);
 // Replaces the file whole or not at all: a temporary file in the same folder, fsync, rename, fsync of the folder.
 // On failure the temporary file is removed and the earlier file stays (the new one, if only the last fsync failed).

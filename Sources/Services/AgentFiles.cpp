@@ -2,6 +2,7 @@
 
 #include "Platform/Files.h"
 #include "Platform/Text.h"
+#include "Services/WholeNumber.h"
 
 #include <algorithm>
 #include <array>
@@ -53,26 +54,13 @@ int obstacleToReading(const std::string& path)
     if (::stat(path.c_str(), &status) != 0) {
         return errno;
     }
-    const int code = obstacle(status);
-    return code == 0 && static_cast<std::size_t>(status.st_size) > readLimit ? EFBIG : code;
+    return obstacle(status);
 }
 
 int obstacleToWriting(const std::string& path)
 {
     struct stat status;
     return ::stat(path.c_str(), &status) == 0 ? obstacle(status) : 0;
-}
-
-// A whole number, also one that is written as a fraction; absent for anything else.
-std::optional<std::int64_t> wholeNumberAt(const JsonObject& params, std::string_view key)
-{
-    const Json* value = params.if_contains(key);
-    if (value == nullptr || value->is_bool()) {
-        return std::nullopt;
-    }
-    boost::system::error_code error;
-    const auto number = value->to_number<std::int64_t>(error);
-    return error ? std::nullopt : std::optional(number);
 }
 
 // The length of the newline character at the front of the text: LF, VT, FF, CR, NEL (U+0085), LS and PS (U+2028, U+2029); 0 for none.
@@ -145,7 +133,7 @@ Result<JsonObject, ACPClientError> readTextFile(const JsonObject& params)
     if (const int code = obstacleToReading(file); code != 0) {
         return Failure{ failure(file, code) };
     }
-    const auto text = readFile(file);
+    const auto text = readFile(file, readLimit);
     if (!text) {
         return Failure{ failure(file, text.error().description()) };
     }

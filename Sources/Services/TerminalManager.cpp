@@ -2,6 +2,7 @@
 
 #include "Platform/Files.h"
 #include "Platform/Uuid.h"
+#include "Services/WholeNumber.h"
 
 #include <algorithm>
 #include <sstream>
@@ -55,11 +56,9 @@ void overlay(Environment& environment, const JsonObject& params)
     }
 }
 
-// A whole number; booleans and fractions are none.
 std::size_t outputByteLimitOf(const JsonObject& params)
 {
-    const Json* value = params.if_contains("outputByteLimit");
-    const std::int64_t limit = value != nullptr && value->is_int64() ? value->get_int64() : defaultOutputByteLimit;
+    const std::int64_t limit = wholeNumberAt(params, "outputByteLimit").value_or(defaultOutputByteLimit);
     return static_cast<std::size_t>(std::max<std::int64_t>(limit, 0));
 }
 

@@ -12,9 +12,6 @@ namespace tessarin
 namespace
 {
 
-// Room at the front of the buffer before it is moved up: dropping a little of a large buffer does not move all of it each time.
-constexpr std::size_t frontSlack = 256 * 1024;
-
 bool isContinuationByte(char byte)
 {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
@@ -34,10 +31,11 @@ std::size_t skipAscii(std::string_view text, std::size_t position)
     return position;
 }
 
-// Where the longest wholly valid rest of the text begins; what stands before `position` from `start` on is known to be valid.
-std::size_t validRest(std::string_view text, std::size_t start, std::size_t position)
+// Where the longest wholly valid rest of the text begins.
+std::size_t validRest(std::string_view text)
 {
-    while (position < text.size()) {
+    std::size_t start = 0;
+    for (std::size_t position = 0; position < text.size();) {
         position = skipAscii(text, position);
         if (position == text.size()) {
             break;
@@ -51,85 +49,109 @@ std::size_t validRest(std::string_view text, std::size_t start, std::size_t posi
     return start;
 }
 
+std::string_view newest(std::string_view text, std::size_t limit)
+{
+    return text.substr(text.size() - std::min(text.size(), limit));
+}
+
 } // namespace
 
 TerminalOutput::TerminalOutput(std::size_t byteLimit) : m_byteLimit(byteLimit) { }
-
-std::string_view TerminalOutput::bytes() const
-{
-    return std::string_view(m_buffer).substr(m_start);
-}
 
 void TerminalOutput::append(std::string_view chunk)
 {
     if (chunk.empty()) {
         return;
     }
-    const std::size_t countBefore = bytes().size();
-    const bool wasValid = m_wasTruncated;
-    m_wasTruncated = m_wasTruncated || countBefore + chunk.size() > m_byteLimit;
-    if (chunk.size() >= m_byteLimit && m_wasTruncated) {
-        m_start = 0;
-        m_buffer.assign(chunk.substr(chunk.size() - m_byteLimit));
-        repairFront(0);
-        return;
-    }
-    reserveFor(chunk.size());
-    m_buffer.append(chunk);
     if (m_wasTruncated) {
-        const std::size_t left = cutFront(countBefore);
-        repairFront(wasValid ? left : 0);
+        return replaceOldest(chunk);
     }
+    if (chunk.size() > m_byteLimit - m_count) {
+        return truncate(chunk);
+    }
+    // Twice as much each time, but never beyond what can be kept.
+    const std::size_t needed = m_count + chunk.size();
+    if (needed > m_buffer.capacity()) {
+        m_buffer.reserve(std::min(std::max(2 * m_buffer.capacity(), needed), m_byteLimit));
+    }
+    m_buffer.append(chunk);
+    m_count = needed;
 }
 
-void TerminalOutput::reserveFor(std::size_t chunkSize)
+// The limit is exceeded for the first time: nothing of what is there has been looked at.
+void TerminalOutput::truncate(std::string_view chunk)
 {
-    const std::size_t needed = m_buffer.size() + chunkSize;
-    if (needed <= m_buffer.capacity()) {
-        return;
-    }
-    // Twice as much each time, but never far beyond what can be kept.
-    const std::size_t most = std::max(needed, m_byteLimit < SIZE_MAX / 2 ? m_byteLimit + frontSlack + chunkSize : needed);
-    m_buffer.reserve(std::clamp(2 * m_buffer.capacity(), needed, most));
+    m_wasTruncated = true;
+    const std::string_view added = newest(chunk, m_byteLimit);
+    m_buffer.erase(0, m_count + added.size() - m_byteLimit);
+    m_buffer.reserve(m_byteLimit);
+    m_buffer.append(added);
+    m_count = m_buffer.size();
+    dropFront(validRest(m_buffer));
 }
 
-std::size_t TerminalOutput::cutFront(std::size_t countBefore)
+void TerminalOutput::replaceOldest(std::string_view chunk)
 {
-    const std::size_t count = bytes().size();
-    const std::size_t excess = count > m_byteLimit ? count - m_byteLimit : 0;
-    dropFront(excess);
-    return countBefore - std::min(countBefore, excess);
-}
-
-void TerminalOutput::repairFront(std::size_t knownValid)
-{
-    const std::string_view text = bytes();
-    std::size_t start = 0;
-    // Of whole characters a cut leaves at most the continuation bytes of one.
-    while (start < knownValid && isContinuationByte(text[start])) {
-        ++start;
+    const std::string_view added = newest(chunk, m_byteLimit);
+    const std::size_t invalid = validRest(added);
+    const std::size_t room = m_byteLimit - added.size();
+    if (invalid > 0) {
+        dropFront(m_count);
+    } else if (m_count > room) {
+        dropFront(m_count - room);
+        // Of whole characters a cut leaves at most the continuation bytes of one.
+        while (m_count > 0 && isContinuationByte(byteAt(0))) {
+            dropFront(1);
+        }
     }
-    dropFront(validRest(text, start, knownValid));
+    put(added.substr(invalid));
 }
 
 void TerminalOutput::dropFront(std::size_t count)
 {
-    m_start += count;
-    if (m_start > frontSlack || m_start == m_buffer.size()) {
-        m_buffer.erase(0, m_start);
-        m_start = 0;
+    m_count -= count;
+    m_start = m_count == 0 ? 0 : (m_start + count) % m_byteLimit;
+}
+
+// Requires: there is room for it.
+void TerminalOutput::put(std::string_view chunk)
+{
+    if (chunk.empty()) {
+        return;
     }
+    const std::size_t end = (m_start + m_count) % m_byteLimit;
+    const std::size_t upToTheEdge = std::min(chunk.size(), m_byteLimit - end);
+    chunk.copy(m_buffer.data() + end, upToTheEdge);
+    chunk.substr(upToTheEdge).copy(m_buffer.data(), chunk.size() - upToTheEdge);
+    m_count += chunk.size();
+}
+
+char TerminalOutput::byteAt(std::size_t index) const
+{
+    return m_buffer[(m_start + index) % m_byteLimit];
+}
+
+std::string TerminalOutput::bytes() const
+{
+    const std::string_view ring = m_buffer;
+    const std::size_t upToTheEdge = std::min(m_count, ring.size() - m_start);
+    std::string kept;
+    kept.reserve(m_count);
+    return kept.append(ring.substr(m_start, upToTheEdge)).append(ring.substr(0, m_count - upToTheEdge));
 }
 
 std::string TerminalOutput::text() const
 {
     constexpr std::string_view replacement = "\xEF\xBF\xBD";
-    const std::string_view kept = bytes();
+    std::string kept = bytes();
+    if (m_wasTruncated) {
+        return kept;
+    }
     std::string text;
     text.reserve(kept.size());
     for (std::size_t position = 0; position < kept.size();) {
         const std::size_t length = utf8SequenceLength(kept, position);
-        text.append(length == 0 ? replacement : kept.substr(position, length));
+        text.append(length == 0 ? replacement : std::string_view(kept).substr(position, length));
         position += std::max<std::size_t>(length, 1);
     }
     return text;

@@ -7,8 +7,8 @@
 namespace tessarin
 {
 
-// The newest output of a terminal, at most `byteLimit` bytes of it. Memory stays within the limit, the largest chunk and a constant.
-// Not for several threads at once.
+// The newest output of a terminal, at most `byteLimit` bytes of it. Memory stays within the limit and a constant, but for the moments in
+// which it grows up to there. A chunk costs what it holds, however large the limit is. Not for several threads at once.
 class TerminalOutput
 {
 public:
@@ -20,23 +20,26 @@ public:
     // Nothing of this happens before the limit is exceeded for the first time.
     void append(std::string_view chunk);
 
-    // The bytes kept. Valid until the next append.
-    [[nodiscard]] std::string_view bytes() const;
+    // A copy of the bytes kept.
+    [[nodiscard]] std::string bytes() const;
     // The same as text, each invalid byte replaced by U+FFFD.
     [[nodiscard]] std::string text() const;
     // Whether any byte has ever been dropped.
     [[nodiscard]] bool wasTruncated() const { return m_wasTruncated; }
 
 private:
-    void reserveFor(std::size_t chunkSize);
-    // Drops what exceeds the limit; returns how many of the bytes that were there before the chunk are left.
-    std::size_t cutFront(std::size_t countBefore);
-    void repairFront(std::size_t knownValid);
+    void truncate(std::string_view chunk);
+    void replaceOldest(std::string_view chunk);
     void dropFront(std::size_t count);
+    void put(std::string_view chunk);
+    [[nodiscard]] char byteAt(std::size_t index) const;
 
     const std::size_t m_byteLimit;
-    std::string m_buffer; // what is kept stands from m_start on; once truncated, all of it is valid UTF-8 between two appends
+    // Up to the limit all there is, from the front on. Once truncated it is a ring of exactly the limit, and what is kept in it is valid
+    // UTF-8 between two appends, so that only new bytes are looked at.
+    std::string m_buffer;
     std::size_t m_start = 0;
+    std::size_t m_count = 0;
     bool m_wasTruncated = false;
 };
 

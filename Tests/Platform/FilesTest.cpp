@@ -140,6 +140,22 @@ TEST(ReadFileTest, AFileThatTellsNoSizeIsReadToItsEnd)
     EXPECT_EQ(readFile("/proc/self/status").value().substr(0, 5), "Name:");
 }
 
+TEST(ReadFileTest, AFileOfMoreBytesThanTheLimitIsRefused)
+{
+    const TemporaryFolder folder;
+    writeWholeFile(folder / "file", std::string(10'000, 'x'));
+    EXPECT_EQ(readFile(folder / "file", 10'000).value().size(), 10'000U);
+    EXPECT_EQ(readFile(folder / "file", 9'999).error().code, EFBIG);
+}
+
+TEST(ReadFileTest, TheLimitHoldsAlsoForAFileThatClaimsToBeEmpty)
+{
+#if defined(__linux__)
+    // A quarter of a terabyte, none of it on a disk; its size is said to be 0.
+    EXPECT_EQ(readFile("/proc/self/pagemap", 100'000).error().description(), "File too large");
+#endif
+}
+
 TEST(ReadFileTest, AFailureSaysWhatIsWrong)
 {
     const TemporaryFolder folder;

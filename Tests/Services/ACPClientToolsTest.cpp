@@ -173,6 +173,45 @@ TEST_F(ACPClientToolsTest, WaitingForACommandDoesNotHoldUpTheTurn)
     EXPECT_FALSE(answerTo(6).has_value());
 }
 
+TEST_F(ACPClientToolsTest, AGigabyteOfACommandsOutputReachesNeitherTheMainThreadNorHoldsItUp)
+{
+    constexpr int questions = 50;
+    const std::string last = isSanitized ? "109999999" : "199999999";
+    const std::string line = "seq 100000000 " + last + "; until [ -e " + inWorkspace("go") + " ]; do sleep 0.01; done";
+    const JsonObject command{ { "command", "sh" }, { "args", { "-c", line } }, { "outputByteLimit", 1000 } };
+    const JsonObject terminal{ { "terminalId", "${result.terminalId}" } };
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").send(request(5, "terminal/create", command)).expectResponse(5);
+    scenario.send(request(6, "terminal/wait_for_exit", terminal));
+    // The agent goes on asking and telling while the command prints.
+    for (int id = 100; id < 100 + questions; ++id) {
+        scenario.send(request(id, "terminal/none", {})).chunk("{n}").expectResponse(id);
+    }
+    openInWorkspace(scenario.waitForFile("end").replyTo("session/prompt"));
+    events.clear();
+    prompt();
+    std::size_t beats = 0;
+    const auto beat = [&] {
+        bool came = false;
+        mainThread.post([&came] { came = true; });
+        mainThread.waitAndDrain(std::chrono::milliseconds(20));
+        beats += came ? 1 : 0;
+        return came;
+    };
+    while (!answerTo(100 + questions - 1)) {
+        ASSERT_TRUE(beat());
+        ASSERT_LT(beats, 100'000U) << report();
+    }
+    EXPECT_FALSE(answerTo(6)) << "the command has not ended";
+    put("go", "");
+    while (!answerTo(6)) {
+        ASSERT_TRUE(beat());
+        ASSERT_LT(beats, 100'000U) << report();
+    }
+    EXPECT_EQ(events.size(), static_cast<std::size_t>(questions)) << "the updates of the agent and nothing of the command; " << report();
+    EXPECT_EQ(waitForAnswer(6), result(6, { { "exitCode", 0 }, { "signal", nullptr } }));
+}
+
 TEST_F(ACPClientToolsTest, StopEndsTheCommandsOfTheAgent)
 {
     const JsonObject command{ { "command", "sh" }, { "args", { "-c", "echo $$ > " + inWorkspace("pid") + "; exec sleep 600" } } };

@@ -266,6 +266,13 @@ TEST_F(TerminalManagerTest, AMillionBytesAreKeptUnlessTheAgentSaysOtherwise)
     EXPECT_EQ(snapshot(more).at("truncated"), Json(true));
 }
 
+TEST_F(TerminalManagerTest, ALimitWrittenAsAFractionIsAWholeNumber)
+{
+    const std::string id = create({ { "command", "echo" }, { "args", { "text" } }, { "outputByteLimit", 3.0 } });
+    waitForExit(id);
+    EXPECT_EQ(outputOf(id), "xt\n");
+}
+
 TEST_F(TerminalManagerTest, ANegativeLimitCountsAsZero)
 {
     const std::string id = create({ { "command", "echo" }, { "args", { "text" } }, { "outputByteLimit", -5 } });

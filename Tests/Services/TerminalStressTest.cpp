@@ -5,6 +5,8 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <future>
 #include <map>
 #include <random>
 #include <signal.h>
@@ -37,6 +39,31 @@ std::size_t children()
         }
     }
     return count;
+}
+
+// A sanitizer keeps memory of its own and takes its time.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isSanitized = true;
+#else
+constexpr bool isSanitized = false;
+#endif
+
+// From here on the most memory that this process holds is counted anew. On Linux only.
+void forgetPeakMemory()
+{
+    std::ofstream("/proc/self/clear_refs") << 5;
+}
+
+// In bytes; 0 where the system does not tell.
+std::size_t peakMemory()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmHWM:")) {
+            return std::stoul(line.substr(line.find_first_of("0123456789"))) * 1024;
+        }
+    }
+    return 0;
 }
 
 // What is known to be true of one terminal, kept beside the manager under test.
@@ -145,4 +172,46 @@ TEST(TerminalStressTest, FiveHundredTerminalsInRandomOrderAnswerAsTheModelSays)
         std::this_thread::yield();
     }
     EXPECT_LE(openDescriptors(), descriptorsBefore + 8);
+}
+
+// Numbered lines of ten bytes, so that each byte of what is kept is known.
+TEST(TerminalStressTest, AGigabyteOfOutputKeepsItsEndWithinTheLimitAndAConstant)
+{
+    constexpr std::size_t limit = 1'000'000;
+    constexpr std::size_t slack = std::size_t{ 8 } << 20;
+    constexpr int first = 100'000'000;
+    constexpr int last = isSanitized ? 109'999'999 : 199'999'999;
+    TerminalManager manager(Environment{ { "PATH", "/usr/bin:/bin" } });
+    forgetPeakMemory();
+    const std::size_t before = peakMemory();
+    const auto id = manager.create(
+        { { "command", "seq" }, { "args", { std::to_string(first), std::to_string(last) } }, { "outputByteLimit", limit } });
+    ASSERT_TRUE(id);
+    std::promise<JsonObject> end;
+    auto ended = end.get_future();
+    ASSERT_TRUE(manager.waitForExit(id.value(), [&](JsonObject exitStatus) { end.set_value(std::move(exitStatus)); }));
+
+    // Whenever somebody looks, the rules hold: whole numbered lines to the end, no more than the limit, truncated for good.
+    std::size_t looks = 0;
+    for (bool wasTruncated = false; ended.wait_for(20ms) != std::future_status::ready; ++looks) {
+        ASSERT_LT(looks, 6000U) << "two minutes";
+        const auto snapshot = manager.snapshot(id.value());
+        ASSERT_TRUE(snapshot);
+        const std::size_t size = snapshot.value().at("output").as_string().size();
+        EXPECT_LE(size, limit);
+        EXPECT_TRUE(!wasTruncated || (size == limit && snapshot.value().at("truncated") == Json(true)));
+        wasTruncated = snapshot.value().at("truncated").as_bool();
+    }
+    EXPECT_GT(looks, 1U) << "nobody was held up";
+    EXPECT_EQ(ended.get().at("exitCode"), Json(0));
+    if (!isSanitized) {
+        EXPECT_LT(peakMemory() - before, 2 * limit + slack) << "the buffer, and the copy of it that a look takes";
+    }
+    std::string expected;
+    for (int line = last - static_cast<int>(limit / 10) + 1; line <= last; ++line) {
+        expected += std::to_string(line) + "\n";
+    }
+    EXPECT_EQ(manager.snapshot(id.value()).value(),
+        (JsonObject{ { "output", expected }, { "truncated", true }, { "exitStatus", { { "exitCode", 0 }, { "signal", nullptr } } } }));
+    manager.releaseAll();
 }
