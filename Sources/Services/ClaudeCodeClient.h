@@ -1,15 +1,21 @@
 #pragma once
 
 #include "Models/GrokPermissionMode.h"
-#include "Platform/ChildProcess.h"
 #include "Platform/MainThread.h"
+#include "Platform/SerialQueue.h"
 #include "Services/AgentClient.h"
+#include "Services/ClaudeCodeTurn.h"
+#include "Services/Completion.h"
 #include "Services/Locators.h"
+#include "Services/RuntimeChild.h"
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tessarin
 {
@@ -18,7 +24,7 @@ namespace tessarin
 // channel on which the session is initialized and permission is asked for.
 // Made by `make`, held by std::shared_ptr: the reader of the child holds it weakly. See AgentClient for threads and order of use.
 // One `start` runs per client. onReplayStarted and onReplayFailed are never called.
-class ClaudeCodeClient final : public AgentClient, public std::enable_shared_from_this<ClaudeCodeClient>
+class ClaudeCodeClient final : public AgentClient, public RuntimeChild::Listener, public std::enable_shared_from_this<ClaudeCodeClient>
 {
 public:
     struct Configuration {
@@ -49,7 +55,72 @@ public:
     void stop() override;
 
 private:
+    // Plays a runtime without a process; for fuzz targets.
+    friend struct ClaudeCodeClientPeer;
+
     ClaudeCodeClient(Configuration configuration, MainThread& mainThread);
+
+    // What one `start` carries from step to step.
+    struct Opening {
+        std::string sessionID;
+        bool resume = false;
+        Completion<AgentStartResult> done;
+    };
+    // What answers a control request: the response, or why there is none.
+    using ControlReply = Result<JsonObject, AgentError>;
+    using ControlCompletion = std::function<void(const ControlReply&)>;
+    struct PendingPermission {
+        std::string controlRequestID;
+        JsonObject input; // goes back as it came
+    };
+
+    // Opening a session, in the order in which the steps run.
+    [[nodiscard]] static Opening opening(std::optional<std::string> existingSessionID, StartCompletion completion);
+    void launch(Opening opening) REQUIRES(*m_queue);
+    [[nodiscard]] Result<void, AgentError> launchProcess(const Opening& opening) REQUIRES(*m_queue);
+    void initialize(Opening opening) REQUIRES(*m_queue);
+    void initialized(const ControlReply& reply, const Opening& opening) REQUIRES(*m_queue);
+
+    // A turn.
+    void startTurn(const std::string& prompt, Completion<JsonObject> done) REQUIRES(*m_queue);
+    void cancelTurn() REQUIRES(*m_queue);
+
+    // The end.
+    void stopOnQueue() REQUIRES(*m_queue);
+    void writeFailed(const SystemError& error) override;
+    void childEnded(ChildEnd end) override;
+    void failPending(const AgentError& error) REQUIRES(*m_queue);
+
+    // What arrives.
+    void handleLine(std::string_view line) override;
+    void handle(JsonObject& message) REQUIRES(*m_queue);
+    void handleSystem(const JsonObject& event) REQUIRES(*m_queue);
+    void handleStreamEvent(JsonObject& event) REQUIRES(*m_queue);
+    void handleAssistant(JsonObject& event) REQUIRES(*m_queue);
+    void handleResult(const JsonObject& event) REQUIRES(*m_queue);
+    void handleRateLimit(const JsonObject& event) REQUIRES(*m_queue);
+    void emitUpdate(SessionUpdate update) REQUIRES(*m_queue);
+
+    // The control channel.
+    void sendControlRequest(JsonObject request, ControlCompletion completion) REQUIRES(*m_queue);
+    void handleControlResponse(const JsonObject& message) REQUIRES(*m_queue);
+    void handleControlRequest(const JsonObject& message) REQUIRES(*m_queue);
+    void askPerson(const std::string& controlRequestID, const JsonObject& request, const JsonObject& input) REQUIRES(*m_queue);
+    void answerPermission(std::int64_t id, std::string_view optionID) REQUIRES(*m_queue);
+
+    // Constant after construction.
+    const Configuration m_configuration;
+    const std::shared_ptr<SerialQueue> m_queue;
+    const std::shared_ptr<RuntimeChild> m_child; // used on the queue but for `open` and `close`
+
+    // On the queue only.
+    std::optional<std::string> m_sessionID GUARDED_BY(*m_queue); // the runtime may give the session another one
+    std::int64_t m_nextControlRequestID GUARDED_BY(*m_queue) = 1;
+    std::int64_t m_nextPermissionID GUARDED_BY(*m_queue) = 100000;
+    std::map<std::string, ControlCompletion> m_controlCompletions GUARDED_BY(*m_queue);
+    std::map<std::int64_t, PendingPermission> m_permissions GUARDED_BY(*m_queue); // shown and not answered
+    std::optional<Completion<JsonObject>> m_promptCompletion GUARDED_BY(*m_queue); // while a turn runs
+    ClaudeCodeTurn m_turn GUARDED_BY(*m_queue); // the current one, or the last
 };
 
 } // namespace tessarin
