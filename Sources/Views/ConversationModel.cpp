@@ -3,6 +3,7 @@
 #include "App/AppModel.h"
 #include "Views/ConversationRules.h"
 #include "Views/PlanRules.h"
+#include "Views/ProviderStatusRules.h"
 
 #include <algorithm>
 
@@ -41,6 +42,7 @@ void ConversationModel::attach(std::shared_ptr<AppModel> model)
     checkAgain();
     readModes();
     readConnection();
+    readProvider();
 }
 
 void ConversationModel::note(const ModelChange& change)
@@ -55,16 +57,23 @@ void ConversationModel::note(const ModelChange& change)
         readConnection();
         break;
     case ModelChange::Kind::connectionState:
-    case ModelChange::Kind::activeProvider:
     case ModelChange::Kind::permissionRequest:
         readConnection();
         readModes();
+        break;
+    case ModelChange::Kind::activeProvider:
+        readConnection();
+        readProvider();
+        break;
+    case ModelChange::Kind::providerUsage:
+        readProvider();
         break;
     case ModelChange::Kind::plan:
         readPlan();
         break;
     case ModelChange::Kind::modes:
         readModes();
+        readProvider();
         checkAgain();
         break;
     case ModelChange::Kind::installStatus:
@@ -84,7 +93,6 @@ void ConversationModel::note(const ModelChange& change)
         break;
     case ModelChange::Kind::errorMessage:
     case ModelChange::Kind::cliLog:
-    case ModelChange::Kind::providerUsage:
     case ModelChange::Kind::section:
     case ModelChange::Kind::copiedCommand:
         break;
@@ -111,6 +119,20 @@ void ConversationModel::readConnection()
     m_workingText = ConversationRules::workingText(m_model->activeProvider());
     m_canSend = m_model->canSend();
     emit connectionChanged();
+}
+
+void ConversationModel::readProvider()
+{
+    const auto active = m_model->activeProvider();
+    const auto& reports = m_model->providerUsage();
+    const auto report = active ? reports.find(*active) : reports.end();
+    const ProviderUsage* usage = report == reports.end() ? nullptr : &report->second;
+    m_providerSymbol = ProviderStatusRules::symbol(active);
+    m_providerLabel = QString::fromStdString(m_model->activeProviderLabel());
+    m_providerHelp = ProviderStatusRules::help(active, usage, m_model->routingMode());
+    m_usageText = ProviderStatusRules::usageText(usage);
+    m_usageTint = ProviderStatusRules::usageTint(usage);
+    emit providerChanged();
 }
 
 void ConversationModel::readPlan()

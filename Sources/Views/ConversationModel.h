@@ -30,6 +30,11 @@ class ConversationModel : public QObject
     Q_PROPERTY(QString projectName MEMBER m_projectName NOTIFY taskChanged)
     Q_PROPERTY(QString connectionLabel MEMBER m_connectionLabel NOTIFY connectionChanged)
     Q_PROPERTY(tessarin::Tint::Value connectionTint MEMBER m_connectionTint NOTIFY connectionChanged)
+    Q_PROPERTY(QString providerSymbol MEMBER m_providerSymbol NOTIFY providerChanged)
+    Q_PROPERTY(QString providerLabel MEMBER m_providerLabel NOTIFY providerChanged)
+    Q_PROPERTY(QString providerHelp MEMBER m_providerHelp NOTIFY providerChanged)
+    Q_PROPERTY(QString usageText MEMBER m_usageText NOTIFY providerChanged)
+    Q_PROPERTY(tessarin::Tint::Value usageTint MEMBER m_usageTint NOTIFY providerChanged)
     Q_PROPERTY(bool isWorking MEMBER m_isWorking NOTIFY connectionChanged)
     Q_PROPERTY(QString workingText MEMBER m_workingText NOTIFY connectionChanged)
     Q_PROPERTY(bool canSend MEMBER m_canSend NOTIFY connectionChanged)
@@ -65,6 +70,7 @@ public:
 signals:
     void taskChanged();
     void connectionChanged();
+    void providerChanged();
     void runnableChanged();
     void planChanged();
     void modesChanged();
@@ -73,6 +79,7 @@ private:
     [[nodiscard]] const std::vector<ChatEntry>& modelEntries() const;
     void readTask();
     void readConnection();
+    void readProvider();
     void readPlan();
     void readModes();
 
@@ -86,6 +93,11 @@ private:
     QString m_projectName;
     QString m_connectionLabel;
     Tint::Value m_connectionTint = Tint::Secondary;
+    QString m_providerSymbol;
+    QString m_providerLabel;
+    QString m_providerHelp;
+    QString m_usageText;
+    Tint::Value m_usageTint = Tint::Secondary;
     bool m_isWorking = false;
     QString m_workingText;
     bool m_canSend = false;

@@ -1,7 +1,7 @@
 import QtQuick
 import Tessarin
 
-// Title and folder of the task at the left, the connection at the right.
+// Title and folder of the task at the left, provider and connection at the right.
 Item {
     id: root
 
@@ -25,7 +25,7 @@ Item {
     Column {
         anchors.left: toggle.right
         anchors.leftMargin: Theme.space12
-        anchors.right: status.left
+        anchors.right: pill.left
         anchors.rightMargin: Theme.space24
         anchors.verticalCenter: parent.verticalCenter
 
@@ -42,6 +42,15 @@ Item {
             font: Theme.captionFont
             color: Theme.secondaryText
         }
+    }
+
+    ProviderStatusPill {
+        id: pill
+
+        anchors.right: status.left
+        anchors.rightMargin: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        conversation: root.conversation
     }
 
     StatusLabel {

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Tessarin
 
-// A tool tip. It exists only while it is wanted.
+// A tool tip, above its control, or below where the window ends. It exists only while it is wanted.
 LazyItem {
     id: root
 
@@ -19,7 +19,7 @@ LazyItem {
         id: tip
 
         x: root.width - width > 0 ? (root.width - width) / 2 : 0
-        y: -height - Theme.space6
+        y: root.mapToItem(null, 0, 0).y < height + 2 * Theme.space6 ? root.height + Theme.space6 : -height - Theme.space6
         margins: Theme.space6
         leftPadding: Theme.space8
         rightPadding: Theme.space8
@@ -39,7 +39,7 @@ LazyItem {
             text: tip.text
             font: Theme.captionFont
             color: Theme.text
-            wrapMode: Text.WrapAnywhere
+            wrapMode: Text.Wrap
         }
 
         background: Rectangle {

@@ -175,6 +175,7 @@ QtObject {
     readonly property int sheetListHeight: 260
     readonly property int menuMinimum: 180
     readonly property int toolTipMaximum: 420
+    readonly property int usageMaximum: 160
     readonly property int bannerLines: 3
     readonly property real planShare: 0.4
     readonly property int tableCellMaximum: 360
