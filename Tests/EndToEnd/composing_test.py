@@ -72,6 +72,22 @@ class Composing(WindowCase):
         self.assertEqual(self.composer.text, 'two')
         self.assertEqual(self.desk.prompts('grok'), ['one'])
 
+    def test_TheDraftStaysWhileThePersonLooksAtAnotherTask(self):
+        self.start(opening(), turn(says('Understood.')))
+        self.write('half a thought')
+        self.window.key('Ctrl+N')
+        self.window.wait(lambda: len(self.window.find_all('list item', '=New task')) == 2, what='the second task')
+        self.assertEqual(self.composer.text, 'half a thought')
+        self.window.click_on('list item', '=New task', index=1)
+        self.assertEqual(self.composer.text, 'half a thought')
+
+    def test_ThePersonCanTypeAtOnceAfterAButtonHasSent(self):
+        self.start(opening(), turn(says('Understood.')))
+        self.window.click_on('~button', '=Explain this project')
+        self.reads('Understood.')
+        self.window.type('and now')
+        self.window.wait(lambda: self.composer.text == 'and now', what='the words in the composer')
+
     def test_WhatIsTypedArrivesAsItIs(self):
         text = 'Grüße an "日本" <b>& \\n `code` 😀'
         self.start(opening(), turn(says('Understood.')))

@@ -71,6 +71,11 @@ class Window(WindowCase):
         self.window.key('Ctrl+C')
         self.window.wait(lambda: self.window.clipboard() == 'In', what='the word in the clipboard')
 
+    def test_AFirstStartHasItsUsualSize(self):
+        self.open()
+        self.reads('Subscription-first')
+        self.window.wait(lambda: self.window.xwindows()[self.window.xwindow(TITLE)][1][2:] == (1180, 760), what='the usual size')
+
     def test_TheWindowComesBackInItsSize(self):
         self.start()
         self.window.place(TITLE, 20, 30, 1100, 700)

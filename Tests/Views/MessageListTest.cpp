@@ -59,6 +59,75 @@ TEST_F(MessageListTest, OpensAtItsEnd)
     EXPECT_NEAR(bottomOf(199), 500 - 20, 1);
 }
 
+TEST_F(MessageListTest, AShortTaskBeginsBelowItsUpperMargin)
+{
+    fill(2);
+    open();
+    EXPECT_EQ(row(0)->mapToItem(list, QPointF()).y(), 24);
+    append(ChatEntryKind::assistant, "one more");
+    EXPECT_TRUE(QmlFixture::becomes([this] { return row(2) != nullptr; }));
+    EXPECT_EQ(row(0)->mapToItem(list, QPointF()).y(), 24);
+}
+
+TEST_F(MessageListTest, ATaskThatJustFillsTheViewKeepsItsLowerMargin)
+{
+    fill(2);
+    open();
+    const double rows = bottomOf(1) - 24;
+    qml.view().resize(800, static_cast<int>(rows) + 24 + 8);
+    EXPECT_TRUE(QmlFixture::becomes([&] { return std::abs(bottomOf(1) - (rows + 24 + 8 - 20)) < 2; })) << bottomOf(1);
+}
+
+TEST_F(MessageListTest, TheKeysScrollAsFarAsTheListGoes)
+{
+    fill(100);
+    open();
+    list->forceActiveFocus(Qt::TabFocusReason);
+    const double end = contentY();
+    QTest::keyClick(&qml.view(), Qt::Key_PageDown);
+    EXPECT_EQ(contentY(), end);
+    QTest::keyClick(&qml.view(), Qt::Key_PageUp);
+    EXPECT_EQ(contentY(), end - (500 - 36));
+    QTest::keyClick(&qml.view(), Qt::Key_Down);
+    EXPECT_EQ(contentY(), end - (500 - 36) + 36);
+    QTest::keyClick(&qml.view(), Qt::Key_End);
+    EXPECT_TRUE(isAtEnd());
+}
+
+TEST_F(MessageListTest, TheFocusOfTheListIsSeenButNotThatOfAText)
+{
+    append(ChatEntryKind::user, "hello");
+    open();
+    const QQuickItem* ring = QmlFixture::items(qml.view().contentItem(), "ScrollFocus").value(0);
+    ASSERT_NE(ring, nullptr);
+    EXPECT_FALSE(ring->isVisible());
+    list->forceActiveFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(ring->isVisible());
+    QmlFixture::items(list, "SelectableText").value(0)->forceActiveFocus();
+    EXPECT_FALSE(ring->isVisible());
+}
+
+TEST_F(MessageListTest, ALongOutputIsScrolledByKeys)
+{
+    append(ChatEntryKind::tool, std::string(400, 'x') + std::string(60, '\n') + "end");
+    open();
+    QMetaObject::invokeMethod(QmlFixture::items(list, "ToolCardHead").value(0), "clicked");
+    QQuickItem* output = QmlFixture::items(list, "ToolOutput").value(0);
+    ASSERT_NE(output, nullptr);
+    QQuickItem* view = QmlFixture::items(output, "QQuickFlickable").value(0);
+    ASSERT_NE(view, nullptr);
+    EXPECT_TRUE(QmlFixture::becomes([&] { return view->property("activeFocusOnTab").toBool(); }));
+    view->forceActiveFocus(Qt::TabFocusReason);
+    QTest::keyClick(&qml.view(), Qt::Key_Right);
+    QTest::keyClick(&qml.view(), Qt::Key_Down);
+    EXPECT_EQ(view->property("contentX").toDouble(), 36);
+    EXPECT_EQ(view->property("contentY").toDouble(), 36);
+    QTest::keyClick(&qml.view(), Qt::Key_Left);
+    QTest::keyClick(&qml.view(), Qt::Key_Home);
+    EXPECT_EQ(view->property("contentX").toDouble(), 0);
+    EXPECT_EQ(view->property("contentY").toDouble(), 0);
+}
+
 TEST_F(MessageListTest, AHundredThousandEntriesHaveOnlyTheirVisibleRows)
 {
     fill(100000);

@@ -21,6 +21,16 @@ Rectangle {
         }
     }
 
+    // The button is out of reach when there is nothing to send; so the focus goes where the next message is typed.
+    function press() {
+        if (conversation.isWorking) {
+            conversation.stopWorking()
+        } else {
+            submit()
+        }
+        takeFocus()
+    }
+
     implicitHeight: field.height + controls.height + Theme.space12 + 2 * Theme.space8
     radius: Theme.radiusExtraLarge
     color: Theme.card
@@ -67,8 +77,8 @@ Rectangle {
         SendButton {
             anchors.right: parent.right
             working: root.conversation.isWorking
-            enabled: working || (root.conversation.canSend && root.text.trim() !== "")
-            onClicked: working ? root.conversation.stopWorking() : root.submit()
+            enabled: working || (root.conversation.canSend && root.conversation.promptToSend(root.text) !== "")
+            onClicked: root.press()
         }
     }
 }

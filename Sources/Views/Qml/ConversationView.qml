@@ -72,7 +72,10 @@ Item {
     Component {
         id: empty
 
-        EmptyConversationView { conversation: root.conversation }
+        EmptyConversationView {
+            conversation: root.conversation
+            onSent: root.focusComposer()
+        }
     }
 
     Component {

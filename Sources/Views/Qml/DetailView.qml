@@ -15,6 +15,8 @@ Item {
     clip: true
 
     LazyItem {
+        id: body
+
         anchors.fill: parent
         sourceComponent: root.windowModel.conversation.hasProject ? conversation : welcome
     }
@@ -47,7 +49,10 @@ Item {
         visible: opacity > 0
         opacity: shown ? 1 : 0
         message: root.windowModel.errorMessage
-        onDismiss: root.windowModel.dismissError()
+        onDismiss: {
+            root.windowModel.dismissError()
+            body.forceActiveFocus()
+        }
 
         readonly property bool shown: root.windowModel.hasError
 

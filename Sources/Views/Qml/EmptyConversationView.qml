@@ -7,6 +7,8 @@ Item {
 
     required property ConversationModel conversation
 
+    signal sent()
+
     Column {
         anchors.centerIn: parent
         width: parent.width - 2 * Theme.columnInset
@@ -39,9 +41,9 @@ Item {
             topPadding: Theme.space12
             spacing: Theme.space8
 
-            PromptChip { text: "Explain this project"; conversation: root.conversation }
-            PromptChip { text: "Find and fix a bug"; conversation: root.conversation }
-            PromptChip { text: "Add a new feature"; conversation: root.conversation }
+            PromptChip { text: "Explain this project"; conversation: root.conversation; onClicked: root.sent() }
+            PromptChip { text: "Find and fix a bug"; conversation: root.conversation; onClicked: root.sent() }
+            PromptChip { text: "Add a new feature"; conversation: root.conversation; onClicked: root.sent() }
         }
     }
 }

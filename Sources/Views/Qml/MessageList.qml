@@ -38,8 +38,8 @@ ListView {
 
     function toEnd() {
         forceLayout() // with the heights that the rows have now
-        positionViewAtEnd()
-        contentY += bottomMargin
+        positionViewAtEnd() // it knows nothing of the margins
+        contentY = Math.max(originY - topMargin, originY + contentHeight + bottomMargin - height)
     }
 
     function stay() {
@@ -51,6 +51,14 @@ ListView {
     function open() {
         settling = 3
         toEnd()
+        askForFrame()
+    }
+
+    // There is none by itself where nothing moves.
+    function askForFrame() {
+        if (Window.window !== null && settling > 0) {
+            Window.window.update()
+        }
     }
 
     function follow() {
@@ -66,12 +74,15 @@ ListView {
         }
     }
 
+    ScrollFocus { view: root }
+
     Connections {
         target: root.settling > 0 ? root.Window.window : null
 
         function onAfterAnimating() {
             root.settling -= 1
             root.toEnd()
+            root.askForFrame()
         }
     }
 

@@ -38,16 +38,29 @@ Rectangle {
         active: root.expanded
 
         sourceComponent: ListView {
+            id: steps
+
             // A list without height has no rows to measure, so it begins with the least that they need.
             implicitHeight: Math.min(Math.max(contentHeight, count * Theme.rowPlan), root.most)
             clip: true
             boundsBehavior: Flickable.StopAtBounds
+            activeFocusOnTab: contentHeight > height
+            keyNavigationEnabled: false
             model: root.plan
+            Keys.onPressed: event => keys.press(event)
             Accessible.role: Accessible.List
             Accessible.name: root.label
             T.ScrollBar.vertical: ThinScrollBar {}
 
             delegate: PlanStep {}
+
+            ScrollKeys {
+                id: keys
+
+                view: steps
+            }
+
+            ScrollFocus { view: steps }
         }
     }
 }

@@ -17,5 +17,6 @@ Item {
         drag.minimumX: Theme.sidebarMinimum
         drag.maximumX: Theme.sidebarMaximum
         drag.threshold: 0
+        drag.smoothed: false
     }
 }

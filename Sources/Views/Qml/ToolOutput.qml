@@ -39,8 +39,18 @@ Item {
         contentHeight: text.height
         boundsBehavior: Flickable.StopAtBounds
         clip: true
+        activeFocusOnTab: contentWidth > width || contentHeight > height
+        Accessible.role: Accessible.Pane
+        Accessible.name: root.label
+        Keys.onPressed: event => keys.press(event)
         T.ScrollBar.vertical: ThinScrollBar {}
         T.ScrollBar.horizontal: ThinScrollBar {}
+
+        ScrollKeys {
+            id: keys
+
+            view: view
+        }
 
         PlainPages {
             id: text
@@ -53,5 +63,10 @@ Item {
             lineHeight: Theme.lineCodeSmall
             font: Theme.codeSmallFont
         }
+    }
+
+    ScrollFocus {
+        view: view
+        inset: Theme.space8
     }
 }
