@@ -47,6 +47,7 @@ Result<void, std::string> RuntimeChild::launch(const ChildLaunch& launch)
     if (!launched)
         return Failure{ launched.error() };
     m_process = std::move(launched).value();
+    m_input = [process = m_process](std::string line) { process->write(std::move(line)); };
     m_isConnected = true;
     m_inputFailure.reset();
     return {};
@@ -140,8 +141,8 @@ void RuntimeChild::write(const JsonObject& message)
     auto line = JsonRpc::line(message);
     if (!line)
         return;
-    if (m_process && !m_inputFailure)
-        return m_process->write(std::move(*line));
+    if (m_input && !m_inputFailure)
+        return m_input(std::move(*line));
     const auto listener = m_listener.lock();
     if (m_inputFailure && listener)
         listener->writeFailed(SystemError(*m_inputFailure));
@@ -150,6 +151,7 @@ void RuntimeChild::write(const JsonObject& message)
 void RuntimeChild::stop()
 {
     m_queue->assertCurrent();
+    m_input = nullptr;
     if (!m_process)
         return;
     m_isConnected = false;

@@ -6,6 +6,7 @@
 #include "Services/EventOutbox.h"
 #include "Services/LineReader.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -106,6 +107,7 @@ private:
     // On the queue only.
     EventOutbox m_outbox GUARDED_BY(*m_queue);
     std::shared_ptr<ChildProcess> m_process GUARDED_BY(*m_queue); // from a launch to `stop`
+    std::function<void(std::string line)> m_input GUARDED_BY(*m_queue); // of the process, as long
     bool m_isConnected GUARDED_BY(*m_queue) = false;
     std::optional<SystemError> m_inputFailure GUARDED_BY(*m_queue); // why nothing can be written
     LineReader m_lines GUARDED_BY(*m_queue);

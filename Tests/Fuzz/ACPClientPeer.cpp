@@ -24,4 +24,18 @@ void ACPClientPeer::play(ACPClient& client, std::string storedSessionID, Waiting
     });
 }
 
+void ACPClientPeer::converse(
+    ACPClient& client, std::function<void(std::string line)> onLine, const std::function<std::optional<std::string>()>& nextLine)
+{
+    client.m_child->open(client.shared_from_this());
+    client.m_queue->sync([&] {
+        client.m_queue->assertCurrent();
+        RuntimeChildPeer::connect(*client.m_child, std::move(onLine));
+        client.m_sessionId = "session";
+        while (const auto line = nextLine()) {
+            RuntimeChildPeer::read(*client.m_child, *line);
+        }
+    });
+}
+
 } // namespace tessarin

@@ -126,7 +126,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto provider = std::array{ AgentProvider::grok, AgentProvider::kimi, AgentProvider::glm }[choice / 65 % 3];
     const Expected expected = expectedOf(output);
     if (expected.asksForFilesOrPrograms) {
-        return 0; // whatever an input says, nothing outside of this process is touched
+        return 0; // nothing outside of this process is touched here; AgentRequestsFuzzer plays those
     }
     const Told whole = play({ output }, provider);
     fuzzRequire(whole.updates == expected.updates, "each update arrives once and in order, and nothing else does");
