@@ -118,16 +118,6 @@ TEST_F(AppModelPromptsTest, APinnedRuntimeThatIsMissingIsNoSubscriptionRuntime)
     }
 }
 
-TEST_F(AppModelPromptsTest, ARuntimeWithoutAClientTakesNoTurn)
-{
-    runtime.script("kimi", oneTurn("Hello"));
-    openProject({ "codex", "claude", "kimi" });
-    runTurn("Hi");
-    EXPECT_EQ(model->activeProvider(), AgentProvider::kimi);
-    EXPECT_FALSE(runtime.hasStarted("codex"));
-    EXPECT_FALSE(runtime.hasStarted("claude"));
-}
-
 TEST_F(AppModelPromptsTest, ASecondPromptOnTheSameProviderReusesTheClientWithTextOfItsOwn)
 {
     Scenario scenario = oneTurn("One");

@@ -194,15 +194,16 @@ TEST_F(AppModelStateTest, GlmIsRunnableWithAModelOfTheCodingPlanOnly)
     EXPECT_TRUE(model->hasRunnableProvider());
 }
 
-TEST_F(AppModelStateTest, ARuntimeWithoutAClientIsNotRunnable)
+TEST_F(AppModelStateTest, EveryInstalledRuntimeIsRunnable)
 {
-    install({ "codex", "claude" });
     openModel();
-    EXPECT_FALSE(model->hasRunnableProvider());
-    model->setRoutingMode(ProviderRoutingMode::codex);
-    EXPECT_FALSE(model->hasRunnableProvider());
-    model->setRoutingMode(ProviderRoutingMode::claude);
-    EXPECT_FALSE(model->hasRunnableProvider());
+    for (const auto& [program, mode] : { std::pair("grok", ProviderRoutingMode::grok), std::pair("codex", ProviderRoutingMode::codex),
+             std::pair("kimi", ProviderRoutingMode::kimi), std::pair("claude", ProviderRoutingMode::claude) }) {
+        model->setRoutingMode(mode);
+        EXPECT_FALSE(model->hasRunnableProvider()) << program;
+        install({ program });
+        EXPECT_TRUE(model->hasRunnableProvider()) << program;
+    }
 }
 
 TEST_F(AppModelStateTest, ClearErrorTakesTheBannerAwayAndLeavesTheState)

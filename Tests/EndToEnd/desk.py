@@ -72,7 +72,8 @@ class Desk:
         for file in os.listdir(self.scripts):
             if file.startswith(name + '.') and file.endswith('.record.jsonl'):
                 number = int(file.split('.')[1])
-                if any(message.get('method') == 'initialize' for message in self.received(name, number)):
+                if any('initialize' in (message.get('method'), message.get('request', {}).get('subtype'))
+                       for message in self.received(name, number)):
                     numbers.append(number)
         return sorted(numbers)
 
