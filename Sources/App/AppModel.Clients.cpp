@@ -3,10 +3,33 @@
 #include "App/FriendlyError.h"
 #include "App/InstallMessage.h"
 #include "Services/ACPClient.h"
+#include "Services/ClaudeCodeClient.h"
+#include "Services/CodexAppServerClient.h"
 #include "Services/Locators.h"
 
 namespace tessarin
 {
+namespace
+{
+
+// Those runtimes that speak the Agent Client Protocol.
+ACPClient::Configuration acpConfiguration(AgentProvider provider, std::string executable, const std::string& workspacePath,
+    GrokPermissionMode permissionMode, const RuntimeContext& context)
+{
+    auto configuration = ACPClient::Configuration::grok(std::move(executable), workspacePath, std::nullopt, permissionMode, context);
+    configuration.provider = provider;
+    if (provider == AgentProvider::kimi) {
+        configuration.processArguments = { "acp" };
+        configuration.processEnvironment = KimiLocator::subscriptionEnvironment(context);
+    } else if (provider == AgentProvider::glm) {
+        configuration.model = OpenCodeLocator::configuredModel(context);
+        configuration.processArguments = { "acp", "--cwd", workspacePath };
+        configuration.processEnvironment = OpenCodeLocator::subscriptionEnvironment(context);
+    }
+    return configuration;
+}
+
+} // namespace
 
 // Where a runtime of this provider is; absent where none can take a turn.
 std::optional<std::string> AppModel::usableExecutable(AgentProvider provider) const
@@ -23,10 +46,10 @@ std::optional<std::string> AppModel::usableExecutable(AgentProvider provider) co
         }
         return OpenCodeLocator::findExecutable(context);
     case AgentProvider::codex:
+        return CodexLocator::findExecutable(context);
     case AgentProvider::claude:
-        break;
+        return ClaudeLocator::findExecutable(context);
     }
-    // No client speaks to Codex or Claude Code, so no turn goes to them, installed or not.
     return std::nullopt;
 }
 
@@ -37,25 +60,21 @@ std::shared_ptr<AgentClient> AppModel::makeClient(AgentProvider provider, const 
         return nullptr;
     }
     const RuntimeContext& context = m_surroundings.runtimes;
-    auto configuration = ACPClient::Configuration::grok(*executable, workspacePath, std::nullopt, m_permissionMode, context);
-    configuration.provider = provider;
+    MainThread& mainThread = m_surroundings.mainThread;
     switch (provider) {
-    case AgentProvider::grok:
-        break;
-    case AgentProvider::kimi:
-        configuration.processArguments = { "acp" };
-        configuration.processEnvironment = KimiLocator::subscriptionEnvironment(context);
-        break;
-    case AgentProvider::glm:
-        configuration.model = OpenCodeLocator::configuredModel(context);
-        configuration.processArguments = { "acp", "--cwd", workspacePath };
-        configuration.processEnvironment = OpenCodeLocator::subscriptionEnvironment(context);
-        break;
     case AgentProvider::codex:
+        return CodexAppServerClient::make(
+            { *executable, workspacePath, m_permissionMode, CodexLocator::subscriptionEnvironment(context) }, mainThread);
     case AgentProvider::claude:
-        return nullptr;
+        return ClaudeCodeClient::make({ *executable, workspacePath, ClaudeLocator::configuredModel(context), m_permissionMode,
+                                          ClaudeLocator::subscriptionEnvironment(context) },
+            mainThread);
+    case AgentProvider::grok:
+    case AgentProvider::kimi:
+    case AgentProvider::glm:
+        break;
     }
-    return ACPClient::make(std::move(configuration), m_surroundings.mainThread);
+    return ACPClient::make(acpConfiguration(provider, *executable, workspacePath, m_permissionMode, context), mainThread);
 }
 
 void AppModel::startClient(AgentProvider provider, std::function<void()> afterReady)
@@ -98,9 +117,9 @@ void AppModel::setCallbacks(const std::shared_ptr<AgentClient>& client)
             model->handle(update);
         }
     };
-    client->onPermissionRequest = [weak](PermissionRequest request) {
+    client->onPermissionRequest = [weak, weakClient = std::weak_ptr(client)](PermissionRequest request) {
         if (const auto model = weak.lock()) {
-            model->setPermissionRequest(std::move(request));
+            model->receivePermission(weakClient, std::move(request));
         }
     };
     client->onLog = [weak](const std::string& text) {
@@ -122,6 +141,7 @@ void AppModel::setCallbacks(const std::shared_ptr<AgentClient>& client)
     client->onUnexpectedTermination = [weak, weakClient = std::weak_ptr(client)](const std::string& text) {
         const auto model = weak.lock();
         if (model && model->isCurrent(weakClient)) {
+            model->forgetAsker(weakClient);
             model->fail(text, text);
         }
     };

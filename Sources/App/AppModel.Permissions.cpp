@@ -24,7 +24,7 @@ void AppModel::respondToPermission(std::string optionID)
         // The running client keeps its mode; the next one starts with this.
         recordPermissionMode(GrokPermissionMode::fullAccess);
     }
-    setPermissionRequest(std::nullopt);
+    clearPermissionRequest();
 }
 
 void AppModel::rejectPermission()
@@ -41,6 +41,27 @@ void AppModel::rejectPermission()
     } else {
         stopWorking();
     }
+}
+
+// Told also when it looks like the one before it: another client may ask.
+void AppModel::receivePermission(const std::weak_ptr<AgentClient>& asker, PermissionRequest request)
+{
+    m_permissionAsker = asker;
+    m_permissionRequest = std::move(request);
+    changed(ModelChange::Kind::permissionRequest);
+}
+
+void AppModel::forgetAsker(const std::weak_ptr<AgentClient>& client)
+{
+    if (m_permissionRequest && client.lock() == m_permissionAsker.lock()) {
+        m_permissionAsker.reset();
+        changed(ModelChange::Kind::permissionRequest);
+    }
+}
+
+bool AppModel::isPermissionHeard() const
+{
+    return m_permissionRequest && m_client && m_client == m_permissionAsker.lock();
 }
 
 void AppModel::recordPermissionMode(GrokPermissionMode mode)

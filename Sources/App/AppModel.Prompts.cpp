@@ -97,7 +97,7 @@ void AppModel::stopWorking()
     if (m_client) {
         m_client->cancel();
     }
-    setPermissionRequest(std::nullopt);
+    clearPermissionRequest();
     setConnectionState(ConnectionState::Kind::ready);
     appendSystemEntry("Stopped by you.");
 }

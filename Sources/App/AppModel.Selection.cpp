@@ -137,7 +137,7 @@ void AppModel::resetConnection()
     setActiveProvider(std::nullopt);
     setConnectionState(ConnectionState::Kind::idle);
     setPlan({});
-    setPermissionRequest(std::nullopt);
+    clearPermissionRequest();
     setErrorMessage(std::nullopt);
     m_isReplaying = false;
     m_replayBackup.reset(); // the backup of an interrupted replay is dropped, not restored

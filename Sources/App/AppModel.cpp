@@ -48,9 +48,9 @@ void AppModel::setConnectionState(ConnectionState state)
     publish(m_connectionState, std::move(state), ModelChange::Kind::connectionState);
 }
 
-void AppModel::setPermissionRequest(std::optional<PermissionRequest> request)
+void AppModel::clearPermissionRequest()
 {
-    publish(m_permissionRequest, std::move(request), ModelChange::Kind::permissionRequest);
+    publish(m_permissionRequest, std::optional<PermissionRequest>(), ModelChange::Kind::permissionRequest);
 }
 
 void AppModel::setErrorMessage(std::optional<std::string> message)

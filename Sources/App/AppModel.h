@@ -111,6 +111,8 @@ public:
     [[nodiscard]] const ConnectionState& connectionState() const;
     [[nodiscard]] const std::vector<PlanEntry>& plan() const;
     [[nodiscard]] const std::optional<PermissionRequest>& permissionRequest() const;
+    // Whether the agent that asks is still there to hear an answer; false while nobody asks.
+    [[nodiscard]] bool isPermissionHeard() const;
     [[nodiscard]] const std::optional<std::string>& errorMessage() const;
     [[nodiscard]] const std::string& cliLog() const;
     [[nodiscard]] AppSection selectedSection() const;
@@ -198,6 +200,8 @@ private:
         }
     }
 
+    void receivePermission(const std::weak_ptr<AgentClient>& asker, PermissionRequest request);
+    void forgetAsker(const std::weak_ptr<AgentClient>& client);
     void recordPermissionMode(GrokPermissionMode mode);
 
     // Signing in.
@@ -217,7 +221,7 @@ private:
         }
     }
     void setConnectionState(ConnectionState state);
-    void setPermissionRequest(std::optional<PermissionRequest> request);
+    void clearPermissionRequest();
     void setErrorMessage(std::optional<std::string> message);
     void setActiveProvider(std::optional<AgentProvider> provider);
     void setPlan(std::vector<PlanEntry> plan);
@@ -251,6 +255,7 @@ private:
 
     // Private.
     std::shared_ptr<AgentClient> m_client; // at most one
+    std::weak_ptr<AgentClient> m_permissionAsker; // of the pending request, as long as its child runs
     bool m_isReplaying = false; // a stored session is coming through as updates
     std::optional<std::vector<ChatEntry>> m_replayBackup; // the entries that a replay has set aside
     FallbackMessageIDs m_fallbackMessageIDs = FallbackMessageIDs::random();
