@@ -107,22 +107,43 @@ public:
         m_always[method] = JsonObject{ { "result", boost::json::parse(json) } };
         return *this;
     }
+    // As `always`, but an error.
+    Scenario& alwaysFail(std::string_view method, std::string_view message)
+    {
+        m_always[method] = JsonObject{ { "error", JsonObject{ { "code", -32600 }, { "message", message } } } };
+        return *this;
+    }
+    // Answers carry no `jsonrpc`, as those of codex.
+    Scenario& withoutVersion()
+    {
+        m_hasVersion = false;
+        return *this;
+    }
     // A call that is no session: its arguments joined by blanks, what it prints, its status.
     Scenario& command(std::string_view arguments, std::string_view output, int status = 0)
     {
         m_commands[arguments] = JsonObject{ { "output", output }, { "status", status } };
         return *this;
     }
+    // The same, but it ends when the test has touched the file.
+    Scenario& commandUntil(std::string_view file, std::string_view arguments, std::string_view output, int status = 0)
+    {
+        const JsonArray steps{ JsonObject{ { "waitForFile", file } } };
+        m_commands[arguments] = JsonObject{ { "output", output }, { "status", status }, { "steps", steps } };
+        return *this;
+    }
 
     [[nodiscard]] std::string text() const
     {
-        return boost::json::serialize(JsonObject{ { "commands", m_commands }, { "always", m_always }, { "steps", m_steps } });
+        return boost::json::serialize(
+            JsonObject{ { "commands", m_commands }, { "always", m_always }, { "steps", m_steps }, { "jsonrpc", m_hasVersion } });
     }
 
 private:
     JsonObject m_commands;
     JsonObject m_always;
     JsonArray m_steps;
+    bool m_hasVersion = true;
 };
 
 } // namespace tessarin::testing

@@ -1,0 +1,130 @@
+#include "CodexClientFixture.h"
+
+#include <fstream>
+
+namespace tessarin::testing
+{
+
+namespace
+{
+
+using ::testing::ElementsAre;
+
+// Conversations that were recorded with Codex 0.169.0: what it said is said again, and what the client says has to be what it said then.
+// A line is {"out": what the client wrote}, {"in": what the program wrote} or {"stderr": text}; {WS} stands for the workspace.
+class CodexClientRecordingTest : public CodexClientTest
+{
+protected:
+    void play(const std::string& name, std::optional<std::string> storedThreadID = std::nullopt)
+    {
+        for (const JsonObject& line : lines(name)) {
+            if (const Json* message = line.if_contains("in"))
+                m_scenario.send(compactJson(*message));
+            else if (const Json* text = line.if_contains("stderr"))
+                m_scenario.standardError(std::string_view(text->as_string()));
+            else
+                addWritten(line.at("out"));
+        }
+        ASSERT_FALSE(written.empty());
+        runtime.script("codex", m_scenario);
+        make(configuration());
+        start(std::move(storedThreadID));
+        ASSERT_TRUE(waitUntil(mainThread, [&] { return count("started") + count("replayed") == 1; })) << report();
+        prompt("Please go on.");
+    }
+    // The messages of the client are those of the recording, in their order.
+    void expectWhatWasWritten()
+    {
+        ASSERT_TRUE(waitUntil(mainThread, [&] { return runtime.received("codex").size() >= written.size(); }));
+        EXPECT_EQ(runtime.received("codex"), written);
+    }
+    // The texts of the updates of that kind, one behind the other.
+    [[nodiscard]] std::string textOf(std::string_view kind) const
+    {
+        std::string text;
+        for (const Json& update : updates) {
+            if (update.at("sessionUpdate").as_string() == kind)
+                text += std::string_view(update.at("content").at("text").as_string());
+        }
+        return text;
+    }
+
+    std::vector<Json> written;
+
+private:
+    [[nodiscard]] std::vector<JsonObject> lines(const std::string& name) const
+    {
+        std::ifstream file(std::string(CODEX_RECORDINGS) + "/codex-" + name + ".jsonl");
+        std::vector<JsonObject> result;
+        for (std::string line; std::getline(file, line);) {
+            for (auto place = line.find("{WS}"); place != std::string::npos; place = line.find("{WS}"))
+                line.replace(place, 4, runtime.workspace());
+            result.push_back(boost::json::parse(line).as_object());
+        }
+        return result;
+    }
+    void addWritten(const Json& message)
+    {
+        written.push_back(message);
+        if (const auto method = textAt(message.as_object(), "method"))
+            m_scenario.expect(*method);
+        else
+            m_scenario.expectResponse(message.at("id").as_int64());
+    }
+
+    Scenario m_scenario;
+};
+
+TEST_F(CodexClientRecordingTest, APlainTurn)
+{
+    play("a-plain-turn");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_EQ(textOf("agent_message_chunk"), "Hello from the fake model. The answer is 42.");
+    EXPECT_EQ(updates.size(), 4U) << "a streamed message comes once";
+    ASSERT_EQ(usages.size(), 1U) << "as it was announced; it cannot be read without a sign-in";
+    EXPECT_EQ(
+        usages.front(), (ProviderUsage{ AgentProvider::codex, 42.0, 7.0, Instant::fromSecondsSince1970(1795203068), std::nullopt, false }));
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, ASpentAllowance)
+{
+    play("a-spent-allowance");
+    ASSERT_TRUE(waitForEvent("turnFailed")) << report();
+    EXPECT_THAT(events.back(), ::testing::StartsWith("turnFailed You’ve hit your usage limit."));
+    EXPECT_TRUE(errors.back().isUsageLimitFailure());
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, AResumedThread)
+{
+    play("a-resumed-thread", "01a1fa3a-9550-7092-b8d0-60a4c48c348e");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_EQ(eventsBut("log").front(), "replayed 01a1fa3a-9550-7092-b8d0-60a4c48c348e");
+    EXPECT_EQ(textOf("agent_message_chunk"), "Thought it through: 42.");
+    EXPECT_FALSE(textOf("agent_thought_chunk").empty());
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, AnApprovedCommand)
+{
+    play("an-approved-command");
+    ASSERT_TRUE(waitForEvent("permission")) << report();
+    EXPECT_EQ(permissions.front().title, "Run command");
+    EXPECT_EQ(permissions.front().detail,
+        "/bin/bash -lc 'echo probe-shell > shell-made.txt && cat shell-made.txt'\n\nProbe: may I run this outside the sandbox?");
+    client->respondToPermission(permissions.front().id, "codex-allow-once");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_EQ(textOf("agent_message_chunk"), "Running a command. Tool finished. The probe is over.");
+    std::vector<std::string> states;
+    for (const Json& update : updates) {
+        if (const auto status = textAt(update.as_object(), "status"))
+            states.emplace_back(*status);
+    }
+    EXPECT_THAT(states, ElementsAre("in_progress", "completed"));
+    expectWhatWasWritten();
+}
+
+} // namespace
+
+} // namespace tessarin::testing
