@@ -14,6 +14,8 @@ ChildProcess::Callbacks ChildRecord::callbacks(const std::shared_ptr<ChildRecord
     ChildProcess::Callbacks callbacks;
     callbacks.onOutput = [record](std::string_view chunk) { record->change([&](Told& told) { told.output += chunk; }); };
     callbacks.onErrorOutput = [record](std::string_view chunk) { record->change([&](Told& told) { told.errorOutput += chunk; }); };
+    callbacks.onInputFailed
+        = [record](const std::string& reason) { record->change([&](Told& told) { told.inputFailures.push_back(reason); }); };
     callbacks.onEnd = [record](ChildEnd end) {
         record->change([&](Told& told) {
             told.end = end;

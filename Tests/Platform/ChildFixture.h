@@ -27,6 +27,7 @@ public:
     struct Told {
         std::string output;
         std::string errorOutput;
+        std::vector<std::string> inputFailures;
         std::optional<ChildEnd> end;
         int ends = 0;
         bool wasToldAfterEnd = false;

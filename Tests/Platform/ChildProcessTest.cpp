@@ -152,6 +152,36 @@ TEST_F(ChildProcessTest, AChildThatNoLongerReadsCostsNothingButWhatItWasSent)
     EXPECT_TRUE(record->waitForEnd());
 }
 
+TEST_F(ChildProcessTest, AWriteThatNobodyReadsIsToldOnceInTheWordsOfTheSystem)
+{
+    const auto child = start(shell("exec <&-; echo closed; exec sleep 60"));
+    ASSERT_TRUE(record->waitUntil([](const auto& told) { return told.output == "closed\n"; }));
+    onQueue([&] {
+        child->write("anybody?");
+        child->write("nobody");
+    });
+    ASSERT_TRUE(record->waitUntil([](const auto& told) { return !told.inputFailures.empty(); }));
+    onQueue([&] {
+        EXPECT_TRUE(child->isRunning());
+        child->terminate();
+    });
+    EXPECT_TRUE(record->waitForEnd());
+    EXPECT_EQ(record->told().inputFailures, std::vector<std::string>{ "Broken pipe" });
+}
+
+TEST_F(ChildProcessTest, AClosedInputIsNoFailedWrite)
+{
+    const auto child = start(shell("read line; exit 3"));
+    onQueue([&] {
+        child->write("read\n");
+        child->closeInput();
+        child->write("dropped");
+    });
+    EXPECT_TRUE(record->waitForEnd());
+    onQueue([&] { child->write("nobody"); });
+    EXPECT_EQ(record->told().inputFailures.size(), 0U);
+}
+
 TEST_F(ChildProcessTest, AChildThatEndsWhileItIsWrittenToIsReported)
 {
     const auto child = start(probe({ "never-read" }));
