@@ -80,6 +80,8 @@ TEST(AgentErrorTest, TheTextOfEveryClientErrorIsLookedAt)
     EXPECT_FALSE(AgentError(ACPClientError{ Kind::disconnected, "quota" }).isUsageLimitFailure());
     EXPECT_TRUE(AgentError(ClaudeCodeClientError{ ClaudeCodeClientError::Kind::disconnected, "quota" }).isUsageLimitFailure());
     EXPECT_FALSE(AgentError(ClaudeCodeClientError{ ClaudeCodeClientError::Kind::executableMissing, "quota" }).isUsageLimitFailure());
+    EXPECT_TRUE(AgentError(SystemError{ "Disk quota exceeded" }).isUsageLimitFailure());
+    EXPECT_FALSE(AgentError(SystemError{ "Broken pipe" }).isUsageLimitFailure());
 }
 
 } // namespace

@@ -27,6 +27,13 @@ TEST(JsonRpcTest, ANotificationHasNoId)
 {
     EXPECT_EQ(Json(JsonRpc::notification("session/cancel", { { "sessionId", "s" } })),
         parsed(R"({"jsonrpc":"2.0","method":"session/cancel","params":{"sessionId":"s"}})"));
+    EXPECT_EQ(Json(JsonRpc::notification("initialized")), parsed(R"({"jsonrpc":"2.0","method":"initialized"})"));
+}
+
+TEST(JsonRpcTest, AnAnswerEchoesTheIdInItsType)
+{
+    EXPECT_EQ(Json(JsonRpc::response("7", {})), parsed(R"({"jsonrpc":"2.0","id":"7","result":{}})"));
+    EXPECT_EQ(Json(JsonRpc::error("", "No")), parsed(R"({"jsonrpc":"2.0","id":"","error":{"code":-32603,"message":"No"}})"));
 }
 
 TEST(JsonRpcTest, AResponseHasIdAndResult)
