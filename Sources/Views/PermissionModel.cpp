@@ -27,6 +27,10 @@ void PermissionModel::attach(std::shared_ptr<AppModel> model)
 
 void PermissionModel::note(const ModelChange& change)
 {
+    // What takes the place of another request has to be seen before it is answered.
+    if (change.kind == ModelChange::Kind::permissionRequest && m_model->permissionRequest()) {
+        emit requestArrived();
+    }
     if (change.kind == ModelChange::Kind::permissionRequest || change.kind == ModelChange::Kind::connectionState
         || change.kind == ModelChange::Kind::activeProvider) {
         readRequest();
@@ -44,14 +48,15 @@ void PermissionModel::readRequest()
     if (request) {
         m_heading = PermissionRules::heading(m_model->activeProvider());
         m_subject = QString::fromStdString(request->title);
-        m_detail = QString::fromStdString(request->detail);
-        m_note = PermissionRules::note(m_model->connectionState());
+        m_detail = StyledRuns::fromText(QString::fromStdString(request->detail));
+        m_note = PermissionRules::note(m_model->isPermissionHeard());
         m_choices.clear();
-        m_defaultChoice = QString();
+        m_hasDefaultChoice = false;
         for (const PermissionOption& option : PermissionRules::offered(*request)) {
-            const bool isDefault = m_defaultChoice.isNull() && PermissionRules::isDefault(option);
+            const bool isDefault = !m_hasDefaultChoice && PermissionRules::isDefault(option);
             m_choices.append({ QString::fromStdString(option.id), QString::fromStdString(option.name), isDefault });
             if (isDefault) {
+                m_hasDefaultChoice = true;
                 m_defaultChoice = QString::fromStdString(option.id);
             }
         }

@@ -2,6 +2,7 @@
 
 #include "App/ModelChange.h"
 #include "Views/PermissionChoice.h"
+#include "Views/TextBlock.h"
 
 #include <QList>
 #include <QObject>
@@ -24,9 +25,10 @@ class PermissionModel : public QObject
     Q_PROPERTY(bool isAsked MEMBER m_isAsked NOTIFY requestChanged)
     Q_PROPERTY(QString heading MEMBER m_heading NOTIFY requestChanged)
     Q_PROPERTY(QString subject MEMBER m_subject NOTIFY requestChanged)
-    Q_PROPERTY(QString detail MEMBER m_detail NOTIFY requestChanged)
+    Q_PROPERTY(tessarin::StyledRuns detail MEMBER m_detail NOTIFY requestChanged)
     Q_PROPERTY(QString note MEMBER m_note NOTIFY requestChanged)
     Q_PROPERTY(QList<tessarin::PermissionChoice> choices MEMBER m_choices NOTIFY requestChanged)
+    Q_PROPERTY(bool hasDefaultChoice MEMBER m_hasDefaultChoice NOTIFY requestChanged)
     Q_PROPERTY(QString defaultChoice MEMBER m_defaultChoice NOTIFY requestChanged)
     Q_PROPERTY(QString modeLabel MEMBER m_modeLabel NOTIFY modeChanged)
     Q_PROPERTY(QString modeSymbol MEMBER m_modeSymbol NOTIFY modeChanged)
@@ -48,6 +50,7 @@ public:
     Q_INVOKABLE void enableFullAccess();
 
 signals:
+    void requestArrived(); // one that was not shown before
     void requestChanged();
     void modeChanged();
 
@@ -60,10 +63,11 @@ private:
     bool m_isAsked = false;
     QString m_heading;
     QString m_subject;
-    QString m_detail;
+    StyledRuns m_detail;
     QString m_note;
     QList<PermissionChoice> m_choices;
-    QString m_defaultChoice; // the id of the one that Return chooses; null for none
+    bool m_hasDefaultChoice = false;
+    QString m_defaultChoice; // the id of the one that Return chooses; an id may be empty
     QString m_modeLabel;
     QString m_modeSymbol;
     QString m_modeHelp;

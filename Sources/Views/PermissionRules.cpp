@@ -34,9 +34,9 @@ bool isDefault(const PermissionOption& option)
     return option.kind == "allow_once";
 }
 
-QString note(const ConnectionState& state)
+QString note(bool isHeard)
 {
-    return state.kind() == ConnectionState::Kind::failed ? QStringLiteral("The agent is gone. An answer has no effect.") : QString();
+    return isHeard ? QString() : QStringLiteral("The agent is gone. An answer has no effect.");
 }
 
 Tint::Value modeTint(GrokPermissionMode mode)

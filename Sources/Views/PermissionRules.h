@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Models/ConnectionState.h"
 #include "Models/GrokPermissionMode.h"
 #include "Models/PermissionRequest.h"
 #include "Models/ProviderRoutingMode.h"
@@ -24,8 +23,8 @@ namespace PermissionRules
 [[nodiscard]] std::vector<PermissionOption> offered(const PermissionRequest& request);
 // The prominent one, which Return chooses.
 [[nodiscard]] bool isDefault(const PermissionOption& option);
-// What a person has to know of a request whose agent has gone; empty while it is there.
-[[nodiscard]] QString note(const ConnectionState& state);
+// What a person has to know of a request that nobody hears the answer to; empty for one that is heard.
+[[nodiscard]] QString note(bool isHeard);
 
 [[nodiscard]] Tint::Value modeTint(GrokPermissionMode mode);
 // The mode's label, with "  ✓" behind the current one.

@@ -1,5 +1,7 @@
 #include "AppModelFixture.h"
 
+#include <fstream>
+
 namespace tessarin::testing
 {
 namespace
@@ -312,6 +314,23 @@ TEST_F(AppModelClientsTest, ALateEndOfADroppedClientChangesNothing)
     drain();
     EXPECT_EQ(model->connectionState().kind(), State::idle);
     EXPECT_EQ(model->errorMessage(), std::nullopt);
+}
+
+TEST_F(AppModelClientsTest, CommandsOfAnyRuntimeStartFromTheEnvironmentOfGrok)
+{
+    const JsonObject params{ { "command", "sh" }, { "args", { "-c", "echo \"$PATH\" > path" } }, { "cwd", runtime.workspace() } };
+    const JsonObject create{ { "jsonrpc", "2.0" }, { "id", 5 }, { "method", "terminal/create" }, { "params", params } };
+    const JsonObject wait{ { "jsonrpc", "2.0" }, { "id", 6 }, { "method", "terminal/wait_for_exit" },
+        { "params", { { "terminalId", "${result.terminalId}" } } } };
+    Scenario scenario;
+    scenario.always("session/set_config_option").handshake().expect("session/prompt").send(compactJson(create)).expectResponse(5);
+    scenario.send(compactJson(wait)).expectResponse(6);
+    runtime.script("kimi", scenario.replyTo("session/prompt", endTurn));
+    openProject({ "kimi" });
+    runTurn("Hi");
+    std::string path;
+    std::getline(std::ifstream(runtime.workspace() + "/path"), path);
+    EXPECT_THAT(path, ::testing::HasSubstr(runtime.home() + "/.grok/bin"));
 }
 
 TEST_F(AppModelClientsTest, WhatArrivesAfterTheModelIsGoneDoesNothing)

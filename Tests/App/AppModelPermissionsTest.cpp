@@ -170,12 +170,75 @@ TEST_F(AppModelPermissionsTest, AnUnexpectedEndKeepsThePromptAndItsAnswerHasNoEf
     openProject();
     model->send("Hi");
     waitUntil([&] { return model->permissionRequest().has_value(); });
+    EXPECT_TRUE(model->isPermissionHeard());
     runtime.touch("end");
     waitFor(State::failed);
     EXPECT_TRUE(model->permissionRequest());
+    EXPECT_FALSE(model->isPermissionHeard());
     model->respondToPermission("a");
     EXPECT_EQ(model->permissionRequest(), std::nullopt);
     EXPECT_EQ(model->connectionState().kind(), State::failed);
+}
+
+TEST_F(AppModelPermissionsTest, ATurnThatFailsLeavesThePromptToBeAnswered)
+{
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").send(request(7, { { "a", "Allow", "allow_once" } })).replyError("The service is down");
+    runtime.script("grok", scenario);
+    openProject();
+    model->send("Hi");
+    waitFor(State::failed);
+    ASSERT_TRUE(model->permissionRequest());
+    EXPECT_TRUE(model->isPermissionHeard());
+    model->respondToPermission("a");
+    EXPECT_EQ(answer(), selected("a"));
+    EXPECT_FALSE(model->isPermissionHeard()) << "nobody asks any more";
+}
+
+TEST_F(AppModelPermissionsTest, AHandoffKeepsThePromptThoughNobodyHearsItsAnswer)
+{
+    Scenario grok;
+    grok.handshake().expect("session/prompt").send(request(7, { { "a", "Allow", "allow_once" } })).replyError(usageLimit);
+    runtime.script("grok", grok);
+    runtime.script("kimi", oneTurn("From Kimi"));
+    openProject({ "grok", "kimi" });
+    runTurn("Hi");
+    EXPECT_EQ(model->activeProvider(), AgentProvider::kimi);
+    ASSERT_TRUE(model->permissionRequest());
+    EXPECT_EQ(model->permissionRequest()->title, "Run 7");
+    EXPECT_FALSE(model->isPermissionHeard());
+    model->respondToPermission("a");
+    EXPECT_EQ(model->permissionRequest(), std::nullopt);
+    waitForStop("grok");
+    for (const char* program : { "grok", "kimi" }) {
+        for (const Json& message : runtime.received(program)) {
+            EXPECT_TRUE(message.as_object().contains("method")) << "no answer: " << message;
+        }
+    }
+}
+
+TEST_F(AppModelPermissionsTest, TheSameRequestOfTheNextClientIsHeardAgain)
+{
+    Scenario first = hangingTurn();
+    runtime.script("grok", 1, first.send(request(7, { { "a", "Allow", "allow_once" } })).waitForFile("end").exit(1));
+    Scenario second;
+    second.handshake().expect("session/prompt").send(request(7, { { "a", "Allow", "allow_once" } })).expectResponse(7);
+    runtime.script("grok", 2, second.replyTo("session/prompt", endTurn));
+    openProject();
+    model->send("Hi");
+    waitUntil([&] { return model->permissionRequest().has_value(); });
+    runtime.touch("end");
+    waitFor(State::failed);
+    EXPECT_FALSE(model->isPermissionHeard());
+    int changes = 0;
+    const auto observing
+        = model->observe([&](const ModelChange& change) { changes += change.kind == ModelChange::Kind::permissionRequest ? 1 : 0; });
+    model->send("Again");
+    waitUntil([&] { return model->isPermissionHeard(); }, "the second request");
+    EXPECT_EQ(changes, 1);
+    model->respondToPermission("a");
+    EXPECT_EQ(answer(7, 2), selected("a"));
+    waitFor(State::ready);
 }
 
 TEST_F(AppModelPermissionsTest, AnAlwaysApproveAnswerStoresFullAccessWhileTheClientStays)
@@ -188,6 +251,24 @@ TEST_F(AppModelPermissionsTest, AnAlwaysApproveAnswerStoresFullAccessWhileTheCli
     waitFor(State::ready);
     runTurn("More");
     EXPECT_FALSE(runtime.hasStarted("grok", 2));
+}
+
+TEST_F(AppModelPermissionsTest, TheFirstOfTwoOptionsWithOneIdDecides)
+{
+    openAsking({ { "y", "Allow", "allow_once" }, { "y", "Always-approve", "allow_always" } });
+    model->respondToPermission("y");
+    EXPECT_EQ(answer(), selected("y"));
+    EXPECT_EQ(model->permissionMode(), GrokPermissionMode::ask);
+}
+
+TEST_F(AppModelPermissionsTest, AStoredFullAccessIsHonouredAtTheStart)
+{
+    preferences.setText("grokPermissionMode.v1", "full_access");
+    runtime.script("grok", oneTurn("Hello"));
+    openProject();
+    EXPECT_EQ(model->permissionMode(), GrokPermissionMode::fullAccess);
+    runTurn("Hi");
+    EXPECT_EQ(runtime.startOf("grok", 1).at("argv").as_array().at(2).as_string(), "--always-approve");
 }
 
 TEST_F(AppModelPermissionsTest, AnotherAlwaysAnswerStoresNothing)

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 namespace tessarin::testing
 {
@@ -185,6 +186,61 @@ TEST_F(AppModelSignInTest, AFailedKimiLogInSaysSo)
     waitUntil([&] { return model->errorMessage().has_value(); });
     EXPECT_EQ(model->errorMessage(), "Kimi login did not complete.");
     EXPECT_EQ(model->connectionState(), ConnectionState());
+}
+
+TEST_F(AppModelSignInTest, ACodexOrKimiThatCannotBeStartedSaysWhy)
+{
+    const std::string folder = makeFolder("bin");
+    for (const char* name : { "codex", "kimi" }) {
+        const std::string program = folder + "/" + name;
+        std::ofstream(program) << "#!/no/such/interpreter\n";
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        preferences.setText(name + std::string("ExecutablePath"), program);
+    }
+    openModel();
+    model->logInCodex();
+    waitUntil([&] { return model->errorMessage() == folder + "/codex: No such file or directory"; }, "the text of the system");
+    model->logInKimi();
+    waitUntil([&] { return model->errorMessage() == folder + "/kimi: No such file or directory"; }, "the text of the system");
+    EXPECT_EQ(model->connectionState(), ConnectionState());
+}
+
+TEST_F(AppModelSignInTest, SeveralLogInsRunAtOnceAndASecondPressIsOneMore)
+{
+    install({ "codex", "kimi" });
+    runtime.script("codex", Scenario().command("--version", "1").command("login status", "").commandUntil("go", "login", "", 1));
+    runtime.script("kimi", Scenario().command("--version", "1").commandUntil("go", "login", "", 1));
+    openModel();
+    waitUntil([&] { return versionOf(model->codexInstallStatus()) && versionOf(model->kimiInstallStatus()); });
+    ASSERT_FALSE(runtime.hasStarted("kimi-command", 2)) << "the version alone";
+    model->logInKimi();
+    model->logInKimi();
+    model->logInCodex();
+    waitUntil([&] { return runtime.hasStarted("kimi-command", 2) && runtime.hasStarted("kimi-command", 3); }, "both log-ins");
+    EXPECT_EQ(model->errorMessage(), std::nullopt);
+    std::set<std::string> messages;
+    const auto observing = model->observe([&](const ModelChange&) { messages.insert(model->errorMessage().value_or("")); });
+    runtime.touch("go");
+    waitUntil([&] { return messages.contains("Codex login did not complete.") && messages.contains("Kimi login did not complete."); });
+    waitUntil([&] { return runtime.hasRecorded("kimi-command", "exit", 2) && runtime.hasRecorded("kimi-command", "exit", 3); });
+}
+
+TEST_F(AppModelSignInTest, TheEndOfALogInOverwritesTheStateThatAConnectionHasSetMeanwhile)
+{
+    install({ "grok", "kimi" });
+    runtime.script("grok", Scenario().command("--version", "1").commandUntil("go", "login", "Not today.", 1));
+    runtime.script("kimi", hangingTurn().command("--version", "1"));
+    openModel();
+    model->addWorkspace(runtime.workspace());
+    model->setRoutingMode(ProviderRoutingMode::kimi);
+    model->logIn();
+    EXPECT_EQ(model->connectionState().kind(), ConnectionState::Kind::connecting);
+    model->send("Hi");
+    waitFor(ConnectionState::Kind::working);
+    runtime.touch("go");
+    waitFor(ConnectionState::Kind::failed);
+    EXPECT_EQ(model->connectionState(), ConnectionState::failed("Not today."));
+    EXPECT_EQ(model->activeProvider(), AgentProvider::kimi) << "whose turn goes on";
 }
 
 TEST_F(AppModelSignInTest, AKimiLogInThatSucceedsRefreshesAndSaysNothing)

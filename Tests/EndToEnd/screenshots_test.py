@@ -1,9 +1,7 @@
 """Pictures of the window in every state of a turn, light and dark, at the least size and at a wide one. They are kept for a person to
 look at; what is tested is that each state is on the screen, in the right brightness, and that nothing lies outside of the window."""
-import os
-
 from acp import failing_turn, opening, plan, says, script, thinks, tool, turn, until
-from window_case import LEAST, SCREENSHOTS, TITLE, WIDE, WindowCase, main
+from picture_case import Dark, PictureCase, main
 
 ANSWER = '''The parser keeps a **position** and a *line*. Both move in one place, so the count is right after an error too.
 
@@ -25,34 +23,11 @@ Result<Token, ParseError> Parser::next()
 LONG = 'Find out why the line numbers in our error messages are off by one after a tab, and mend it with a test. ' * 2
 
 
-class Screenshots(WindowCase):
-    screen = WIDE
-
+class Screenshots(PictureCase):
     def start(self, *steps):
         self.desk.install('grok', script(opening(), *steps))
         self.open_project(self.desk.project('line-counter'))
         self.reads('What should we build?')
-
-    def keep(self, state):
-        for width, height in (LEAST, WIDE):
-            self.window.place(TITLE, 0, 0, width, height)
-            self.window.move(width - 4, height // 2)
-            self.window.still(timeout=3)
-            name = f'{state}-{self.appearance}-{width}x{height}.png'
-            self.window.shot(os.path.join(SCREENSHOTS, name), of=(0, 0, width, height))
-            self.assertGreater(self.window.colours((0, 0, width, height)), 20)
-            self.assert_brightness(self.window.brightness((0, 0, width, height)))
-            self.assert_everything_is_inside(width, height)
-
-    def assert_brightness(self, mean):
-        self.assertGreater(mean, 200)
-
-    def assert_everything_is_inside(self, width, height):
-        for element in self.window.find_all(('push button', 'label', 'text')):
-            x, _, across, _ = element.rect
-            if across > 0 and element.name:
-                self.assertGreaterEqual(x, 0, element)
-                self.assertLessEqual(x + across, width, element)
 
     def test_Welcome(self):
         self.open()
@@ -89,11 +64,8 @@ class Screenshots(WindowCase):
         self.keep('error')
 
 
-class DarkScreenshots(Screenshots):
-    appearance = 'dark'
-
-    def assert_brightness(self, mean):
-        self.assertLess(mean, 70)
+class DarkScreenshots(Dark, Screenshots):
+    pass
 
 
 if __name__ == '__main__':

@@ -343,6 +343,37 @@ TEST_F(TerminalManagerTest, AWaitThatIsOpenAtTheReleaseIsAnsweredWithoutACode)
     EXPECT_EQ(answers.front(), (JsonObject{ { "exitCode", nullptr }, { "signal", nullptr } }));
 }
 
+TEST_F(TerminalManagerTest, AChildThatSurvivesTheOneSignalOfItsReleaseIsLeftAlone)
+{
+    const std::string id = shell("trap 'echo > " + file("asked") + "' TERM; echo $$; while :; do sleep 0.01; done");
+    ASSERT_TRUE(becomes([&] { return outputOf(id).ends_with("\n"); }));
+    const int processID = std::stoi(outputOf(id));
+    m_manager.releaseAll();
+    EXPECT_TRUE(becomes([&] { return std::filesystem::exists(file("asked")); }));
+    EXPECT_FALSE(isGone(processID));
+    ::kill(processID, SIGKILL);
+    EXPECT_TRUE(becomes([&] { return isGone(processID); }));
+}
+
+TEST_F(TerminalManagerTest, TheInputOfACommandIsOurs)
+{
+    const std::string id = create({ { "command", "readlink" }, { "args", { "/proc/self/fd/0" } } });
+    EXPECT_EQ(waitForExit(id).at("exitCode"), Json(0));
+    EXPECT_EQ(outputOf(id), std::filesystem::read_symlink("/proc/self/fd/0").string() + "\n");
+}
+
+TEST_F(TerminalManagerTest, TerminalsRunSideBySide)
+{
+    // Each ends only once the other one has begun.
+    const auto line = [this](const std::string& mine, const std::string& other) {
+        return "echo > " + file(mine) + "; until [ -e " + file(other) + " ]; do sleep 0.01; done";
+    };
+    const std::string first = shell(line("a", "b"));
+    const std::string second = shell(line("b", "a"));
+    EXPECT_EQ(waitForExit(first).at("exitCode"), Json(0));
+    EXPECT_EQ(waitForExit(second).at("exitCode"), Json(0));
+}
+
 TEST_F(TerminalManagerTest, ReleaseAllEndsEveryChild)
 {
     std::vector<int> processes;

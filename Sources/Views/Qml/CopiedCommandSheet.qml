@@ -18,16 +18,13 @@ SheetPopup {
         id: column
 
         width: root.availableWidth
-        spacing: Theme.space12
+        spacing: Theme.space18
 
-        Line {
-            text: root.title
-            font: Theme.titleFont
-        }
-
-        Prose {
+        SheetHead {
             width: parent.width
-            text: "No terminal could be opened. Open one yourself and paste this command."
+            symbol: "doc.on.doc"
+            heading: root.title
+            subject: "No terminal could be opened. Open one yourself and paste this command."
         }
 
         CommandPanel {

@@ -1,14 +1,15 @@
 import QtQuick
 import QtQuick.Templates as T
+import Tessarin
 
 // A text that is read before something is decided: whole, selectable, scrolling in its box.
 FocusScope {
     id: root
 
     required property string label
-    property alias text: content.text
+    required property styledRuns content
 
-    implicitHeight: Math.max(Theme.detailBoxMinimum, Math.min(Theme.detailBoxMaximum, content.implicitHeight + 2 * Theme.space12))
+    implicitHeight: Math.max(Theme.detailBoxMinimum, Math.min(Theme.detailBoxMaximum, detail.implicitHeight + 2 * Theme.space12))
 
     Rectangle {
         anchors.fill: parent
@@ -18,34 +19,50 @@ FocusScope {
         border.color: Theme.stroke
     }
 
+    ScrollKeys {
+        id: keys
+
+        view: view
+    }
+
     Flickable {
         id: view
 
         anchors.fill: parent
         anchors.margins: Theme.space12
-        contentHeight: content.height
+        contentHeight: detail.height
         boundsBehavior: Flickable.StopAtBounds
         clip: true
-        T.ScrollBar.vertical: ThinScrollBar {}
 
-        TextEdit {
-            id: content
+        // In the margin, so that it covers no text.
+        T.ScrollBar.vertical: ThinScrollBar {
+            parent: root
+            steady: true
+            anchors.top: view.top
+            anchors.bottom: view.bottom
+            anchors.left: view.right
+            anchors.leftMargin: Theme.space2
+        }
+
+        SelectableText {
+            id: detail
 
             width: view.width
             focus: true
-            readOnly: true
-            selectByMouse: true
-            textFormat: TextEdit.PlainText
+            label: root.label
+            content: root.content
+            lineHeight: Theme.lineCallout
             wrapMode: TextEdit.WrapAtWordBoundaryOrAnywhere
             font: Theme.calloutFont
-            color: Theme.text
-            selectionColor: Theme.accentFill
-            selectedTextColor: Theme.inkOnAccent
-            Accessible.role: Accessible.EditableText
-            Accessible.name: root.label
-            Accessible.readOnly: true
-            Accessible.multiLine: true
-            onTextChanged: view.contentY = 0
+            Keys.onPressed: event => {
+                if (event.key === Qt.Key_PageUp || event.key === Qt.Key_PageDown)
+                    keys.press(event)
+            }
+            // A new text is read from its beginning, wherever laying it out has left the cursor.
+            onTextChanged: {
+                cursorPosition = 0
+                view.contentY = 0
+            }
             onCursorRectangleChanged: {
                 if (cursorRectangle.y < view.contentY)
                     view.contentY = cursorRectangle.y

@@ -21,30 +21,40 @@ Item {
             color: Theme.accent
         }
 
-        Line {
+        Column {
             width: parent.width
-            horizontalAlignment: Text.AlignHCenter
-            text: "Connect a subscription provider"
-            font: Theme.headlineFont
+            spacing: Theme.space8
+
+            Line {
+                width: parent.width
+                horizontalAlignment: Text.AlignHCenter
+                text: "Connect a subscription provider"
+                font: Theme.headlineFont
+            }
+
+            Prose {
+                width: parent.width
+                horizontalAlignment: Text.AlignHCenter
+                text: "Use Grok Build, Codex, or Kimi Code with your existing subscription.\ntessarin removes API-key variables and never uses metered API billing."
+                font: Theme.bodyFont
+            }
         }
 
-        Prose {
+        Column {
             width: parent.width
-            horizontalAlignment: Text.AlignHCenter
-            text: "Use Grok Build, Codex, or Kimi Code with your existing subscription.\ntessarin removes API-key variables and never uses metered API billing."
-            font: Theme.bodyFont
-        }
+            spacing: Theme.space12
 
-        CommandPanel {
-            width: parent.width
-            command: root.install.command
-        }
+            CommandPanel {
+                width: parent.width
+                command: root.install.command
+            }
 
-        Prose {
-            width: parent.width
-            horizontalAlignment: Text.AlignHCenter
-            text: "The button copies this official command and opens Terminal. Paste it, run it, then return here."
-            font: Theme.captionFont
+            Prose {
+                width: parent.width
+                horizontalAlignment: Text.AlignHCenter
+                text: "The button copies this official command and opens Terminal. Paste it, run it, then return here."
+                font: Theme.captionFont
+            }
         }
 
         Row {

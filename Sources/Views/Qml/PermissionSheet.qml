@@ -15,10 +15,34 @@ SheetPopup {
     sheetHeight: column.height
     closePolicy: T.Popup.NoAutoClose
 
-    // A Return that was meant for something else as the sheet came up gives no permission: it has to stand first.
+    // A Return or a click that was meant for something else gives no permission: the request has to stand first, also one that takes the
+    // place of another.
+    readonly property bool stands: opened && !arrival.running
+
+    function allow(choice) {
+        if (stands)
+            permission.respond(choice)
+    }
+
     function allowOnce() {
-        if (opened && permission.defaultChoice !== "")
-            permission.respond(permission.defaultChoice)
+        if (permission.hasDefaultChoice)
+            allow(permission.defaultChoice)
+    }
+
+    Connections {
+        target: root.permission
+        function onRequestArrived() { arrival.restart() }
+    }
+
+    NumberAnimation {
+        id: arrival
+
+        target: column
+        property: "opacity"
+        from: 0
+        to: 1
+        duration: Theme.durationMedium
+        easing.type: Theme.easing
     }
 
     Column {
@@ -40,7 +64,7 @@ SheetPopup {
         DetailBox {
             width: parent.width
             label: "Detail"
-            text: root.permission.detail
+            content: root.permission.detail
             focus: true
         }
 
@@ -52,8 +76,10 @@ SheetPopup {
         }
 
         Item {
+            id: answers
+
             width: parent.width
-            height: Math.max(reject.height, choices.height)
+            height: Math.max(reject.height, list.height)
 
             PushButton {
                 id: reject
@@ -62,23 +88,53 @@ SheetPopup {
                 onClicked: root.permission.reject()
             }
 
-            Flow {
-                id: choices
+            // However many there are, the sheet stays within the window.
+            Flickable {
+                id: list
+
+                function show(choice) {
+                    contentY = Math.max(choice.y + choice.height - height, Math.min(contentY, choice.y))
+                }
 
                 anchors.right: parent.right
-                width: Math.min(row.width, parent.width - reject.width - Theme.space24)
-                spacing: Theme.space8
+                width: choices.width
+                height: Math.min(choices.height, 4 * Theme.controlHeight + 3 * Theme.space8)
+                contentHeight: choices.height
+                boundsBehavior: Flickable.StopAtBounds
+                clip: contentHeight > height
 
-                Repeater {
-                    model: root.permission.choices
+                T.ScrollBar.vertical: ThinScrollBar {
+                    parent: answers
+                    steady: true
+                    height: list.height
+                    anchors.left: list.right
+                    anchors.leftMargin: Theme.space4
+                }
 
-                    PushButton {
-                        required property permissionChoice modelData
+                // In one row where they fit, else one below the other.
+                Grid {
+                    id: choices
 
-                        width: Math.min(implicitWidth, choices.width)
-                        prominent: modelData.isDefault
-                        text: modelData.name
-                        onClicked: root.permission.respond(modelData.id)
+                    readonly property real room: answers.width - reject.width - Theme.space24
+
+                    columns: row.width <= room ? row.children.length : 1
+                    horizontalItemAlignment: Grid.AlignRight
+                    spacing: Theme.space8
+
+                    Repeater {
+                        model: root.permission.choices
+
+                        PushButton {
+                            id: choice
+
+                            required property permissionChoice modelData
+
+                            width: Math.min(implicitWidth, choices.room)
+                            prominent: modelData.isDefault
+                            text: modelData.name
+                            onClicked: root.allow(modelData.id)
+                            onActiveFocusChanged: if (activeFocus) list.show(choice)
+                        }
                     }
                 }
             }

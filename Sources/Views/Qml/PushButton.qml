@@ -25,11 +25,18 @@ T.Button {
         id: label
 
         anchors.fill: parent
+        anchors.leftMargin: root.leftPadding
+        anchors.rightMargin: root.rightPadding
         horizontalAlignment: Text.AlignHCenter
         text: root.text
         font: root.font
         color: root.destructive ? Theme.inkOnRed : root.prominent ? Theme.inkOnAccent : Theme.text
         Accessible.ignored: true
+    }
+
+    HoverTip {
+        text: root.text
+        shown: root.hovered && label.truncated
     }
 
     background: Rectangle {

@@ -11,9 +11,21 @@ Item {
 
     implicitHeight: Math.max(mark.height, texts.height)
 
+    ScrollKeys {
+        id: keys
+
+        view: view
+    }
+
+    ScrollFocus {
+        view: view
+        inset: Theme.space2
+    }
+
     SystemSymbol {
         id: mark
 
+        y: Theme.space4
         name: root.symbol
         size: Theme.symbolSheet
         color: Theme.accent
@@ -34,12 +46,26 @@ Item {
         }
 
         Flickable {
+            id: view
+
             width: parent.width
             height: Math.min(subject.height, 3 * Theme.lineCallout)
             contentHeight: subject.height
             boundsBehavior: Flickable.StopAtBounds
             clip: true
-            T.ScrollBar.vertical: ThinScrollBar {}
+            activeFocusOnTab: contentHeight > height
+            Accessible.role: Accessible.Pane
+            Accessible.name: root.subject
+            Keys.onPressed: event => keys.press(event)
+
+            T.ScrollBar.vertical: ThinScrollBar {
+                parent: root
+                steady: true
+                y: texts.y + view.y
+                height: view.height
+                anchors.left: parent.right
+                anchors.leftMargin: Theme.space4
+            }
 
             Prose {
                 id: subject
