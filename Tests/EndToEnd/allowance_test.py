@@ -29,7 +29,10 @@ class Pill(WindowCase):
         self.open_project(self.desk.project())
         self.prompt('hello')
         self.await_status('Needs attention')
-        self.tool_tip(self.pill('Grok · Limit reached', 'Grok: Limit reached.'), 'Grok: Limit reached.')
+        pill = self.pill('Grok · Limit reached', 'Grok: Limit reached.')
+        self.window.click_on('~button', '=Dismiss')
+        self.window.wait_gone('alert')
+        self.tool_tip(pill, 'Grok: Limit reached.')
 
     def test_AHandoffShowsTheNextProviderWithItsOwnAllowance(self):
         self.desk.install('grok', script(opening(), failing_turn(LIMIT)))

@@ -75,6 +75,20 @@ TEST_F(ComposerTest, ReturnWhileConnectingLeavesTheDraft)
     EXPECT_EQ(texts(), (std::vector<std::string>{ "one" }));
 }
 
+TEST_F(ComposerTest, TabLeavesTheTextInBothDirections)
+{
+    open();
+    type("one");
+    press(Qt::Key_Tab);
+    EXPECT_EQ(draft(), "one");
+    EXPECT_TRUE(QmlFixture::items(composer, "RoutingMenuButton").value(0)->hasActiveFocus());
+    press(Qt::Key_Backtab, Qt::ShiftModifier);
+    type("two");
+    EXPECT_EQ(draft(), "onetwo");
+    press(Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_TRUE(sendButton()->hasActiveFocus()) << "the last before the first";
+}
+
 TEST_F(ComposerTest, TheStopButtonStandsOnlyWhileWorking)
 {
     runtime.script("grok", testing::hangingTurn());

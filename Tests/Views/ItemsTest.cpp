@@ -1,5 +1,6 @@
 #include "QmlFixture.h"
 #include "Views/BlockStack.h"
+#include "Views/OrderedItem.h"
 #include "Views/ReadOnlyShortcuts.h"
 #include "Views/StyledText.h"
 
@@ -72,6 +73,26 @@ TEST(LazyItem, HoldsWhatIsWantedAndNothingElse)
     lazy->setProperty("active", false);
     EXPECT_EQ(lazy->childItems().size(), 0);
     EXPECT_EQ(lazy->implicitHeight(), 0);
+}
+
+TEST(OrderedItem, StandsAmongItsSiblingsWhereItsOrderSays)
+{
+    QQuickItem list;
+    QQuickItem other(&list);
+    OrderedItem third;
+    OrderedItem first;
+    OrderedItem second;
+    third.setOrder(3);
+    first.setOrder(1);
+    second.setOrder(2);
+    for (OrderedItem* row : { &third, &first, &second }) {
+        row->setParentItem(&list);
+    }
+    EXPECT_EQ(list.childItems(), (QList<QQuickItem*>{ &other, &first, &second, &third }));
+    first.setOrder(9);
+    EXPECT_EQ(list.childItems(), (QList<QQuickItem*>{ &other, &second, &third, &first }));
+    first.setOrder(1);
+    EXPECT_EQ(list.childItems(), (QList<QQuickItem*>{ &other, &first, &second, &third }));
 }
 
 class StyledTextTest : public ::testing::Test

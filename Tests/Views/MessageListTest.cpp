@@ -107,6 +107,33 @@ TEST_F(MessageListTest, TheFocusOfTheListIsSeenButNotThatOfAText)
     EXPECT_FALSE(ring->isVisible());
 }
 
+TEST_F(MessageListTest, TabGoesFromRowToRowInTheirOrderAndTheListFollows)
+{
+    for (int i = 0; i < 40; ++i) {
+        append(ChatEntryKind::tool, "output");
+        entries.back().title = std::to_string(i);
+    }
+    model.noteReset();
+    open();
+    QQuickItem* head = QmlFixture::items(row(39), "ToolCardHead").value(0);
+    ASSERT_NE(head, nullptr);
+    head->forceActiveFocus(Qt::TabFocusReason);
+    for (int i = 38; i >= 5; --i) {
+        QTest::keyClick(&qml.view(), Qt::Key_Backtab, Qt::ShiftModifier);
+        const QQuickItem* focused = qml.view().activeFocusItem();
+        ASSERT_EQ(focused->property("title").toString().toStdString(), std::to_string(i));
+        const QRectF place = focused->mapRectToItem(list, QRectF(QPointF(), focused->size()));
+        EXPECT_GE(place.top(), 0) << i;
+        EXPECT_LE(place.bottom(), 500) << i;
+    }
+    for (int i = 6; i < 40; ++i) {
+        QTest::keyClick(&qml.view(), Qt::Key_Tab);
+        const QQuickItem* focused = qml.view().activeFocusItem();
+        ASSERT_EQ(focused->property("title").toString().toStdString(), std::to_string(i));
+        EXPECT_LE(focused->mapRectToItem(list, QRectF(QPointF(), focused->size())).bottom(), 500) << i;
+    }
+}
+
 TEST_F(MessageListTest, ALongOutputIsScrolledByKeys)
 {
     append(ChatEntryKind::tool, std::string(400, 'x') + std::string(60, '\n') + "end");
@@ -160,6 +187,32 @@ TEST_F(MessageListTest, AGrowingAnswerKeepsItsEndInSight)
     }
     EXPECT_TRUE(QmlFixture::becomes([this] { return std::abs(bottomOf(100) - 480) < 2; }));
     EXPECT_GT(row(100)->height(), 1000);
+}
+
+TEST_F(MessageListTest, AnAnswerWhoseRowsGrowOnTheWayEndsInSight)
+{
+    fill(100);
+    open();
+    append(ChatEntryKind::assistant,
+        "# Found\n\n| file | why |\n|---|---|\n| notes.txt | " + std::string(300, 'w') + " |\n\n```sh\nmake\n```\n\n> the end");
+    EXPECT_TRUE(QmlFixture::becomes([this] { return list->property("settling").toInt() > 0; })) << "after the way down";
+    EXPECT_TRUE(QmlFixture::becomes([this] { return list->property("settling").toInt() == 0; }));
+    EXPECT_NEAR(bottomOf(100), 480, 1);
+    qml.view().resize(800, 460);
+    EXPECT_TRUE(QmlFixture::becomes([this] { return std::abs(bottomOf(100) - 440) < 1; }));
+}
+
+TEST_F(MessageListTest, ThePersonWhoScrollsIsNotPulledBack)
+{
+    fill(100);
+    open();
+    list->forceActiveFocus(Qt::TabFocusReason);
+    append(ChatEntryKind::assistant, "the newest");
+    EXPECT_TRUE(list->property("gliding").toBool());
+    QTest::keyClick(&qml.view(), Qt::Key_Up);
+    EXPECT_FALSE(list->property("gliding").toBool());
+    EXPECT_EQ(list->property("settling").toInt(), 0);
+    EXPECT_FALSE(isAtEnd());
 }
 
 TEST_F(MessageListTest, ANewToolCardDoesNotMoveTheList)

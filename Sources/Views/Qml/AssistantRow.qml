@@ -6,7 +6,6 @@ EntryRow {
     id: root
 
     required property EntryListModel entries
-    required property int index
     required property string speaker
     required property string symbol
 

@@ -42,6 +42,13 @@ Flickable {
         Accessible.name: "Message"
         Keys.onReturnPressed: event => root.pressReturn(event)
         Keys.onEnterPressed: event => root.pressReturn(event)
+        Keys.onTabPressed: leave(true)
+        Keys.onBacktabPressed: leave(false)
+
+        // A text keeps these keys for itself, which would hold the focus of the keyboard for good.
+        function leave(forward) {
+            nextItemInFocusChain(forward).forceActiveFocus(forward ? Qt.TabFocusReason : Qt.BacktabFocusReason)
+        }
 
         Line {
             x: area.leftPadding

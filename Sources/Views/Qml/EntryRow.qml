@@ -1,13 +1,16 @@
 import QtQuick
+import Tessarin
 
 // The place of one entry in the list: the gap above it, and the column in which all entries stand.
-Item {
+OrderedItem {
     id: root
 
+    required property int index
     required property int gap
     required property string name
     default property alias body: column.data
 
+    order: index
     width: ListView.view ? ListView.view.width : 0
     height: column.y + column.childrenRect.height
     Accessible.role: Accessible.ListItem

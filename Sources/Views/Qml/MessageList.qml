@@ -15,6 +15,8 @@ ListView {
     property bool atRest: true
     // For how many frames the list is still kept there, while rows that have just come find their heights.
     property int settling: 0
+    // Whether it is on its way to its end.
+    readonly property alias gliding: glide.running
 
     clip: true
     boundsBehavior: Flickable.StopAtBounds
@@ -32,8 +34,8 @@ ListView {
     onContentYChanged: atRest = atYEnd
     onWidthChanged: stay()
     onHeightChanged: stay()
-    onMovementStarted: settling = 0
-    Component.onCompleted: open()
+    onMovementStarted: release()
+    Component.onCompleted: settle()
     Keys.onPressed: event => keys.press(event)
 
     function toEnd() {
@@ -44,14 +46,20 @@ ListView {
 
     function stay() {
         if (atRest) {
-            open()
+            settle()
         }
     }
 
-    function open() {
+    function settle() {
         settling = 3
         toEnd()
         askForFrame()
+    }
+
+    // The person takes over.
+    function release() {
+        settling = 0
+        glide.stop()
     }
 
     // There is none by itself where nothing moves.
@@ -62,8 +70,7 @@ ListView {
     }
 
     function follow() {
-        settling = 0
-        glide.stop()
+        release()
         const from = contentY
         toEnd()
         const to = contentY
@@ -71,10 +78,16 @@ ListView {
             glide.from = Math.max(from, to - height)
             glide.to = to
             glide.start()
+        } else {
+            settle()
         }
     }
 
-    ScrollFocus { view: root }
+    ScrollFocus {
+        parent: root.parent
+        view: root
+        onFollowed: root.release()
+    }
 
     Connections {
         target: root.settling > 0 ? root.Window.window : null
@@ -93,20 +106,21 @@ ListView {
         property: "contentY"
         duration: Theme.durationShort
         easing.type: Theme.easing
+        onFinished: root.settle() // rows that came on the way have found their heights
     }
 
     ScrollKeys {
         id: keys
 
         view: root
-        onScrolled: root.settling = 0
+        onScrolled: root.release()
     }
 
     Connections {
         target: root.entries
 
         function onLastTextChanged() { root.follow() }
-        function onModelReset() { root.open() }
+        function onModelReset() { root.settle() }
     }
 
     delegate: DelegateChooser {

@@ -60,7 +60,10 @@ Rectangle {
                 view: steps
             }
 
-            ScrollFocus { view: steps }
+            ScrollFocus {
+                parent: steps.parent
+                view: steps
+            }
         }
     }
 }

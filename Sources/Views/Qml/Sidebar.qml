@@ -41,6 +41,8 @@ Rectangle {
         delegate: SidebarRow { windowModel: root.windowModel }
     }
 
+    ScrollFocus { view: list }
+
     Hairline {
         id: line
 

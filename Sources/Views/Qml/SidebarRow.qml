@@ -4,7 +4,7 @@ import QtQuick
 import Tessarin
 
 // One row of the sidebar: the heading of a project, or one of its tasks.
-LazyItem {
+OrderedItem {
     id: root
 
     required property WindowModel windowModel
@@ -16,8 +16,16 @@ LazyItem {
     required property string workspaceID
     required property string threadID
 
+    order: index
     width: ListView.view ? ListView.view.width : 0
-    sourceComponent: isProject ? project : task
+    height: row.implicitHeight
+
+    LazyItem {
+        id: row
+
+        width: parent.width
+        sourceComponent: root.isProject ? project : task
+    }
 
     Component {
         id: project

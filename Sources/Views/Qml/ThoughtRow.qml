@@ -8,7 +8,6 @@ EntryRow {
     id: root
 
     required property EntryListModel entries
-    required property int index
     property bool expanded: false
 
     name: "Reasoning"

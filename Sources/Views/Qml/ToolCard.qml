@@ -8,7 +8,6 @@ EntryRow {
     id: root
 
     required property EntryListModel entries
-    required property int index
     required property string title
     required property string symbol
     required property string status

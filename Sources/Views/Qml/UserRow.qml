@@ -6,7 +6,6 @@ EntryRow {
     id: root
 
     required property EntryListModel entries
-    required property int index
 
     name: "You"
 
