@@ -234,6 +234,17 @@ TEST_F(ClaudeClientCancelTest, InterruptsAlsoWithoutATurnAndEachTimeUnderANewNum
     EXPECT_EQ(receivedAfterInitialize().at(1).at("request_id").as_string(), "tessarin_3");
 }
 
+TEST_F(ClaudeClientCancelTest, DoesNothingBeforeTheStart)
+{
+    runtime.script("claude", opened());
+    make(configuration());
+    client->cancel();
+    start();
+    ASSERT_TRUE(waitForEvent("started")) << report();
+    EXPECT_EQ(runtime.received("claude").size(), 1U);
+    EXPECT_EQ(runtime.received("claude").at(0).at("request_id").as_string(), "tessarin_1");
+}
+
 TEST_F(ClaudeClientCancelTest, ATurnMayFollowOneThatWasCancelled)
 {
     openSession(prompted().expect("control_request/interrupt").reply().send(aborted).expect("user").send(streamed("a")).send(goodResult));
