@@ -13,9 +13,9 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 
 namespace tessarin
 {
@@ -75,6 +75,15 @@ private:
     };
     using ResultStep = void (CodexAppServerClient::*)(const JsonObject& result, Opening opening);
     using ReplyStep = void (CodexAppServerClient::*)(const JsonRpcReply& reply, Opening opening);
+    struct Delta {
+        std::string_view itemID;
+        Json text;
+    };
+    // Lets a view of a text be looked up.
+    struct TextHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
     using TurnOutcome = Result<JsonObject, AgentError>;
 
     // Opening a thread, in the order in which the steps run.
@@ -123,6 +132,7 @@ private:
     void respondToApproval(const PendingApproval& approval, std::string_view optionID) REQUIRES(*m_queue);
 
     // What becomes of items and deltas.
+    [[nodiscard]] std::optional<Delta> deltaIn(JsonObject& params) REQUIRES(*m_queue);
     void emitMessageDelta(JsonObject& params) REQUIRES(*m_queue);
     void emitReasoningDelta(JsonObject& params) REQUIRES(*m_queue);
     void emitItem(JsonObject& item, bool isCompleted) REQUIRES(*m_queue);
@@ -143,11 +153,11 @@ private:
     PendingRequests m_pending GUARDED_BY(*m_queue);
     std::int64_t m_nextApprovalID GUARDED_BY(*m_queue) = 1;
     std::map<std::int64_t, PendingApproval> m_pendingApprovals GUARDED_BY(*m_queue); // shown and not answered
-    // By the id of their turn, which a runtime may give to two prompts.
+    // By the id of their turn. The runtime adds a prompt that comes during a turn to that turn: both answers name it.
     std::multimap<std::string, Completion<JsonObject>> m_turnCompletions GUARDED_BY(*m_queue);
     std::map<std::string, AgentRuntimeError> m_turnErrors GUARDED_BY(*m_queue);
     std::map<std::string, TurnOutcome> m_completedBeforeRegistration GUARDED_BY(*m_queue);
-    std::set<std::string, std::less<>> m_streamedItems GUARDED_BY(*m_queue); // what has come in deltas since the last prompt
+    std::unordered_set<std::string, TextHash, std::equal_to<>> m_streamedItems GUARDED_BY(*m_queue); // came in deltas since the last prompt
     std::optional<std::string> m_currentTurnID GUARDED_BY(*m_queue); // what `cancel` would interrupt
     std::optional<std::string> m_sessionId GUARDED_BY(*m_queue); // of the thread
 };

@@ -49,6 +49,17 @@ protected:
         return text;
     }
 
+    // The states of the tools, in order.
+    [[nodiscard]] std::vector<std::string> toolStates() const
+    {
+        std::vector<std::string> states;
+        for (const Json& update : updates) {
+            if (const auto status = textAt(update.as_object(), "status"))
+                states.emplace_back(*status);
+        }
+        return states;
+    }
+
     std::vector<Json> written;
 
 private:
@@ -106,6 +117,44 @@ TEST_F(CodexClientRecordingTest, AResumedThread)
     expectWhatWasWritten();
 }
 
+TEST_F(CodexClientRecordingTest, AThreadThatIsGone)
+{
+    play("a-thread-that-is-gone", "01a1fe27-94d4-7e12-8fdb-000000000000");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_EQ(eventsBut("log").front(), "started 01a1fe28-ced8-7441-b15a-de1749a1b32d");
+    EXPECT_EQ(textOf("agent_message_chunk"), "Hello from the fake model. The answer is 42.");
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, TwoPromptsInOneTurn)
+{
+    play("two-prompts-in-one-turn");
+    prompt("Please go on.");
+    ASSERT_TRUE(waitForEvent("turn", 2)) << report();
+    EXPECT_EQ(textOf("agent_message_chunk"), "Hello from the fake model. The answer is 42.");
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, AnInterruptedTurn)
+{
+    play("an-interrupted-turn");
+    ASSERT_TRUE(waitForEvent("update")) << report();
+    client->cancel();
+    ASSERT_TRUE(waitForEvent("turnFailed")) << report();
+    EXPECT_EQ(events.back(), "turnFailed Codex turn interrupted.");
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, ADeniedCommand)
+{
+    play("a-denied-command");
+    ASSERT_TRUE(waitForEvent("permission")) << report();
+    client->respondToPermission(permissions.front().id, "codex-reject");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_THAT(toolStates(), ElementsAre("in_progress", "failed"));
+    expectWhatWasWritten();
+}
+
 TEST_F(CodexClientRecordingTest, AnApprovedCommand)
 {
     play("an-approved-command");
@@ -116,12 +165,7 @@ TEST_F(CodexClientRecordingTest, AnApprovedCommand)
     client->respondToPermission(permissions.front().id, "codex-allow-once");
     ASSERT_TRUE(waitForEvent("turn")) << report();
     EXPECT_EQ(textOf("agent_message_chunk"), "Running a command. Tool finished. The probe is over.");
-    std::vector<std::string> states;
-    for (const Json& update : updates) {
-        if (const auto status = textAt(update.as_object(), "status"))
-            states.emplace_back(*status);
-    }
-    EXPECT_THAT(states, ElementsAre("in_progress", "completed"));
+    EXPECT_THAT(toolStates(), ElementsAre("in_progress", "completed"));
     expectWhatWasWritten();
 }
 
