@@ -98,6 +98,14 @@ struct Told {
     void addUpdate(const SessionUpdate& update, std::string_view output);
 };
 
+// An item without an id gets one.
+bool isByChance(std::string_view id, std::string_view output)
+{
+    constexpr std::size_t length = 36;
+    const std::string_view end = id.substr(id.size() - std::min(id.size(), length));
+    return Uuid::parse(end) && output.find(end) == std::string_view::npos;
+}
+
 void Told::addUpdate(const SessionUpdate& update, std::string_view output)
 {
     const auto kind = textAt(update, "sessionUpdate").value_or("");
@@ -106,10 +114,10 @@ void Told::addUpdate(const SessionUpdate& update, std::string_view output)
     plans += kind == "plan";
     tools += kind == "tool_call_update";
     fuzzRequire(isOneOf(kind, { "agent_message_chunk", "agent_thought_chunk", "plan", "tool_call_update" }), "no other update is made");
-    // An item without an id gets one by chance.
-    const auto id = textAt(update, "toolCallId");
-    if (id && Uuid::parse(*id) && output.find(*id) == std::string_view::npos) {
-        shown["toolCallId"] = "by chance";
+    for (const char* key : { "toolCallId", "messageId" }) {
+        if (const auto id = textAt(update, key); id && isByChance(*id, output)) {
+            shown[key] = "by chance";
+        }
     }
     events.push_back(compactJson(shown));
 }
