@@ -49,24 +49,28 @@ std::string_view progress(bool isCompleted)
 
 } // namespace
 
-void CodexAppServerClient::emitMessageDelta(JsonObject& params)
+// Absent when it is no delta of an item.
+std::optional<CodexAppServerClient::Delta> CodexAppServerClient::deltaIn(JsonObject& params)
 {
     const auto id = textAt(params, "itemId");
-    if (!id || !textAt(params, "delta"))
-        return;
+    Json* text = params.if_contains("delta");
+    if (!id || !text || !text->is_string())
+        return std::nullopt;
     if (!m_streamedItems.contains(*id))
         m_streamedItems.emplace(*id);
-    emitChunk("agent_message_chunk", *id, std::move(params["delta"]));
+    return Delta{ *id, std::move(*text) };
+}
+
+void CodexAppServerClient::emitMessageDelta(JsonObject& params)
+{
+    if (auto delta = deltaIn(params))
+        emitChunk("agent_message_chunk", delta->itemID, std::move(delta->text));
 }
 
 void CodexAppServerClient::emitReasoningDelta(JsonObject& params)
 {
-    const auto id = textAt(params, "itemId");
-    if (!id || !textAt(params, "delta"))
-        return;
-    if (!m_streamedItems.contains(*id))
-        m_streamedItems.emplace(*id);
-    emitChunk("agent_thought_chunk", std::string(reasoningPrefix).append(*id), std::move(params["delta"]));
+    if (auto delta = deltaIn(params))
+        emitChunk("agent_thought_chunk", std::string(reasoningPrefix).append(delta->itemID), std::move(delta->text));
 }
 
 void CodexAppServerClient::emitItem(JsonObject& item, bool isCompleted)
@@ -119,11 +123,18 @@ void CodexAppServerClient::emitWholeReasoning(std::string_view id, const JsonObj
         emitChunk("agent_thought_chunk", std::string(reasoningPrefix).append(id), Json(text));
 }
 
+// Most of what a turn brings: built key by key, since the members of a list of initial values are copied once more.
 void CodexAppServerClient::emitChunk(std::string_view kind, std::string_view messageId, Json text)
 {
-    m_child->batch().add(JsonObject(
-        { { "sessionUpdate", kind }, { "messageId", messageId }, { "content", { { "type", "text" }, { "text", std::move(text) } } } },
-        m_child->batch().storageFor(0)));
+    const boost::json::storage_ptr storage = m_child->batch().storageFor(0);
+    JsonObject content(2, storage);
+    content.emplace("type", "text");
+    content.emplace("text", std::move(text));
+    SessionUpdate update(3, storage);
+    update.emplace("sessionUpdate", kind);
+    update.emplace("messageId", messageId);
+    update.emplace("content", std::move(content));
+    m_child->batch().add(std::move(update));
 }
 
 } // namespace tessarin
