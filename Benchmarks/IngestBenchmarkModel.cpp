@@ -12,6 +12,26 @@ namespace
 {
 
 constexpr const char* updatesVariable = "INGEST_UPDATES";
+constexpr const char* dialectVariable = "INGEST_DIALECT";
+
+// How the model comes to a runtime of that dialect.
+struct Route {
+    const char* pathKey;
+    ProviderRoutingMode mode;
+};
+
+Route routeOf(IngestDialect dialect)
+{
+    switch (dialect) {
+    case IngestDialect::acp:
+        return { GrokLocator::customPathKey, ProviderRoutingMode::grok };
+    case IngestDialect::codex:
+        return { CodexLocator::customPathKey, ProviderRoutingMode::codex };
+    case IngestDialect::claude:
+        return { ClaudeLocator::customPathKey, ProviderRoutingMode::claude };
+    }
+    return {};
+}
 
 [[noreturn]] void giveUp(const std::string& why)
 {
@@ -43,17 +63,22 @@ double IngestStopwatch::processorSeconds()
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-Environment ingestEnvironment(std::size_t updates)
+Environment ingestEnvironment(const IngestStream& stream)
 {
     Environment environment = processEnvironment();
-    environment[updatesVariable] = std::to_string(updates);
+    environment[updatesVariable] = std::to_string(stream.updates);
+    environment[dialectVariable] = std::to_string(static_cast<int>(stream.dialect));
     return environment;
 }
 
-std::size_t ingestUpdates()
+IngestStream ingestStreamOfEnvironment()
 {
     const char* updates = std::getenv(updatesVariable);
-    return updates ? std::strtoull(updates, nullptr, 10) : 0;
+    const char* dialect = std::getenv(dialectVariable);
+    if (updates == nullptr || dialect == nullptr) {
+        giveUp("the environment names no stream");
+    }
+    return IngestStream::make(static_cast<IngestDialect>(std::atoi(dialect)), std::strtoull(updates, nullptr, 10));
 }
 
 IngestModel::IngestModel(const std::string& runtime, const IngestStream& stream) : m_stream(stream), m_folder(freshFolder())
@@ -61,14 +86,15 @@ IngestModel::IngestModel(const std::string& runtime, const IngestStream& stream)
     const std::string project = (m_folder / "project").string();
     std::filesystem::create_directory(project);
     m_preferences = std::make_unique<Preferences>(StoreLocations{ (m_folder / "config").string(), (m_folder / "data").string() });
-    m_preferences->setText(GrokLocator::customPathKey, runtime);
+    const Route route = routeOf(stream.dialect);
+    m_preferences->setText(route.pathKey, runtime);
     m_store = std::make_unique<WorkspaceStore>(*m_preferences);
     RuntimeContext runtimes = RuntimeContext::current(*m_preferences);
-    runtimes.environment = ingestEnvironment(stream.updates);
+    runtimes.environment = ingestEnvironment(stream);
     runtimes.home = m_folder.string();
     m_model = AppModel::make({ *m_preferences, *m_store, m_mainThread, m_desktop, std::move(runtimes) });
     m_model->addWorkspace(project);
-    m_model->setRoutingMode(ProviderRoutingMode::grok);
+    m_model->setRoutingMode(route.mode);
 }
 
 IngestModel::~IngestModel()
@@ -121,11 +147,12 @@ void IngestModel::requireWholeStream() const
         entries += entry.kind == ChatEntryKind::user ? 0 : 1;
         textBytes += entry.kind == ChatEntryKind::assistant || entry.kind == ChatEntryKind::thought ? entry.text.size() : 0;
     }
-    // The first line was written once more to warm up; it goes to the same entry.
+    // The first line was written once more to warm up; it goes to the same entry, except where each turn has entries of its own.
+    const std::size_t expectedEntries = m_stream.entries + (m_stream.dialect == IngestDialect::claude ? 1 : 0);
     const std::size_t firstPiece = m_stream.firstPieceBytes;
-    if (entries != m_stream.entries || textBytes != m_stream.textBytes + firstPiece) {
+    if (entries != expectedEntries || textBytes != m_stream.textBytes + firstPiece) {
         giveUp("the task holds " + std::to_string(entries) + " entries with " + std::to_string(textBytes) + " bytes of text, not "
-            + std::to_string(m_stream.entries) + " with " + std::to_string(m_stream.textBytes + firstPiece));
+            + std::to_string(expectedEntries) + " with " + std::to_string(m_stream.textBytes + firstPiece));
     }
 }
 

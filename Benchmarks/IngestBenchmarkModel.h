@@ -29,11 +29,11 @@ private:
     double m_processorStart = processorSeconds();
 };
 
-// The environment of a runtime that writes so many updates, and how it reads the number again.
-[[nodiscard]] Environment ingestEnvironment(std::size_t updates);
-[[nodiscard]] std::size_t ingestUpdates();
+// The environment of a runtime that writes such a stream, and how it makes the stream again.
+[[nodiscard]] Environment ingestEnvironment(const IngestStream& stream);
+[[nodiscard]] IngestStream ingestStreamOfEnvironment();
 
-// The program without its window: a model with one project in a folder of its own, whose Grok is this benchmark.
+// The program without its window: a model with one project in a folder of its own, whose runtime is this benchmark.
 class IngestModel
 {
 public:

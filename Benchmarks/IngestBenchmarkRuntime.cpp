@@ -5,6 +5,7 @@
 #include <iostream>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 namespace tessarin
 {
@@ -30,6 +31,53 @@ void answer(const JsonObject& request, JsonObject result)
     writeAll(compactJson(JsonObject{ { "jsonrpc", "2.0" }, { "id", request.at("id") }, { "result", std::move(result) } }) + "\n");
 }
 
+// What is written for a prompt: one line the first time, so that everything is warm, the whole stream each later time.
+std::string_view nextTurn(const IngestStream& stream, bool& isWarm)
+{
+    const std::string_view all = stream.bytes;
+    return std::exchange(isWarm, true) ? all : all.substr(0, all.find('\n') + 1);
+}
+
+void playAcp(const IngestStream& stream, const JsonObject& request, bool& isWarm)
+{
+    const std::string_view method = textAt(request, "method").value_or("");
+    if (method == "initialize") {
+        answer(request, { { "protocolVersion", 1 }, { "agentCapabilities", JsonObject{ { "loadSession", false } } } });
+    } else if (method == "session/new") {
+        answer(request, { { "sessionId", ingestSession } });
+    } else if (method == "session/prompt") {
+        writeAll(nextTurn(stream, isWarm));
+        answer(request, { { "stopReason", "end_turn" } });
+    }
+}
+
+void playCodex(const IngestStream& stream, const JsonObject& request, bool& isWarm)
+{
+    const std::string_view method = textAt(request, "method").value_or("");
+    if (method == "thread/start") {
+        answer(request, { { "thread", JsonObject{ { "id", ingestSession } } } });
+    } else if (method == "turn/start") {
+        answer(request, { { "turn", JsonObject{ { "id", ingestTurn } } } });
+        writeAll(nextTurn(stream, isWarm));
+        const JsonObject turn{ { "id", ingestTurn }, { "status", "completed" } };
+        writeAll(compactJson(JsonObject{ { "method", "turn/completed" }, { "params", JsonObject{ { "turn", turn } } } }) + "\n");
+    } else if (request.contains("id")) {
+        answer(request, {});
+    }
+}
+
+void playClaude(const IngestStream& stream, const JsonObject& message, bool& isWarm)
+{
+    const std::string_view type = textAt(message, "type").value_or("");
+    if (type == "control_request") {
+        const JsonObject response{ { "subtype", "success" }, { "request_id", message.at("request_id") }, { "response", JsonObject() } };
+        writeAll(compactJson(JsonObject{ { "type", "control_response" }, { "response", response } }) + "\n");
+    } else if (type == "user") {
+        writeAll(nextTurn(stream, isWarm));
+        writeAll(compactJson(JsonObject{ { "type", "result" }, { "subtype", "success" }, { "is_error", false } }) + "\n");
+    }
+}
+
 } // namespace
 
 int playIngestRuntime(const IngestStream& stream)
@@ -40,16 +88,16 @@ int playIngestRuntime(const IngestStream& stream)
         if (!message || !message->is_object()) {
             return 2;
         }
-        const JsonObject& request = message->get_object();
-        const std::string_view method = textAt(request, "method").value_or("");
-        if (method == "initialize") {
-            answer(request, { { "protocolVersion", 1 }, { "agentCapabilities", JsonObject{ { "loadSession", false } } } });
-        } else if (method == "session/new") {
-            answer(request, { { "sessionId", ingestSession } });
-        } else if (method == "session/prompt") {
-            writeAll(isWarm ? std::string_view(stream.bytes) : std::string_view(stream.bytes).substr(0, stream.bytes.find('\n') + 1));
-            isWarm = true;
-            answer(request, { { "stopReason", "end_turn" } });
+        switch (stream.dialect) {
+        case IngestDialect::acp:
+            playAcp(stream, message->get_object(), isWarm);
+            break;
+        case IngestDialect::codex:
+            playCodex(stream, message->get_object(), isWarm);
+            break;
+        case IngestDialect::claude:
+            playClaude(stream, message->get_object(), isWarm);
+            break;
         }
     }
     return 0;

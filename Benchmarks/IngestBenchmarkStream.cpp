@@ -26,6 +26,91 @@ constexpr std::array pieces{
 constexpr std::size_t linesOfAMessage = 200; // so many updates lie between two answers with an id of their own
 constexpr std::size_t roundLength = 40; // in a round: one tool call, one update of it, four thoughts, the rest is answer
 
+// The lines of one dialect for a piece of text and for a tool call.
+struct Text {
+    bool isThought = false;
+    std::string messageId;
+    std::string_view json;
+};
+struct ToolCall {
+    std::string id;
+    bool isNew = true; // else it has ended
+};
+
+std::string acpLine(std::string_view kind, const std::string& rest)
+{
+    return R"({"jsonrpc":"2.0","method":"session/update","params":{"sessionId":")" + std::string(ingestSession)
+        + R"(","update":{"sessionUpdate":")" + std::string(kind) + "\"," + rest + "}}}\n";
+}
+
+std::string acpLine(const Text& text)
+{
+    return acpLine(text.isThought ? "agent_thought_chunk" : "agent_message_chunk",
+        R"("messageId":")" + text.messageId + R"(","content":{"type":"text","text":")" + std::string(text.json) + R"("})");
+}
+
+std::string acpLine(const ToolCall& call)
+{
+    const std::string named = R"("toolCallId":")" + call.id + R"(","title":"Read a file","status":)";
+    return call.isNew ? acpLine("tool_call", named + R"("pending","kind":"read","rawInput":{"path":"src/line.cpp","limit":40})")
+                      : acpLine("tool_call_update", named + R"("completed")");
+}
+
+std::string codexLine(std::string_view method, const std::string& rest)
+{
+    return R"({"method":")" + std::string(method) + R"(","params":{"threadId":")" + std::string(ingestSession) + R"(","turnId":")"
+        + std::string(ingestTurn) + "\"," + rest + "},\"emittedAtMs\":1795199468972}\n";
+}
+
+std::string codexLine(const Text& text)
+{
+    return codexLine(text.isThought ? "item/reasoning/summaryTextDelta" : "item/agentMessage/delta",
+        R"("itemId":")" + text.messageId + R"(","delta":")" + std::string(text.json) + "\"");
+}
+
+std::string codexLine(const ToolCall& call)
+{
+    return codexLine(call.isNew ? "item/started" : "item/completed",
+        R"("item":{"type":"commandExecution","id":")" + call.id + R"(","command":"cat src/line.cpp","cwd":"/project","processId":null,)"
+            + (call.isNew ? R"("status":"inProgress","aggregatedOutput":null,"exitCode":null})"
+                          : R"("status":"completed","aggregatedOutput":"int line;\n","exitCode":0})"));
+}
+
+std::string claudeLine(const std::string& head)
+{
+    return head + R"(,"session_id":")" + std::string(ingestSession) + R"(","parent_tool_use_id":null,"uuid":")" + std::string(ingestTurn)
+        + R"(","api_message_id":"msg_e1990caaf671d54d2bddcd1e"})" + "\n";
+}
+
+std::string claudeLine(const Text& text)
+{
+    const std::string key = text.isThought ? "thinking" : "text";
+    return claudeLine(R"({"type":"stream_event","event":{"type":"content_block_delta","index":0,"delta":{"type":")" + key + R"(_delta",")"
+        + key + R"(":")" + std::string(text.json) + R"("}})");
+}
+
+std::string claudeLine(const ToolCall& call)
+{
+    const std::string block = R"({"type":"tool_use","id":")" + call.id + R"(","name":"Read","input":)";
+    return claudeLine(call.isNew
+            ? R"({"type":"stream_event","event":{"type":"content_block_start","index":1,"content_block":)" + block + "{}}}"
+            : R"({"type":"assistant","message":{"role":"assistant","content":[)" + block + R"({"path":"src/line.cpp","limit":40}}]})");
+}
+
+template <class Event>
+std::string line(IngestDialect dialect, const Event& event)
+{
+    switch (dialect) {
+    case IngestDialect::acp:
+        return acpLine(event);
+    case IngestDialect::codex:
+        return codexLine(event);
+    case IngestDialect::claude:
+        return claudeLine(event);
+    }
+    return {};
+}
+
 class Writer
 {
 public:
@@ -35,46 +120,32 @@ public:
     {
         const std::size_t place = number % roundLength;
         if (place == 20 || place == 30) {
-            writeTool(number / roundLength, place == 20);
+            writeTool({ "call-" + std::to_string(number / roundLength), place == 20 });
         } else {
-            const bool isThought = place % 10 == 5;
-            writeText(isThought ? "agent_thought_chunk" : "agent_message_chunk",
-                (isThought ? "thought-" : "message-") + std::to_string(number / linesOfAMessage), pieces[number % pieces.size()]);
+            writeText(place % 10 == 5, number / linesOfAMessage, pieces[number % pieces.size()]);
         }
         ++m_stream.updates;
     }
 
 private:
-    void begin(std::string_view kind)
+    void writeText(bool isThought, std::size_t message, const Piece& piece)
     {
-        m_stream.bytes.append(R"({"jsonrpc":"2.0","method":"session/update","params":{"sessionId":")").append(ingestSession);
-        m_stream.bytes.append(R"(","update":{"sessionUpdate":")").append(kind).append("\",");
-    }
-
-    void writeText(std::string_view kind, const std::string& messageId, const Piece& piece)
-    {
-        begin(kind);
-        m_stream.bytes.append(R"("messageId":")").append(messageId).append(R"(","content":{"type":"text","text":")").append(piece.json);
-        m_stream.bytes.append("\"}}}}\n");
+        const Text text{ isThought, (isThought ? "thought-" : "message-") + std::to_string(message), piece.json };
+        m_stream.bytes += line(m_stream.dialect, text);
         m_stream.firstPieceBytes = m_stream.updates == 0 ? piece.text.size() : m_stream.firstPieceBytes;
         m_stream.textBytes += piece.text.size();
-        std::string& last = kind == "agent_thought_chunk" ? m_lastThought : m_lastMessage;
-        if (last != messageId) {
-            last = messageId;
+        // Claude Code names no messages: all that a turn says is one, and all that it thinks.
+        std::string& last = isThought ? m_lastThought : m_lastMessage;
+        if (last.empty() || (last != text.messageId && m_stream.dialect != IngestDialect::claude)) {
+            last = text.messageId;
             ++m_stream.entries;
         }
     }
 
-    void writeTool(std::size_t call, bool isNew)
+    void writeTool(const ToolCall& call)
     {
-        begin(isNew ? "tool_call" : "tool_call_update");
-        m_stream.bytes.append(R"("toolCallId":"call-)").append(std::to_string(call)).append(R"(","title":"Read a file","status":")");
-        m_stream.bytes.append(isNew ? "pending" : "completed").append("\"");
-        if (isNew) {
-            m_stream.bytes.append(R"(,"kind":"read","rawInput":{"path":"src/line.cpp","limit":40})");
-            ++m_stream.entries;
-        }
-        m_stream.bytes.append("}}}\n");
+        m_stream.bytes += line(m_stream.dialect, call);
+        m_stream.entries += call.isNew ? 1 : 0;
     }
 
     IngestStream& m_stream;
@@ -84,9 +155,10 @@ private:
 
 } // namespace
 
-IngestStream IngestStream::make(std::size_t updates)
+IngestStream IngestStream::make(IngestDialect dialect, std::size_t updates)
 {
     IngestStream stream;
+    stream.dialect = dialect;
     stream.bytes.reserve(updates * 240);
     Writer writer(stream);
     for (std::size_t number = 0; number < updates; ++number) {
