@@ -15,10 +15,12 @@ T.MenuItem {
     implicitHeight: Theme.rowMenu
     opacity: enabled ? 1 : Theme.disabledOpacity
     Accessible.name: text
+    // What is triggered may make the entries anew, and then this one stands in no menu.
     Accessible.onPressAction: {
+        const owner = menu
         if (enabled) {
             triggered()
-            menu.dismiss()
+            owner.dismiss()
         }
     }
 

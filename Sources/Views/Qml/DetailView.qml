@@ -12,6 +12,14 @@ Item {
 
     signal toggleSidebar()
 
+    // To where the next message is typed, if there is a task.
+    function focusComposer() {
+        const view = body.object as ConversationView
+        if (view !== null) {
+            view.focusComposer()
+        }
+    }
+
     clip: true
 
     LazyItem {

@@ -31,7 +31,7 @@ ListView {
     Accessible.role: Accessible.List
     Accessible.name: "Messages"
     T.ScrollBar.vertical: ThinScrollBar {}
-    onContentYChanged: atRest = atYEnd
+    onContentYChanged: atRest = contentY >= lastY() - Theme.hairline
     onWidthChanged: stay()
     onHeightChanged: stay()
     onMovementStarted: release()
@@ -41,7 +41,13 @@ ListView {
     function toEnd() {
         forceLayout() // with the heights that the rows have now
         positionViewAtEnd() // it knows nothing of the margins
-        contentY = Math.max(originY - topMargin, originY + contentHeight + bottomMargin - height)
+        contentY = lastY()
+        atRest = true
+    }
+
+    // Where the list is at its end. Its own mark for it is late when it has just moved.
+    function lastY() {
+        return Math.max(originY - topMargin, originY + contentHeight + bottomMargin - height)
     }
 
     function stay() {

@@ -31,7 +31,10 @@ SheetPopup {
 
     Connections {
         target: root.permission
-        function onRequestArrived() { arrival.restart() }
+        function onRequestArrived() {
+            arrival.restart()
+            detail.forceActiveFocus()
+        }
     }
 
     NumberAnimation {
@@ -62,6 +65,8 @@ SheetPopup {
         }
 
         DetailBox {
+            id: detail
+
             width: parent.width
             label: "Detail"
             content: root.permission.detail

@@ -10,6 +10,8 @@ Item {
     required property string workspaceID
     required property bool first
 
+    signal taskMade()
+
     implicitHeight: Theme.controlSmall + (first ? 0 : Theme.space18 - Theme.space2)
     Accessible.role: Accessible.Heading
     Accessible.name: name
@@ -45,7 +47,10 @@ Item {
         symbol: "plus"
         symbolSize: Theme.symbolSmall
         toolTip: "New task in " + root.name
-        onClicked: root.windowModel.newTaskIn(root.workspaceID)
+        onClicked: {
+            root.windowModel.newTaskIn(root.workspaceID)
+            root.taskMade()
+        }
         Keys.onMenuPressed: menu.open()
     }
 

@@ -12,6 +12,19 @@ FocusScope {
 
     signal quit()
 
+    function newTask() {
+        windowModel.newTask()
+        detail.focusComposer()
+    }
+
+    // A focus that would be hidden goes on to the composer.
+    function toggleSidebar() {
+        if (sidebar.activeFocus) {
+            detail.focusComposer()
+        }
+        sidebarShown = !sidebarShown
+    }
+
     Component.onCompleted: Theme.fixedFamily = windowModel.fixedFamily
 
     AppMenuBar {
@@ -19,9 +32,9 @@ FocusScope {
 
         width: parent.width
         sidebarShown: root.sidebarShown
-        onNewTask: root.windowModel.newTask()
+        onNewTask: root.newTask()
         onOpenProject: root.windowModel.openProject()
-        onToggleSidebar: root.sidebarShown = !root.sidebarShown
+        onToggleSidebar: root.toggleSidebar()
         onShowShortcuts: shortcuts.active = true
         onQuit: root.quit()
     }
@@ -34,16 +47,20 @@ FocusScope {
         width: root.sidebarShown ? grip.x : 0
         visible: root.sidebarShown
         windowModel: root.windowModel
+        onNewTask: root.newTask()
+        onTaskMade: detail.focusComposer()
     }
 
     DetailView {
+        id: detail
+
         anchors.top: menuBar.bottom
         anchors.bottom: parent.bottom
         anchors.left: sidebar.right
         anchors.right: parent.right
         windowModel: root.windowModel
         sidebarShown: root.sidebarShown
-        onToggleSidebar: root.sidebarShown = !root.sidebarShown
+        onToggleSidebar: root.toggleSidebar()
     }
 
     SidebarGrip {

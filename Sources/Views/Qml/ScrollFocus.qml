@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Templates as T
 
 // The focus of the keyboard on a view that scrolls: an accent line inside its edge. When it goes to something within the view, the view
 // scrolls there.
@@ -29,11 +30,16 @@ Rectangle {
 
         function onActiveFocusItemChanged() {
             const item = root.Window.activeFocusItem
-            // A pointer that gives the focus is there already.
-            if (item !== null && item !== root.view && root.view.activeFocus && (item.visualFocus ?? item.activeFocusOnTab)) {
+            if (item !== null && item !== root.view && root.view.activeFocus && root.isReachedByKey(item)) {
                 root.follow(item)
             }
         }
+    }
+
+    // A pointer that gives the focus is there already.
+    function isReachedByKey(item) {
+        const control = item as T.Control
+        return control !== null ? control.visualFocus : item.activeFocusOnTab
     }
 
     function follow(item) {

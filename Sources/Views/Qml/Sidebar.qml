@@ -5,18 +5,24 @@ import QtQuick.Templates as T
 import Tessarin
 
 // The left column: name, projects with their tasks, and the bottom row.
-Rectangle {
+FocusScope {
     id: root
 
     required property WindowModel windowModel
 
-    color: Theme.sidebar
+    signal newTask()
+    signal taskMade()
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.sidebar
+    }
 
     SidebarHeader {
         id: header
 
         width: parent.width
-        onNewTask: root.windowModel.newTask()
+        onNewTask: root.newTask()
     }
 
     ListView {
@@ -38,7 +44,10 @@ Rectangle {
         Accessible.name: "Projects and tasks"
         T.ScrollBar.vertical: ThinScrollBar {}
 
-        delegate: SidebarRow { windowModel: root.windowModel }
+        delegate: SidebarRow {
+            windowModel: root.windowModel
+            onTaskMade: root.taskMade()
+        }
     }
 
     ScrollFocus { view: list }

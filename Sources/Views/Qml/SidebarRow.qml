@@ -16,6 +16,8 @@ OrderedItem {
     required property string workspaceID
     required property string threadID
 
+    signal taskMade()
+
     order: index
     width: ListView.view ? ListView.view.width : 0
     height: row.implicitHeight
@@ -35,6 +37,7 @@ OrderedItem {
             name: root.title
             workspaceID: root.workspaceID
             first: root.index === 0
+            onTaskMade: root.taskMade()
         }
     }
 
