@@ -12,6 +12,10 @@ namespace tessarin
 namespace
 {
 
+// A limit up to this is reserved whole with the first byte: the system gives memory only where it is written to, while growing step by step
+// holds the old and the new at each step.
+constexpr std::size_t reservedAtOnce = std::size_t{ 64 } * 1024 * 1024;
+
 bool isContinuationByte(char byte)
 {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
@@ -49,6 +53,20 @@ std::size_t validRest(std::string_view text)
     return start;
 }
 
+// How many bytes at the front, which begin no whole character, belong to one broken one: as many as begin some character (the maximal
+// subpart of Unicode 15, section 3.9), at least one.
+std::size_t brokenLength(std::string_view text)
+{
+    std::size_t length = 1;
+    for (std::size_t count = 2; count <= std::min<std::size_t>(text.size(), 3); ++count) {
+        const std::string completed = std::string(text.substr(0, count)) + "\x80\x80";
+        if (utf8SequenceLength(completed, 0) > count) {
+            length = count;
+        }
+    }
+    return length;
+}
+
 std::string_view newest(std::string_view text, std::size_t limit)
 {
     return text.substr(text.size() - std::min(text.size(), limit));
@@ -69,10 +87,10 @@ void TerminalOutput::append(std::string_view chunk)
     if (chunk.size() > m_byteLimit - m_count) {
         return truncate(chunk);
     }
-    // Twice as much each time, but never beyond what can be kept.
     const std::size_t needed = m_count + chunk.size();
     if (needed > m_buffer.capacity()) {
-        m_buffer.reserve(std::min(std::max(2 * m_buffer.capacity(), needed), m_byteLimit));
+        const std::size_t wanted = std::max({ 2 * m_buffer.capacity(), needed, reservedAtOnce });
+        m_buffer.reserve(std::min(wanted, m_byteLimit));
     }
     m_buffer.append(chunk);
     m_count = needed;
@@ -150,9 +168,10 @@ std::string TerminalOutput::text() const
     std::string text;
     text.reserve(kept.size());
     for (std::size_t position = 0; position < kept.size();) {
-        const std::size_t length = utf8SequenceLength(kept, position);
-        text.append(length == 0 ? replacement : std::string_view(kept).substr(position, length));
-        position += std::max<std::size_t>(length, 1);
+        const std::string_view rest = std::string_view(kept).substr(position);
+        const std::size_t length = utf8SequenceLength(rest, 0);
+        text.append(length == 0 ? replacement : rest.substr(0, length));
+        position += length == 0 ? brokenLength(rest) : length;
     }
     return text;
 }

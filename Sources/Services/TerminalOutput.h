@@ -7,8 +7,8 @@
 namespace tessarin
 {
 
-// The newest output of a terminal, at most `byteLimit` bytes of it. Memory stays within the limit and a constant, but for the moments in
-// which it grows up to there. A chunk costs what it holds, however large the limit is. Not for several threads at once.
+// The newest output of a terminal, at most `byteLimit` bytes of it. Memory stays within the limit and a constant; with a limit of more than
+// 64 MB, for moments, within twice what is there. A chunk costs what it holds, however large the limit is. Not for several threads at once.
 class TerminalOutput
 {
 public:
@@ -22,7 +22,7 @@ public:
 
     // A copy of the bytes kept.
     [[nodiscard]] std::string bytes() const;
-    // The same as text, each invalid byte replaced by U+FFFD.
+    // The same as text, each broken character and each other invalid byte replaced by U+FFFD.
     [[nodiscard]] std::string text() const;
     // Whether any byte has ever been dropped.
     [[nodiscard]] bool wasTruncated() const { return m_wasTruncated; }

@@ -18,6 +18,7 @@ public:
     QString id;
     QString name;
     bool isDefault = false;
+    int arrival = 0; // of its request: the buttons of another one are others, however alike, so that no press goes on from one to the other
     bool operator==(const PermissionChoice&) const = default;
 };
 

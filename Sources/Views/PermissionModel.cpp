@@ -29,6 +29,7 @@ void PermissionModel::note(const ModelChange& change)
 {
     // What takes the place of another request has to be seen before it is answered.
     if (change.kind == ModelChange::Kind::permissionRequest && m_model->permissionRequest()) {
+        ++m_arrivals;
         emit requestArrived();
     }
     if (change.kind == ModelChange::Kind::permissionRequest || change.kind == ModelChange::Kind::connectionState
@@ -54,7 +55,7 @@ void PermissionModel::readRequest()
         m_hasDefaultChoice = false;
         for (const PermissionOption& option : PermissionRules::offered(*request)) {
             const bool isDefault = !m_hasDefaultChoice && PermissionRules::isDefault(option);
-            m_choices.append({ QString::fromStdString(option.id), QString::fromStdString(option.name), isDefault });
+            m_choices.append({ QString::fromStdString(option.id), QString::fromStdString(option.name), isDefault, m_arrivals });
             if (isDefault) {
                 m_hasDefaultChoice = true;
                 m_defaultChoice = QString::fromStdString(option.id);

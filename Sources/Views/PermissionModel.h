@@ -60,6 +60,7 @@ private:
 
     std::shared_ptr<AppModel> m_model;
 
+    int m_arrivals = 0; // of requests
     bool m_isAsked = false;
     QString m_heading;
     QString m_subject;

@@ -282,6 +282,7 @@ TEST_F(AppModelSignInTest, TheTerminalFlowsCopyTheirCommandAndOpenATerminal)
         ElementsAre("'" + openCode + "' auth login --provider zai-coding-plan", "'" + claude + "' auth login",
             "curl -fsSL https://x.ai/cli/install.sh | bash"));
     EXPECT_EQ(desktop.terminals.size(), 3U);
+    EXPECT_THAT(desktop.copiedBeforeTerminal, ElementsAre(1U, 2U, 3U)) << "a terminal opens with its command on the pasteboard";
     EXPECT_EQ(model->connectionState(), ConnectionState());
     EXPECT_EQ(model->errorMessage(), std::nullopt);
 }

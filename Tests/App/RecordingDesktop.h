@@ -21,12 +21,17 @@ public:
     }
     void reveal(const std::string& path) override { revealed.push_back(path); }
     void copyToPasteboard(const std::string& text) override { pasteboard.push_back(text); }
-    void openTerminal(std::function<void(bool wasOpened)> done) override { terminals.push_back(std::move(done)); }
+    void openTerminal(std::function<void(bool wasOpened)> done) override
+    {
+        terminals.push_back(std::move(done));
+        copiedBeforeTerminal.push_back(pasteboard.size());
+    }
 
     std::vector<FolderQuestion> questions;
     std::vector<std::function<void(std::optional<std::string>)>> answers; // to the questions, in their order
     std::vector<std::string> revealed;
     std::vector<std::string> pasteboard; // all that was ever on it
+    std::vector<std::size_t> copiedBeforeTerminal; // how many texts had been copied when each terminal was asked for
     std::vector<std::function<void(bool wasOpened)>> terminals; // that were asked for, each to be told whether it opened
 };
 

@@ -1,4 +1,6 @@
 """An agent asks, a person answers; the way to a first runtime."""
+import os
+
 from acp import opening, says, script, turn
 from asking import ALWAYS, NO, ONCE, answered, asks
 from window_case import WindowCase, main
@@ -116,6 +118,33 @@ class Install(WindowCase):
         self.assertEqual(self.window.audit(), [])
         self.desk.install('grok', script(opening(), turn(says('Done.'))))
         self.window.click_on('~button', '=Check Again')
+        self.reads('What should we build?')
+
+    def test_ThePersonsTerminalIsOpenedWithTheCommandInTheClipboard(self):
+        opened = os.path.join(self.desk.home, 'opened')
+        terminal = os.path.join(self.desk.runtimes, 'xdg-terminal-exec')
+        with open(terminal, 'w') as file:
+            file.write(f'#!/bin/sh\nprintf "%s in %s" "$#" "$PWD" > "{opened}.new"\nmv "{opened}.new" "{opened}"\n')
+        os.chmod(terminal, 0o755)
+        self.open_project(self.desk.project())
+        self.window.click_on('~button', '=Copy Command & Open Terminal')
+        self.window.wait(lambda: os.path.exists(opened), what='the terminal')
+        with open(opened) as file:
+            self.assertEqual(file.read(), '0 in ' + self.desk.home, 'nothing is typed into it')
+        self.window.wait(lambda: self.window.clipboard().endswith(' | bash'), what='the command in the clipboard')
+        self.assertFalse(self.is_read('Copied'))
+
+    def test_TheScreenIsWorkedByTheAccessibilityTreeAndTheKeyboard(self):
+        self.open_project(self.desk.project())
+        self.window.press('~button', '=Copy Command & Open Terminal')
+        self.reads('Copied')
+        self.window.still(of=self.window.find('~button', '=Close'), timeout=3)
+        self.assertEqual(self.window.audit(), [])
+        self.window.key('Escape')
+        self.window.wait_gone('~button', '=Close')
+        self.desk.install('kimi', script(opening(), turn(says('Done.'))))
+        self.window.focus(self.window.find('~button', '=Copy Command & Open Terminal'))
+        self.window.key('Tab', 'space')
         self.reads('What should we build?')
 
     def test_TheCommandIsCopiedAndShownWhereThereIsNoTerminal(self):

@@ -160,6 +160,7 @@ private:
     static std::vector<std::int64_t> idsOf(const std::vector<PermissionRequest>& requests)
     {
         std::vector<std::int64_t> ids;
+        ids.reserve(requests.size());
         for (const PermissionRequest& request : requests) {
             ids.push_back(request.id);
         }

@@ -100,9 +100,34 @@ TEST(TerminalOutputTest, TextReplacesWhatIsNotValid)
 {
     TerminalOutput output(100);
     output.append("half \xE2\x82");
-    EXPECT_EQ(output.text(), "half \xEF\xBF\xBD\xEF\xBF\xBD");
+    EXPECT_EQ(output.text(), "half \xEF\xBF\xBD");
     output.append("\xAC");
     EXPECT_EQ(output.text(), "half \xE2\x82\xAC");
+}
+
+TEST(TerminalOutputTest, ABrokenCharacterIsReplacedOnceAndAnyOtherInvalidByteByItself)
+{
+    const std::string mark = "\xEF\xBF\xBD";
+    const std::pair<const char*, std::string> rows[] = {
+        { "\xF0\x9F\x98", mark },
+        { "\xF0\x9F\x98x", mark + "x" },
+        { "\xF0\x9F", mark },
+        { "\xC3x", mark + "x" },
+        { "\xE2\x82\xE2\x82\xAC", mark + "\xE2\x82\xAC" },
+        { "\x80\xBF", mark + mark },
+        { "\xC0\xAF", mark + mark },
+        { "\xE0\x80\xAF", mark + mark + mark },
+        { "\xED\xA0\x80", mark + mark + mark },
+        { "\xF4\x90\x80\x80", mark + mark + mark + mark },
+        { "\xFF"
+          "a\xFE",
+            mark + "a" + mark },
+    };
+    for (const auto& [bytes, text] : rows) {
+        TerminalOutput output(100);
+        output.append(bytes);
+        EXPECT_EQ(output.text(), text) << bytes;
+    }
 }
 
 TEST(TerminalOutputTest, KeepsByteForByteWhatTheRuleKeeps)

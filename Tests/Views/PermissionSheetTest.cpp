@@ -47,6 +47,17 @@ protected:
         press();
         EXPECT_FALSE(model->permissionRequest());
     }
+    // The middle of the button of that text.
+    QPoint placeOf(const QString& text)
+    {
+        for (const QQuickItem* item : QmlFixture::items(qml.view().contentItem(), "PushButton")) {
+            if (item->property("text").toString() == text && item->width() > 0 && item->isVisible()) {
+                return item->mapToScene(item->boundingRect().center()).toPoint();
+            }
+        }
+        ADD_FAILURE() << "no button " << text.toStdString();
+        return {};
+    }
     void press() { QTest::keyClick(&qml.view(), Qt::Key_Return); }
     std::string chosen(int id)
     {
@@ -92,6 +103,38 @@ TEST_F(PermissionSheetTest, AReturnThatWasMeantForTheRequestBeforeGivesNoPermiss
     EXPECT_TRUE(model->permissionRequest()) << "the second has not been seen";
     answerByReturn();
     EXPECT_EQ(chosen(8), "second");
+}
+
+TEST_F(PermissionSheetTest, APressThatBeganOnTheRequestBeforeGivesNoPermission)
+{
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").send(request(7, "yes")).waitForFile("go").send(request(8, "yes"));
+    open(scenario.expectResponse(8).replyTo("session/prompt", testing::endTurn));
+    awaitSheet();
+    const QPoint button = placeOf("Allow");
+    QTest::mousePress(&qml.view(), Qt::LeftButton, {}, button);
+    runtime.touch("go");
+    awaitRequest(8);
+    awaitSheet();
+    QTest::mouseRelease(&qml.view(), Qt::LeftButton, {}, button);
+    EXPECT_TRUE(model->permissionRequest());
+    QTest::mouseClick(&qml.view(), Qt::LeftButton, {}, placeOf("Allow"));
+    EXPECT_FALSE(model->permissionRequest());
+    EXPECT_EQ(chosen(8), "yes");
+}
+
+TEST_F(PermissionSheetTest, TheKeysWorkOnARequestThatTookThePlaceOfOneWhoseButtonHadTheFocus)
+{
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").send(request(7, "yes")).waitForFile("go").send(request(8, "yes"));
+    open(scenario.expectResponse(8).replyTo("session/prompt", testing::endTurn));
+    awaitSheet();
+    QTest::keyClick(&qml.view(), Qt::Key_Tab);
+    QTest::keyClick(&qml.view(), Qt::Key_Tab);
+    runtime.touch("go");
+    awaitRequest(8);
+    answerByReturn();
+    EXPECT_EQ(chosen(8), "yes");
 }
 
 TEST_F(PermissionSheetTest, AnOptionWithAnEmptyIdIsAnsweredAsAnyOther)
