@@ -22,7 +22,8 @@ namespace tessarin
 
 int TessarinApp::run(int argc, char** argv)
 {
-    QtMainThread mainThread;
+    // Never destroyed: a client that was stopped may still be ending its child, and post about it, when the program ends.
+    static QtMainThread& mainThread = *new QtMainThread;
     const StoreLocations locations = StoreLocations::current();
     QPointer<TessarinApp> program;
     const auto lock = InstanceLock::acquire(locations, mainThread.mainThread(), [&program] {

@@ -8,10 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tessarin::testing
@@ -51,8 +53,16 @@ class CodexClientTest : public ::testing::Test
 protected:
     ~CodexClientTest() override
     {
-        if (client)
-            client->stop();
+        if (!client)
+            return;
+        client->stop();
+        // `stop` returns before its work is done, and that work posts to our main thread, which runs nothing of it any more.
+        const std::weak_ptr<CodexAppServerClient> gone = client;
+        client.reset();
+        const auto end = std::chrono::steady_clock::now() + waitBound;
+        while (!gone.expired() && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_TRUE(gone.expired());
     }
 
     [[nodiscard]] CodexAppServerClient::Configuration configuration(GrokPermissionMode mode = GrokPermissionMode::ask) const
