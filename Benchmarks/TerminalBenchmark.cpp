@@ -163,8 +163,8 @@ int measure(const Options& options)
     std::printf(
         "a command that prints %zu MB, of which %zu bytes are kept: %.0f MB a second; a bare read of the same pipe: %.0f MB a second\n",
         options.megabytes, options.limit, megabytes / median(terminals), megabytes / median(readings));
-    std::printf("memory of a terminal that prints 1 GB beyond what it keeps, in MB: %.1f (at most %.0f)\n", growth, memoryBar);
-    std::printf("terminal that prints 1 GB / a bare read of the same pipe: %.2f (at most %.1f)\n", median(ratios), timeBar);
+    std::printf("memory of a terminal that prints 1 GB beyond what it keeps, in MB: %.1f (bar %.0f)\n", growth, memoryBar);
+    std::printf("terminal that prints 1 GB / a bare read of the same pipe: %.2f (bar %.1f)\n", median(ratios), timeBar);
     return options.onlyReports || (growth <= memoryBar && median(ratios) <= timeBar) ? 0 : 1;
 }
 
