@@ -1,4 +1,5 @@
 #include "Platform/Descriptor.h"
+#include "Platform/FileMoving.h"
 #include "Platform/Files.h"
 #include "Platform/Uuid.h"
 
@@ -10,21 +11,13 @@
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
+#include <vector>
 
 namespace tessarin
 {
 
 namespace
 {
-
-std::string folderOf(const std::string& path)
-{
-    const std::size_t slash = path.rfind('/');
-    if (slash == std::string::npos) {
-        return ".";
-    }
-    return slash == 0 ? "/" : path.substr(0, slash);
-}
 
 // Fewer than any system's limit of buffers in one call, and far fewer bytes than its limit of those.
 constexpr std::size_t buffersPerCall = 512;
@@ -85,40 +78,66 @@ Result<void, FileError> synchronizeFolder(const std::string& folder)
     return {};
 }
 
-Result<void, FileError> fillNewFile(const std::string& path, const ByteRope& bytes, unsigned mode)
+// Fills a file that nobody has yet; what could not be filled is removed.
+template <class Fill>
+Result<void, FileError> makeNewFile(const std::string& path, unsigned mode, const Fill& fill)
 {
     Descriptor descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!descriptor.isOpen()) {
         return Failure{ lastFileError() };
     }
     // By name of the mode, not by what the process's mask leaves of it.
+    Result<void, FileError> outcome;
     if (::fchmod(descriptor.get(), static_cast<mode_t>(mode)) != 0) {
-        return Failure{ lastFileError() };
+        outcome = Failure{ lastFileError() };
     }
-    if (const auto written = writePieces(descriptor.get(), bytes.pieces()); !written) {
-        return written;
+    if (outcome) {
+        outcome = fill(descriptor.get());
     }
-    if (const auto synchronized = synchronize(descriptor.get()); !synchronized) {
-        return synchronized;
+    if (outcome) {
+        outcome = synchronize(descriptor.get());
     }
     // A full quota may be told only here. Not repeated after EINTR: the number is free by then and may be another thread's.
-    if (::close(descriptor.release()) != 0 && errno != EINTR) {
-        return Failure{ lastFileError() };
+    if (::close(descriptor.release()) != 0 && errno != EINTR && outcome) {
+        outcome = Failure{ lastFileError() };
+    }
+    if (!outcome) {
+        ::unlink(path.c_str());
+    }
+    return outcome;
+}
+
+Result<void, FileError> writeAll(int descriptor, const char* bytes, std::size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = ::write(descriptor, bytes, size);
+        if (written < 0 && errno != EINTR) {
+            return Failure{ lastFileError() };
+        }
+        const std::size_t count = written > 0 ? static_cast<std::size_t>(written) : 0;
+        bytes += count;
+        size -= count;
     }
     return {};
 }
 
-Result<void, FileError> copyToNewFile(const std::string& from, const std::string& to)
+Result<void, FileError> copyBytes(int from, int to)
 {
-    auto bytes = readFile(from);
-    if (!bytes) {
-        return Failure{ bytes.error() };
+    std::vector<char> buffer(std::size_t{ 256 } * 1024);
+    while (true) {
+        const ssize_t count = ::read(from, buffer.data(), buffer.size());
+        if (count < 0 && errno != EINTR) {
+            return Failure{ lastFileError() };
+        }
+        if (count == 0) {
+            return {};
+        }
+        if (count > 0) {
+            if (auto written = writeAll(to, buffer.data(), static_cast<std::size_t>(count)); !written) {
+                return written;
+            }
+        }
     }
-    auto filled = fillNewFile(to, ByteRope(std::move(bytes).value()), 0600);
-    if (!filled && filled.error().code != EEXIST) {
-        ::unlink(to.c_str());
-    }
-    return filled;
 }
 
 // Requires: nothing has the name `to`; another program that takes it in between would lose its file.
@@ -142,7 +161,7 @@ Result<void, FileError> keepUnder(const std::string& path, const std::string& na
     if (errno == EEXIST || errno == ENOENT) {
         return Failure{ lastFileError() };
     }
-    if (const auto copied = copyToNewFile(path, name); copied || copied.error().code == EEXIST) {
+    if (auto copied = copyFile(path, name); copied || copied.error().code == EEXIST) {
         return copied;
     }
     return renameToFreeName(path, name);
@@ -150,26 +169,45 @@ Result<void, FileError> keepUnder(const std::string& path, const std::string& na
 
 } // namespace
 
+Result<void, FileError> writeNewFile(const std::string& path, const ByteRope& bytes, unsigned mode)
+{
+    return makeNewFile(path, mode, [&](int descriptor) { return writePieces(descriptor, bytes.pieces()); });
+}
+
+Result<void, FileError> copyFile(const std::string& from, const std::string& to, unsigned mode)
+{
+    // Without waiting, because opening a pipe that nobody writes to would wait for ever.
+    const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status;
+    if (!source.isOpen() || ::fstat(source.get(), &status) != 0) {
+        return Failure{ lastFileError() };
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return Failure{ FileError{ "Not a regular file", EINVAL } };
+    }
+    return makeNewFile(to, mode, [&](int descriptor) { return copyBytes(source.get(), descriptor); });
+}
+
 Result<void, FileError> writeFileAtomically(const std::string& path, const ByteRope& bytes, unsigned mode)
 {
-    return writeFileAtomicallyThrough(folderOf(path) + "/.tessarin-" + Uuid::random().text(), path, bytes, mode);
+    return writeFileAtomicallyThrough(parentPath(path) + "/.tessarin-" + Uuid::random().text(), path, bytes, mode);
 }
 
 Result<void, FileError> writeFileAtomicallyThrough(
     const std::string& temporaryPath, const std::string& path, const ByteRope& bytes, unsigned mode)
 {
-    if (const auto removed = removeFile(temporaryPath); !removed) {
+    if (auto removed = removeFile(temporaryPath); !removed) {
         return removed;
     }
-    auto outcome = fillNewFile(temporaryPath, bytes, mode);
-    if (outcome && ::rename(temporaryPath.c_str(), path.c_str()) != 0) {
-        outcome = Failure{ lastFileError() };
+    if (auto written = writeNewFile(temporaryPath, bytes, mode); !written) {
+        return written;
     }
-    if (!outcome) {
+    if (::rename(temporaryPath.c_str(), path.c_str()) != 0) {
+        const FileError error = lastFileError();
         ::unlink(temporaryPath.c_str());
-        return outcome;
+        return Failure{ error };
     }
-    return synchronizeFolder(folderOf(path));
+    return synchronizeFolder(parentPath(path));
 }
 
 Result<void, FileError> removeFile(const std::string& path)
@@ -185,9 +223,9 @@ Result<void, FileError> keepFileAside(const std::string& path, const std::string
     constexpr int nameLimit = 1000;
     std::string name = asidePath;
     for (int number = 2; number <= nameLimit; ++number) {
-        const auto kept = keepUnder(path, name);
+        auto kept = keepUnder(path, name);
         if (kept) {
-            return synchronizeFolder(folderOf(name));
+            return synchronizeFolder(parentPath(name));
         }
         if (kept.error().code == ENOENT) {
             return {};

@@ -1,12 +1,12 @@
 #include "Platform/Preferences.h"
 
 #include "Platform/BackgroundWriter.h"
+#include "Platform/CompactDate.h"
 #include "Platform/Json.h"
 
 #include <cassert>
 #include <cerrno>
 #include <cstdlib>
-#include <ctime>
 #include <utility>
 
 namespace tessarin
@@ -22,16 +22,6 @@ std::string folderFromEnvironment(const char* variable, const char* fallbackBelo
     const char* value = std::getenv(variable);
     // A relative folder is to be ignored (freedesktop.org, XDG base directories).
     return value && *value == '/' ? std::string(value) : homeDirectory() + fallbackBelowHome;
-}
-
-// As in 20261121T083000Z.
-std::string compactDate(Instant instant)
-{
-    const auto seconds = static_cast<std::time_t>(instant.secondsSince1970());
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    char date[32];
-    return { date, std::strftime(date, sizeof date, "%Y%m%dT%H%M%SZ", &parts) };
 }
 
 } // namespace

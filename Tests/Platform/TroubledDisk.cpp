@@ -121,4 +121,10 @@ std::string onADiskWithoutLinks(const std::function<std::string()>& steps)
     return inAChild([&] { return forbidLinks() ? steps() : "Links can't be forbidden here."; });
 }
 
+std::string asABoundAccount(const std::function<std::string()>& steps)
+{
+    constexpr uid_t nobody = 65534;
+    return inAChild([&] { return geteuid() != 0 || setuid(nobody) == 0 ? steps() : "The account can't be changed."; });
+}
+
 } // namespace tessarin

@@ -36,4 +36,7 @@ std::string onADiskOf(std::size_t bytes, const std::string& folder, const std::f
 // Runs the steps in a child process for which files have no second names: each link fails. On Linux only.
 std::string onADiskWithoutLinks(const std::function<std::string()>& steps);
 
+// Runs the steps in a child process whose account is bound by access rights, which root is not: as root it becomes nobody first.
+std::string asABoundAccount(const std::function<std::string()>& steps);
+
 } // namespace tessarin
