@@ -74,6 +74,7 @@ RuntimeContext AppModelTest::context()
         return preferences.text(key);
     };
     result.environment = runtime.environment();
+    result.environment.insert(addedEnvironment.begin(), addedEnvironment.end());
     result.environment["PATH"] = binDirectory(runtime) + ":/usr/bin:/bin";
     result.home = runtime.home();
     return result;

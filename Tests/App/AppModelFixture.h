@@ -78,6 +78,8 @@ protected:
     WorkspaceStore store;
     RecordingDesktop desktop;
     Instant clock{ 1000 };
+    // What this process is started with besides, in the eyes of a model that is opened afterwards.
+    Environment addedEnvironment;
     // Called whenever a locator asks for a setting.
     std::function<void(const std::string& key)> onSettingAsked = [](const std::string&) {};
     std::shared_ptr<AppModel> model;

@@ -224,6 +224,72 @@ TEST_F(AppModelProtocolsTest, ATaskGoesBackToTheCodexThreadItHad)
     EXPECT_EQ(model->entries().back().provider, AgentProvider::codex);
 }
 
+TEST_F(AppModelProtocolsTest, AThreadThatCodexPutsInThePlaceOfTheStoredOneIsStored)
+{
+    runtime.script("codex", 1, codexTurn("First"));
+    Scenario replaced;
+    replaced.always("account/rateLimits/read").expect("initialize").reply().expect("thread/resume").replyError("no rollout found");
+    replaced.expect("thread/start").reply(R"({"thread":{"id":"thread-y"}})");
+    replaced.expect("turn/start").reply(R"({"turn":{"id":"turn-2"}})");
+    codexText(replaced, "Second").send(R"({"method":"turn/completed","params":{"turn":{"id":"turn-2","status":"completed"}}})");
+    runtime.script("codex", 2, replaced);
+    openProject({ "codex" });
+    runTurn("Hi");
+    EXPECT_EQ(task().sessionID(AgentProvider::codex), "thread-x");
+    openModel();
+    runTurn("More");
+    EXPECT_THAT(texts(), ElementsAre("Hi", "First", "More", "Second"));
+    openModel();
+    EXPECT_EQ(task().sessionID(AgentProvider::codex), "thread-y");
+}
+
+TEST_F(AppModelProtocolsTest, ClaudeCodeResumesTheIdThatItWasGivenAlthoughItChangedItsOwn)
+{
+    Scenario first = claudePrompted();
+    first.send(R"({"type":"system","subtype":"init","session_id":"changed"})");
+    runtime.script("claude", 1, claudeText(first, "First").send(claudeSuccess));
+    Scenario second = claudePrompted();
+    runtime.script("claude", 2, claudeText(second, "Second").send(claudeSuccess));
+    openProject({ "claude" });
+    runTurn("Hi");
+    const std::optional<std::string> given = task().sessionID(AgentProvider::claude);
+    ASSERT_TRUE(given);
+    EXPECT_NE(given, "changed");
+    openModel();
+    runTurn("More");
+    EXPECT_THAT(runtime.startOf("claude", 2).at("argv").as_array(), Contains(Json("--resume=" + *given)));
+    EXPECT_THAT(texts(), ElementsAre("Hi", "First", "More", "Second"));
+    EXPECT_EQ(task().sessionID(AgentProvider::claude), given);
+}
+
+TEST_F(AppModelProtocolsTest, NeitherCodexNorClaudeCodeGetsAKeyThatBillsByUse)
+{
+    const std::vector<std::string> codexKeys{ "OPENAI_API_KEY", "CODEX_API_KEY" };
+    const std::vector<std::string> claudeKeys{ "ANTHROPIC_API_KEY", "ANTHROPIC_AUTH_TOKEN", "ANTHROPIC_BASE_URL", "CLAUDE_CODE_USE_BEDROCK",
+        "CLAUDE_CODE_USE_VERTEX", "CLAUDE_CODE_USE_FOUNDRY", "CLAUDECODE" };
+    for (const auto* keys : { &codexKeys, &claudeKeys }) {
+        for (const std::string& key : *keys) {
+            addedEnvironment[key] = "of this process";
+        }
+    }
+    addedEnvironment["PROJECT_TOKEN"] = "of this process";
+    runtime.script("codex", codexTurn("Done"));
+    Scenario claude = claudePrompted();
+    runtime.script("claude", claude.send(claudeSuccess));
+    for (const auto& [mode, program, keys] :
+        { std::tuple(ProviderRoutingMode::codex, "codex", &codexKeys), std::tuple(ProviderRoutingMode::claude, "claude", &claudeKeys) }) {
+        openProject({ program });
+        model->setRoutingMode(mode);
+        runTurn("Hi");
+        const JsonObject environment = runtime.startOf(program).at("environment").as_object();
+        ASSERT_TRUE(environment.contains("PROJECT_TOKEN")) << program << " gets what does no harm";
+        EXPECT_EQ(environment.at("PROJECT_TOKEN"), "of this process");
+        for (const std::string& key : *keys) {
+            EXPECT_FALSE(environment.contains(key)) << program << " gets " << key;
+        }
+    }
+}
+
 TEST_F(AppModelProtocolsTest, CodexIsStartedInTheProjectWithTheApprovalModeOfTheMoment)
 {
     runtime.script("codex", codexTurn("Done"));
