@@ -87,7 +87,9 @@ protected:
     {
         playAndStart(scenario, mode);
         ASSERT_TRUE(waitForEvent("resumed")) << report();
-        events.erase(std::find(events.begin(), events.end(), "resumed session-1"));
+        const auto told = std::find(events.begin(), events.end(), "resumed session-1");
+        ASSERT_NE(told, events.end()) << report();
+        events.erase(told);
     }
     void prompt(std::string text = "Hello")
     {
