@@ -216,16 +216,6 @@ TEST_F(CodexClientStopTest, AChildOfADroppedClientIsAskedToEndAndNobodyHearsOfIt
     EXPECT_THAT(events, ElementsAre("started thread-1"));
 }
 
-TEST_F(CodexClientStopTest, OperationsReturnWhileTheChildReadsNothing)
-{
-    openThread(codexThread().waitForFile("go").expect("turn/start").reply(R"({"turn":{"id":"turn-1"}})").send(codexTurnEnd()));
-    const std::string text(8000000, 'x');
-    prompt(text);
-    runtime.touch("go");
-    ASSERT_TRUE(waitForEvent("turn"));
-    EXPECT_EQ(runtime.received("codex", "turn/start")[0].at("params").at("input").at(0).at("text").as_string(), text);
-}
-
 } // namespace
 
 } // namespace tessarin::testing
