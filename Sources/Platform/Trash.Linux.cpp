@@ -170,8 +170,8 @@ std::optional<Trash> trashAtTop(const std::string& item, dev_t device)
 
 Result<void, FileError> moveToTrash(const std::string& path)
 {
-    // Neither names an item: what would be moved is the working directory, or what stands before the zero byte.
-    if (path.empty() || path.find('\0') != std::string::npos) {
+    // Whatever is not said in full is not moved: it could be the working directory, or what stands before the zero byte.
+    if (!path.starts_with('/') || path.find('\0') != std::string::npos) {
         return Failure{ FileError{ std::generic_category().message(EINVAL), EINVAL } };
     }
     const std::string item = standardizedPath(path);

@@ -173,7 +173,9 @@ TEST_F(TrashTest, WhatIsGoneFailsAndLeavesNoRecord)
 TEST_F(TrashTest, APathThatNamesNothingMovesNothing)
 {
     const std::string precious = put("precious", "work");
-    EXPECT_FALSE(moveToTrash(""));
+    for (const char* relative : { "", ".", "../precious" }) {
+        EXPECT_FALSE(moveToTrash(relative)) << relative;
+    }
     EXPECT_TRUE(fs::is_directory(m_folder / "current")) << "the working directory";
     EXPECT_FALSE(moveToTrash(precious + std::string("\0.png", 5)));
     EXPECT_EQ(wholeFile(precious), "work");
