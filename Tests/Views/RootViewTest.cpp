@@ -128,6 +128,37 @@ TEST_F(RootViewTest, DismissingByKeyGivesTheFocusBackToTheComposer)
     EXPECT_TRUE(item("ComposerField")->property("areaFocus").toBool());
 }
 
+TEST_F(RootViewTest, ANewTaskIsReadyToBeTypedInto)
+{
+    open();
+    const auto focusElsewhere = [&] { item("SidebarHeader")->forceActiveFocus(Qt::TabFocusReason); };
+    const auto isTypedInto = [&] { return item("ComposerField")->property("areaFocus").toBool(); };
+    const auto tasks = [&] { return model->workspaces().front().threads.size(); };
+    focusElsewhere();
+    ASSERT_FALSE(isTypedInto());
+    QTest::keyClick(&qml.view(), Qt::Key_N, Qt::ControlModifier);
+    EXPECT_EQ(tasks(), 2U);
+    EXPECT_TRUE(isTypedInto());
+    focusElsewhere();
+    QMetaObject::invokeMethod(QmlFixture::items(item("SidebarHeader"), "SymbolButton").value(0), "clicked");
+    EXPECT_EQ(tasks(), 3U);
+    EXPECT_TRUE(isTypedInto());
+    focusElsewhere();
+    QMetaObject::invokeMethod(QmlFixture::items(item("ProjectHeading"), "SymbolButton").value(0), "clicked");
+    EXPECT_EQ(tasks(), 4U);
+    EXPECT_TRUE(isTypedInto());
+}
+
+TEST_F(RootViewTest, ASidebarThatGoesLeavesItsFocusToTheComposer)
+{
+    open();
+    QmlFixture::items(item("SidebarHeader"), "SymbolButton").value(0)->forceActiveFocus(Qt::TabFocusReason);
+    ASSERT_FALSE(item("ComposerField")->property("areaFocus").toBool());
+    QTest::keyClick(&qml.view(), Qt::Key_F9);
+    EXPECT_FALSE(item("Sidebar")->isVisible());
+    EXPECT_TRUE(item("ComposerField")->property("areaFocus").toBool());
+}
+
 TEST_F(RootViewTest, EveryButtonThatIsOnlyASymbolTellsWhatItDoes)
 {
     open();
