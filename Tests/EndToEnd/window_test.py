@@ -21,6 +21,7 @@ class Window(WindowCase):
             self.assertEqual(self.window.audit(), [])
             self.window.key('Escape')
             self.window.wait_gone('menu item', item)
+            self.window.still()  # while it fades it still takes the next press
 
     def test_AMenuEntryActs(self):
         self.start()

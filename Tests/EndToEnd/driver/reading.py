@@ -2,7 +2,7 @@
 import json
 import re
 
-from .errors import UiError
+from .errors import Gone, UiError
 from .vocabulary import NOT_SHOWN, PRESSABLE, STATES
 
 _NAMED = PRESSABLE + ('text', 'password text', 'slider', 'spin button', 'list item', 'dialog', 'list')
@@ -64,6 +64,14 @@ class Reading:
 
     def audit(self, root=None):
         """What on the screen a screen reader could not name or press: a list of complaints."""
+        for _ in range(3):
+            try:
+                return self._audit(root)
+            except Gone:
+                pass  # something left the screen while it was read: what is there now counts
+        return self._audit(root)
+
+    def _audit(self, root):
         complaints = []
         for top in self.tree(root):
             for element in top.walk():
