@@ -199,6 +199,11 @@ int main(int argc, char** argv)
     if (!arguments.empty() && arguments[0] == "agent") {
         return tessarin::playRuntime();
     }
+    // What the model asks of a runtime that it finds, the version above all.
+    if (!arguments.empty() && arguments[0] != "--report") {
+        std::puts("1.0.0");
+        return 0;
+    }
     const bool onlyReports = std::find(arguments.begin(), arguments.end(), "--report") != arguments.end();
     return tessarin::measure(std::filesystem::read_symlink("/proc/self/exe").string(), onlyReports);
 }
