@@ -81,6 +81,8 @@ class NoDesktop final : public Desktop
 {
     void chooseFolder(const FolderQuestion&, std::function<void(std::optional<std::string>)> done) override { done(std::nullopt); }
     void reveal(const std::string&) override { }
+    void open(const std::string&) override { }
+    void moveToTrash(const std::string&) override { }
     void copyToPasteboard(const std::string&) override { }
     void openTerminal(std::function<void(bool wasOpened)> done) override { done(false); }
 };

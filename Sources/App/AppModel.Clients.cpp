@@ -119,7 +119,7 @@ void AppModel::setCallbacks(const std::shared_ptr<AgentClient>& client)
     };
     client->onPermissionRequest = [weak, weakClient = std::weak_ptr(client)](PermissionRequest request) {
         if (const auto model = weak.lock()) {
-            model->receivePermission(weakClient, std::move(request));
+            model->receivePermission(PermissionOwner::build, weakClient, std::move(request));
         }
     };
     client->onLog = [weak](const std::string& text) {

@@ -1,6 +1,7 @@
 #include "App/AppModel.h"
 
 #include "Platform/Text.h"
+#include "Services/ACPClient.h"
 
 #include <algorithm>
 
@@ -15,8 +16,8 @@ void AppModel::respondToPermission(std::string optionID)
     const PermissionRequest request = *m_permissionRequest;
     const auto option
         = std::find_if(request.options.begin(), request.options.end(), [&](const PermissionOption& each) { return each.id == optionID; });
-    if (m_client) {
-        m_client->respondToPermission(request.id, std::move(optionID));
+    if (const auto client = permissionClient()) {
+        client->respondToPermission(request.id, std::move(optionID));
     }
     const bool stopsAsking
         = option != request.options.end() && option->kind == "allow_always" && contains(lowerCased(option->name), "always-approve");
@@ -38,14 +39,17 @@ void AppModel::rejectPermission()
         [](const PermissionOption& each) { return each.kind == "reject_once" || each.kind == "reject_always"; });
     if (refusal != options.end()) {
         respondToPermission(refusal->id);
+    } else if (m_permissionOwner == PermissionOwner::imagine) {
+        cancelImagine();
     } else {
         stopWorking();
     }
 }
 
 // Told also when it looks like the one before it: another client may ask.
-void AppModel::receivePermission(const std::weak_ptr<AgentClient>& asker, PermissionRequest request)
+void AppModel::receivePermission(PermissionOwner owner, const std::weak_ptr<AgentClient>& asker, PermissionRequest request)
 {
+    m_permissionOwner = owner;
     m_permissionAsker = asker;
     m_permissionRequest = std::move(request);
     changed(ModelChange::Kind::permissionRequest);
@@ -61,7 +65,13 @@ void AppModel::forgetAsker(const std::weak_ptr<AgentClient>& client)
 
 bool AppModel::isPermissionHeard() const
 {
-    return m_permissionRequest && m_client && m_client == m_permissionAsker.lock();
+    const auto client = permissionClient();
+    return m_permissionRequest && client && client == m_permissionAsker.lock();
+}
+
+std::shared_ptr<AgentClient> AppModel::permissionClient() const
+{
+    return m_permissionOwner == PermissionOwner::imagine ? m_imagineClient : m_client;
 }
 
 void AppModel::recordPermissionMode(GrokPermissionMode mode)
@@ -77,6 +87,9 @@ void AppModel::setPermissionMode(GrokPermissionMode mode)
     }
     recordPermissionMode(mode);
     resetConnection();
+    dropImagineClient();
+    setImagineState(ConnectionState::Kind::idle);
+    setImagineProgress({});
 }
 
 void AppModel::setRoutingMode(ProviderRoutingMode mode)

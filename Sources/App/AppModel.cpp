@@ -17,7 +17,10 @@ std::shared_ptr<AppModel> AppModel::make(Surroundings surroundings)
     return model;
 }
 
-AppModel::AppModel(Surroundings surroundings) : m_surroundings(std::move(surroundings)), m_workspaces(m_surroundings.store.load())
+AppModel::AppModel(Surroundings surroundings)
+    : m_surroundings(std::move(surroundings))
+    , m_workspaces(m_surroundings.store.load())
+    , m_imagineStore(m_surroundings.preferences.locations(), m_surroundings.now)
 {
     if (!m_workspaces.empty()) {
         const Workspace& first = m_workspaces.front();
@@ -29,6 +32,7 @@ AppModel::AppModel(Surroundings surroundings) : m_surroundings(std::move(surroun
     const Preferences& preferences = m_surroundings.preferences;
     m_permissionMode = grokPermissionModeFromRawText(preferences.text(permissionModeKey).value_or("")).value_or(GrokPermissionMode::ask);
     m_routingMode = providerRoutingModeFromRawText(preferences.text(routingModeKey).value_or("")).value_or(ProviderRoutingMode::automatic);
+    m_imagineItems = m_imagineStore.load();
 }
 
 AppModel::~AppModel() = default;
@@ -77,6 +81,27 @@ void AppModel::fail(const std::string& text, std::string message)
 {
     setConnectionState(ConnectionState::failed(text));
     setErrorMessage(std::move(message));
+}
+
+void AppModel::setImagineState(ConnectionState state)
+{
+    publish(m_imagineState, std::move(state), ModelChange::Kind::imagineState);
+}
+
+void AppModel::setImagineProgress(std::string progress)
+{
+    publish(m_imagineProgress, std::move(progress), ModelChange::Kind::imagineProgress);
+}
+
+void AppModel::failImagine(const std::string& text, std::string message)
+{
+    setImagineState(ConnectionState::failed(text));
+    setErrorMessage(std::move(message));
+}
+
+void AppModel::setSelectedSection(AppSection section)
+{
+    publish(m_selectedSection, section, ModelChange::Kind::section);
 }
 
 void AppModel::clearError()
@@ -187,7 +212,7 @@ bool AppModel::canSend() const
 
 bool AppModel::canChangePermissionMode() const
 {
-    return !m_connectionState.isBusy() && !m_permissionRequest;
+    return !m_connectionState.isBusy() && !m_imagineState.isBusy() && !m_permissionRequest;
 }
 
 bool AppModel::canChangeRoutingMode() const

@@ -5,6 +5,8 @@
 #include "App/ModelChange.h"
 #include "App/ProviderSelection.h"
 #include "App/SessionUpdateReducer.h"
+#include "Imagine/ImagineItem.h"
+#include "Imagine/ImagineStore.h"
 #include "Models/AppSection.h"
 #include "Models/ConnectionState.h"
 #include "Models/GrokPermissionMode.h"
@@ -33,6 +35,8 @@
 namespace tessarin
 {
 
+class ACPClient;
+
 // The one state object of the program: all that a view shows, the running client, the only writer of the tree of projects.
 // Main thread only. One instance lives as long as the process; views observe it and call its operations. An operation that a guard
 // refuses does nothing.
@@ -52,7 +56,7 @@ public:
     static constexpr const char* permissionModeKey = "grokPermissionMode.v1";
     static constexpr const char* routingModeKey = "providerRoutingMode.v1";
 
-    // Loads the tree and the modes, and asks the runtimes for their versions. No client starts before the first prompt.
+    // Loads the tree, the modes and the media library, and asks the runtimes for their versions. No client starts before the first prompt.
     [[nodiscard]] static std::shared_ptr<AppModel> make(Surroundings surroundings);
     ~AppModel(); // releases what it holds and stops nothing
 
@@ -77,12 +81,28 @@ public:
     void send(const std::string& text);
     void stopWorking();
 
+    // The two sections of the window.
+    void setSelectedSection(AppSection section);
+
+    // Imagine: a second Grok runtime, in a process of its own, that works in the media library. It may run beside the other one.
+    // Starts a generation: with the runtime that is ready, else with a fresh one, which ends what the old one was doing. A blank prompt
+    // does nothing. Files that the runtime names come into `imagineItems` as they are imported, newest first.
+    void generateImagine(const std::string& prompt, ImagineKind kind);
+    // Asks the runtime to end what it does; it stays up, and what it still names is imported.
+    void cancelImagine();
+    // With the desktop's application for its type.
+    void openImagineItem(const ImagineItem& item);
+    // Moves the file to the trash, and forgets the item whether or not that succeeds.
+    void deleteImagineItem(const ImagineItem& item);
+
     // Modes and permissions.
+    // Fixed into a client when it is made, so changing it drops both.
     void setPermissionMode(GrokPermissionMode mode);
     void setRoutingMode(ProviderRoutingMode mode);
-    // Answers the pending request with one of its options, and closes it. An unknown id goes to the runtime as it is.
+    // Answers the pending request with one of its options, and closes it. The answer goes to the section that asked last; an unknown id
+    // goes to the runtime as it is.
     void respondToPermission(std::string optionID);
-    // Answers with the first option that refuses; without one the whole work stops.
+    // Answers with the first option that refuses; without one the whole work of the section that asks stops.
     void rejectPermission();
 
     // What is known of the runtimes. Each publishes at once what was found, and the version and sign-in when the program has told them;
@@ -120,6 +140,10 @@ public:
     [[nodiscard]] ProviderRoutingMode routingMode() const;
     [[nodiscard]] std::optional<AgentProvider> activeProvider() const;
     [[nodiscard]] const std::map<AgentProvider, ProviderUsage>& providerUsage() const;
+
+    [[nodiscard]] const std::vector<ImagineItem>& imagineItems() const { return m_imagineItems; } // newest first
+    [[nodiscard]] const ConnectionState& imagineState() const { return m_imagineState; }
+    [[nodiscard]] const std::string& imagineProgress() const { return m_imagineProgress; } // one line; empty when there is none
 
     [[nodiscard]] const GrokInstallStatus& installStatus() const { return m_installStatus; }
     [[nodiscard]] const CodexInstallStatus& codexInstallStatus() const { return m_codexInstallStatus; }
@@ -200,7 +224,22 @@ private:
         }
     }
 
-    void receivePermission(const std::weak_ptr<AgentClient>& asker, PermissionRequest request);
+    // Imagine, in the order of the steps.
+    void startImagineClient(std::string executable);
+    void setImagineCallbacks(const std::shared_ptr<ACPClient>& client);
+    void finishImagineStart(const Result<AgentStartResult, AgentError>& result);
+    void performImagineSend(const std::string& prompt, ImagineKind kind);
+    void finishImaginePrompt(const Result<JsonObject, AgentError>& result);
+    void handleImagine(const SessionUpdate& update);
+    void importImagineMedia(std::string path);
+    void addImagineItem(ImagineItem item);
+    void dropImagineClient();
+    [[nodiscard]] bool isCurrentForImagine(const std::weak_ptr<ACPClient>& client) const;
+
+    // Which section the request on the screen came from.
+    enum class PermissionOwner { build, imagine };
+    void receivePermission(PermissionOwner owner, const std::weak_ptr<AgentClient>& asker, PermissionRequest request);
+    [[nodiscard]] std::shared_ptr<AgentClient> permissionClient() const; // that an answer goes to; null without one
     void forgetAsker(const std::weak_ptr<AgentClient>& client);
     void recordPermissionMode(GrokPermissionMode mode);
 
@@ -223,6 +262,9 @@ private:
     void setConnectionState(ConnectionState state);
     void clearPermissionRequest();
     void setErrorMessage(std::optional<std::string> message);
+    void setImagineState(ConnectionState state);
+    void setImagineProgress(std::string progress);
+    void failImagine(const std::string& text, std::string message);
     void setActiveProvider(std::optional<AgentProvider> provider);
     void setPlan(std::vector<PlanEntry> plan);
     void clearLog();
@@ -252,9 +294,18 @@ private:
     ProviderRoutingMode m_routingMode = ProviderRoutingMode::automatic;
     std::optional<AgentProvider> m_activeProvider;
     std::map<AgentProvider, ProviderUsage> m_providerUsage;
+    std::vector<ImagineItem> m_imagineItems;
+    ConnectionState m_imagineState;
+    std::string m_imagineProgress;
 
     // Private.
     std::shared_ptr<AgentClient> m_client; // at most one
+    std::shared_ptr<ACPClient> m_imagineClient; // at most one
+    std::string m_currentImaginePrompt; // of the running generation, trimmed
+    ImagineKind m_currentImagineKind = ImagineKind::image;
+    std::set<std::string> m_seenImaginePaths; // taken up in this generation
+    ImagineStore m_imagineStore;
+    PermissionOwner m_permissionOwner = PermissionOwner::build; // counts while a request is pending
     std::weak_ptr<AgentClient> m_permissionAsker; // of the pending request, as long as its child runs
     bool m_isReplaying = false; // a stored session is coming through as updates
     std::optional<std::vector<ChatEntry>> m_replayBackup; // the entries that a replay has set aside

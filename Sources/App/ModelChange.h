@@ -22,6 +22,9 @@ struct ModelChange {
         installStatus,
         copiedCommand,
         section,
+        imagineItems, // items were added or removed
+        imagineState,
+        imagineProgress,
         entriesReset, // all entries of the selected task were replaced; its updatedAt stays
         // The last three also say that the updatedAt of the selected task is now; no `workspaces` is told for it.
         entryAppended, // `index` is the new last row

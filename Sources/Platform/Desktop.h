@@ -21,6 +21,10 @@ public:
     virtual void chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done) = 0;
     // Shows the file or folder in the file manager.
     virtual void reveal(const std::string& path) = 0;
+    // Opens the file with the person's application for its type.
+    virtual void open(const std::string& path) = 0;
+    // Moves the file to the desktop's trash, now or a little later. What can't be moved stays where it is, without a word.
+    virtual void moveToTrash(const std::string& path) = 0;
     // Replaces what is on the pasteboard.
     virtual void copyToPasteboard(const std::string& text) = 0;
     // Opens the person's terminal application; `done` tells later whether there was one.

@@ -94,6 +94,9 @@ void ConversationModel::note(const ModelChange& change)
     case ModelChange::Kind::errorMessage:
     case ModelChange::Kind::cliLog:
     case ModelChange::Kind::section:
+    case ModelChange::Kind::imagineItems:
+    case ModelChange::Kind::imagineState:
+    case ModelChange::Kind::imagineProgress:
     case ModelChange::Kind::copiedCommand:
         break;
     }

@@ -1,5 +1,7 @@
 #include "Views/QtDesktop.h"
 
+#include "Platform/BackgroundWork.h"
+#include "Platform/Trash.h"
 #include "Views/TerminalProgram.h"
 
 #include <QClipboard>
@@ -34,6 +36,17 @@ void QtDesktop::reveal(const std::string& path)
             QDesktopServices::openUrl(QUrl::fromLocalFile(item.isDir() ? shown : item.path()));
         }
     });
+}
+
+void QtDesktop::open(const std::string& path)
+{
+    QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(path)));
+}
+
+void QtDesktop::moveToTrash(const std::string& path)
+{
+    // A file that stays because it can't be moved, or is gone already, is no concern of the person by design.
+    runInBackground([path] { static_cast<void>(tessarin::moveToTrash(path)); });
 }
 
 void QtDesktop::copyToPasteboard(const std::string& text)

@@ -15,6 +15,8 @@ public:
 
     void chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done) override;
     void reveal(const std::string& path) override;
+    void open(const std::string& path) override;
+    void moveToTrash(const std::string& path) override;
     void copyToPasteboard(const std::string& text) override;
     void openTerminal(std::function<void(bool wasOpened)> done) override;
 

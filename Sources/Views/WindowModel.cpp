@@ -62,6 +62,9 @@ void WindowModel::note(const ModelChange& change)
     case ModelChange::Kind::installStatus:
     case ModelChange::Kind::copiedCommand:
     case ModelChange::Kind::section:
+    case ModelChange::Kind::imagineItems:
+    case ModelChange::Kind::imagineState:
+    case ModelChange::Kind::imagineProgress:
         break;
     }
 }

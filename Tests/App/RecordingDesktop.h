@@ -20,6 +20,8 @@ public:
         answers.push_back(std::move(done));
     }
     void reveal(const std::string& path) override { revealed.push_back(path); }
+    void open(const std::string& path) override { opened.push_back(path); }
+    void moveToTrash(const std::string& path) override { trashed.push_back(path); }
     void copyToPasteboard(const std::string& text) override { pasteboard.push_back(text); }
     void openTerminal(std::function<void(bool wasOpened)> done) override
     {
@@ -30,6 +32,8 @@ public:
     std::vector<FolderQuestion> questions;
     std::vector<std::function<void(std::optional<std::string>)>> answers; // to the questions, in their order
     std::vector<std::string> revealed;
+    std::vector<std::string> opened;
+    std::vector<std::string> trashed;
     std::vector<std::string> pasteboard; // all that was ever on it
     std::vector<std::size_t> copiedBeforeTerminal; // how many texts had been copied when each terminal was asked for
     std::vector<std::function<void(bool wasOpened)>> terminals; // that were asked for, each to be told whether it opened

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <functional>
+
+namespace tessarin
+{
+
+// Runs work that waits for a disk on one of a few threads of lower priority, so that neither the main thread nor a queue has to wait.
+// Any thread. Works that run at once may end in any order. The end of the program does not wait for them.
+void runInBackground(std::function<void()> work);
+
+} // namespace tessarin
