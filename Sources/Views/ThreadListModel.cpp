@@ -109,6 +109,7 @@ void ThreadListModel::setSelection(const std::optional<Uuid>& workspaceID, const
     for (const Row& row : m_rows) {
         wasCurrent.push_back(isCurrent(row));
     }
+    const bool isMoved = m_workspaceID != workspaceID || m_threadID != threadID;
     m_workspaceID = workspaceID;
     m_threadID = threadID;
     for (std::size_t at = 0; at < m_rows.size(); ++at) {
@@ -116,6 +117,31 @@ void ThreadListModel::setSelection(const std::optional<Uuid>& workspaceID, const
             tellRow(at, { CurrentRole });
         }
     }
+    if (isMoved) {
+        emit selectionMoved();
+    }
+}
+
+int ThreadListModel::currentRow() const
+{
+    const auto found = std::find_if(m_rows.begin(), m_rows.end(), [this](const Row& row) { return isCurrent(row); });
+    return found == m_rows.end() ? -1 : static_cast<int>(found - m_rows.begin());
+}
+
+std::optional<ThreadListModel::Task> ThreadListModel::taskBeside(int count) const
+{
+    std::vector<Task> tasks;
+    int wanted = count < 0 ? count : count - 1;
+    for (const Row& row : m_rows) {
+        if (isCurrent(row)) {
+            wanted = static_cast<int>(tasks.size()) + count;
+        }
+        if (row.threadID) {
+            tasks.push_back({ row.workspaceID, *row.threadID });
+        }
+    }
+    const bool isThere = wanted >= 0 && static_cast<std::size_t>(wanted) < tasks.size();
+    return isThere ? std::optional(tasks[static_cast<std::size_t>(wanted)]) : std::nullopt;
 }
 
 void ThreadListModel::refreshTimes()

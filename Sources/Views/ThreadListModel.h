@@ -19,6 +19,10 @@ class ThreadListModel : public QAbstractListModel
     QML_ELEMENT
     QML_UNCREATABLE("The window makes its list of tasks")
 public:
+    struct Task {
+        Uuid workspaceID;
+        Uuid threadID;
+    };
     enum Role { IsProjectRole = Qt::UserRole, TitleRole, UpdatedRole, CurrentRole, WorkspaceIDRole, ThreadIDRole };
 
     explicit ThreadListModel(InstantSource now, QObject* parent = nullptr);
@@ -27,12 +31,20 @@ public:
     // One task has changed in itself; nothing happens when it has no row.
     void setThread(const Uuid& workspaceID, const ChatThread& thread);
     void setSelection(const std::optional<Uuid>& workspaceID, const std::optional<Uuid>& threadID);
+    // The row of the selected task, or -1.
+    Q_INVOKABLE [[nodiscard]] int currentRow() const;
+    // The task that stands so many tasks below the selected one, or above for a negative number; absent beyond the ends. Without a
+    // selected task the first one is below.
+    [[nodiscard]] std::optional<Task> taskBeside(int count) const;
     // Reads the clock and tells the times that read differently now. Does nothing within a few seconds of the last time.
     void refreshTimes();
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
     [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
+
+signals:
+    void selectionMoved(); // another task is selected, or none
 
 private:
     struct Row {

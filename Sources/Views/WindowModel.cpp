@@ -9,7 +9,7 @@ namespace tessarin
 {
 
 WindowModel::WindowModel(Appearance& appearance, FolderPicker& folderPicker, InstantSource now)
-    : m_appearance(appearance), m_folderPicker(folderPicker), m_threads(std::move(now))
+    : m_appearance(appearance), m_folderPicker(folderPicker), m_threads(now), m_imagine(std::move(now))
 {
     constexpr int frameMilliseconds = 16;
     m_threadsTimer.setSingleShot(true);
@@ -24,16 +24,19 @@ void WindowModel::attach(std::shared_ptr<AppModel> model)
     m_model = std::move(model);
     m_subscription = m_model->observe([this](const ModelChange& change) { note(change); });
     m_conversation.attach(m_model);
+    m_imagine.attach(m_model);
     m_permission.attach(m_model);
     m_install.attach(m_model);
     readThreads();
     readError();
+    emit sectionChanged();
     emit readyChanged();
 }
 
 void WindowModel::note(const ModelChange& change)
 {
     m_conversation.note(change);
+    m_imagine.note(change);
     m_permission.note(change);
     m_install.note(change);
     switch (change.kind) {
@@ -52,6 +55,9 @@ void WindowModel::note(const ModelChange& change)
     case ModelChange::Kind::errorMessage:
         readError();
         break;
+    case ModelChange::Kind::section:
+        emit sectionChanged();
+        break;
     case ModelChange::Kind::connectionState:
     case ModelChange::Kind::plan:
     case ModelChange::Kind::permissionRequest:
@@ -61,7 +67,6 @@ void WindowModel::note(const ModelChange& change)
     case ModelChange::Kind::providerUsage:
     case ModelChange::Kind::installStatus:
     case ModelChange::Kind::copiedCommand:
-    case ModelChange::Kind::section:
     case ModelChange::Kind::imagineItems:
     case ModelChange::Kind::imagineState:
     case ModelChange::Kind::imagineProgress:
@@ -93,9 +98,25 @@ void WindowModel::readError()
     emit errorChanged();
 }
 
+bool WindowModel::showsImagine() const
+{
+    return m_model && m_model->selectedSection() == AppSection::imagine;
+}
+
+void WindowModel::showCode()
+{
+    m_model->setSelectedSection(AppSection::build);
+}
+
+void WindowModel::showImagine()
+{
+    m_model->setSelectedSection(AppSection::imagine);
+}
+
 void WindowModel::newTask()
 {
     if (m_model) {
+        showCode();
         m_model->newThread();
     }
 }
@@ -123,6 +144,24 @@ void WindowModel::selectTask(const QString& workspaceID, const QString& threadID
     }
 }
 
+void WindowModel::selectPreviousTask()
+{
+    selectTaskBeside(-1);
+}
+
+void WindowModel::selectNextTask()
+{
+    selectTaskBeside(1);
+}
+
+void WindowModel::selectTaskBeside(int rows)
+{
+    if (const auto task = m_threads.taskBeside(rows)) {
+        showCode();
+        m_model->selectThread(task->threadID, task->workspaceID);
+    }
+}
+
 void WindowModel::deleteTask(const QString& workspaceID, const QString& threadID)
 {
     const auto workspace = Uuid::parse(workspaceID.toStdString());
@@ -144,6 +183,14 @@ void WindowModel::dismissError()
     m_model->clearError();
 }
 
+void WindowModel::setSidebarWidth(int width)
+{
+    if (width != m_sidebarWidth) {
+        m_sidebarWidth = width;
+        emit sidebarWidthChanged();
+    }
+}
+
 QString WindowModel::fixedFamily() const
 {
     return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
@@ -158,6 +205,7 @@ bool WindowModel::eventFilter(QObject* window, QEvent* event)
     case QEvent::FocusIn:
     case QEvent::Expose:
         m_threads.refreshTimes();
+        m_imagine.refreshTimes();
         break;
     default:
         break;

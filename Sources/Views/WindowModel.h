@@ -4,6 +4,7 @@
 #include "Views/Appearance.h"
 #include "Views/ConversationModel.h"
 #include "Views/FolderPicker.h"
+#include "Views/ImagineModel.h"
 #include "Views/InstallModel.h"
 #include "Views/PermissionModel.h"
 #include "Views/ThreadListModel.h"
@@ -27,11 +28,14 @@ class WindowModel : public QObject
     QML_ELEMENT
     QML_UNCREATABLE("The program makes its window model")
     Q_PROPERTY(bool isReady READ isReady NOTIFY readyChanged)
+    Q_PROPERTY(bool showsImagine READ showsImagine NOTIFY sectionChanged) // the other section of the window is Code
+    Q_PROPERTY(int sidebarWidth MEMBER m_sidebarWidth NOTIFY sidebarWidthChanged) // 0 until a person has chosen one
     Q_PROPERTY(QString errorMessage MEMBER m_errorMessage NOTIFY errorChanged)
     Q_PROPERTY(bool hasError MEMBER m_hasError NOTIFY errorChanged)
     Q_PROPERTY(QString fixedFamily READ fixedFamily CONSTANT)
     Q_PROPERTY(tessarin::ThreadListModel* threads READ threads CONSTANT)
     Q_PROPERTY(tessarin::ConversationModel* conversation READ conversation CONSTANT)
+    Q_PROPERTY(tessarin::ImagineModel* imagine READ imagine CONSTANT)
     Q_PROPERTY(tessarin::PermissionModel* permission READ permission CONSTANT)
     Q_PROPERTY(tessarin::InstallModel* install READ install CONSTANT)
     Q_PROPERTY(tessarin::FolderPicker* folderPicker READ folderPicker CONSTANT)
@@ -43,29 +47,40 @@ public:
     // Shows this model from now on.
     void attach(std::shared_ptr<AppModel> model);
 
-    // In the selected project; without one the person chooses a project.
+    Q_INVOKABLE void showCode();
+    Q_INVOKABLE void showImagine();
+    // Shows Code. In the selected project; without one the person chooses a project.
     Q_INVOKABLE void newTask();
     Q_INVOKABLE void newTaskIn(const QString& workspaceID);
     Q_INVOKABLE void openProject();
     Q_INVOKABLE void selectTask(const QString& workspaceID, const QString& threadID);
+    // The task above or below in the sidebar, in Code. At either end nothing happens.
+    Q_INVOKABLE void selectPreviousTask();
+    Q_INVOKABLE void selectNextTask();
     Q_INVOKABLE void deleteTask(const QString& workspaceID, const QString& threadID);
     Q_INVOKABLE void removeProject(const QString& workspaceID);
     Q_INVOKABLE void dismissError();
 
     [[nodiscard]] bool isReady() const { return m_model != nullptr; }
+    [[nodiscard]] bool showsImagine() const;
+    [[nodiscard]] int sidebarWidth() const { return m_sidebarWidth; }
+    void setSidebarWidth(int width);
     [[nodiscard]] QString fixedFamily() const;
     [[nodiscard]] ThreadListModel* threads() { return &m_threads; }
     [[nodiscard]] ConversationModel* conversation() { return &m_conversation; }
+    [[nodiscard]] ImagineModel* imagine() { return &m_imagine; }
     [[nodiscard]] PermissionModel* permission() { return &m_permission; }
     [[nodiscard]] InstallModel* install() { return &m_install; }
     [[nodiscard]] FolderPicker* folderPicker() { return &m_folderPicker; }
     [[nodiscard]] Appearance* appearance() { return &m_appearance; }
 
-    // A person is there: the times in the sidebar are read again. Nothing runs while nobody looks.
+    // A person is there: the times that are shown are read again. Nothing runs while nobody looks.
     bool eventFilter(QObject* window, QEvent* event) override;
 
 signals:
     void readyChanged();
+    void sectionChanged();
+    void sidebarWidthChanged();
     void errorChanged();
 
 private:
@@ -73,6 +88,7 @@ private:
     void readThreads();
     void readSelectedThread();
     void readError();
+    void selectTaskBeside(int rows);
 
     Appearance& m_appearance;
     FolderPicker& m_folderPicker;
@@ -80,11 +96,13 @@ private:
     std::shared_ptr<void> m_subscription; // to the changes of m_model
     ThreadListModel m_threads;
     ConversationModel m_conversation;
+    ImagineModel m_imagine;
     PermissionModel m_permission;
     InstallModel m_install;
     QTimer m_threadsTimer; // gathers the entries of a burst
     QString m_errorMessage;
     bool m_hasError = false;
+    int m_sidebarWidth = 0;
 };
 
 } // namespace tessarin
