@@ -1,7 +1,6 @@
 #include "Views/ImagineListModel.h"
 
 #include "Views/ImagineRules.h"
-#include "Views/PreviewAddress.h"
 #include "Views/RelativeTime.h"
 
 #include <algorithm>
@@ -112,8 +111,8 @@ QVariant ImagineListModel::data(const QModelIndex& index, int role) const
         return relativeTime(item.createdAt, m_moment);
     case FormatRole:
         return ImagineRules::format(item.kind);
-    case PreviewRole:
-        return item.kind == ImagineKind::image ? previewAddress(item.localPath) : QUrl();
+    case PicturePathRole:
+        return item.kind == ImagineKind::image ? QString::fromStdString(item.localPath) : QString();
     default:
         return {};
     }
@@ -122,7 +121,7 @@ QVariant ImagineListModel::data(const QModelIndex& index, int role) const
 QHash<int, QByteArray> ImagineListModel::roleNames() const
 {
     return { { IdRole, "itemID" }, { PromptRole, "prompt" }, { CreatedRole, "created" }, { FormatRole, "format" },
-        { PreviewRole, "preview" } };
+        { PicturePathRole, "picturePath" } };
 }
 
 } // namespace tessarin

@@ -19,7 +19,7 @@ class ImagineListModel : public QAbstractListModel
     QML_UNCREATABLE("The window makes its list of creations")
     Q_PROPERTY(int count READ count NOTIFY countChanged)
 public:
-    enum Role { IdRole = Qt::UserRole, PromptRole, CreatedRole, FormatRole, PreviewRole };
+    enum Role { IdRole = Qt::UserRole, PromptRole, CreatedRole, FormatRole, PicturePathRole }; // the path is empty for a video
 
     explicit ImagineListModel(InstantSource now, QObject* parent = nullptr);
 

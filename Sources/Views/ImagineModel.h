@@ -3,6 +3,7 @@
 #include "App/ModelChange.h"
 #include "Views/ImagineFormat.h"
 #include "Views/ImagineListModel.h"
+#include "Views/PreviewLoader.h"
 
 #include <QObject>
 #include <QString>
@@ -24,6 +25,7 @@ class ImagineModel : public QObject
     QML_ELEMENT
     QML_UNCREATABLE("The window makes its model of creations")
     Q_PROPERTY(tessarin::ImagineListModel* items READ items CONSTANT)
+    Q_PROPERTY(tessarin::PreviewLoader* previews READ previews CONSTANT)
     Q_PROPERTY(int count MEMBER m_count NOTIFY countChanged)
     Q_PROPERTY(QString countLabel MEMBER m_countLabel NOTIFY countChanged) // "2 creations"
     Q_PROPERTY(QString stateLabel MEMBER m_stateLabel NOTIFY stateChanged)
@@ -49,6 +51,7 @@ public:
     Q_INVOKABLE void remove(const QString& id); // to the trash
 
     [[nodiscard]] ImagineListModel* items() { return &m_items; }
+    [[nodiscard]] PreviewLoader* previews() { return &m_previews; }
 
 signals:
     void countChanged();
@@ -65,6 +68,7 @@ private:
 
     std::shared_ptr<AppModel> m_model;
     ImagineListModel m_items;
+    PreviewLoader m_previews;
     int m_count = 0;
     QString m_countLabel;
     QString m_stateLabel;
