@@ -28,11 +28,13 @@ constexpr std::size_t roundLength = 40; // in a round: one tool call, one update
 
 // The lines of one dialect for a piece of text and for a tool call.
 struct Text {
+    std::size_t number = 0; // of the line
     bool isThought = false;
     std::string messageId;
     std::string_view json;
 };
 struct ToolCall {
+    std::size_t number = 0; // of the line
     std::string id;
     bool isNew = true; // else it has ended
 };
@@ -56,43 +58,47 @@ std::string acpLine(const ToolCall& call)
                       : acpLine("tool_call_update", named + R"("completed")");
 }
 
-std::string codexLine(std::string_view method, const std::string& rest)
+// Each line bears a time of its own.
+std::string codexLine(std::size_t number, std::string_view method, const std::string& rest)
 {
     return R"({"method":")" + std::string(method) + R"(","params":{"threadId":")" + std::string(ingestSession) + R"(","turnId":")"
-        + std::string(ingestTurn) + "\"," + rest + "},\"emittedAtMs\":1795199468972}\n";
+        + std::string(ingestTurn) + "\"," + rest + "},\"emittedAtMs\":" + std::to_string(1'795'199'468'972 + number) + "}\n";
 }
 
 std::string codexLine(const Text& text)
 {
-    return codexLine(text.isThought ? "item/reasoning/summaryTextDelta" : "item/agentMessage/delta",
+    return codexLine(text.number, text.isThought ? "item/reasoning/summaryTextDelta" : "item/agentMessage/delta",
         R"("itemId":")" + text.messageId + R"(","delta":")" + std::string(text.json) + "\"");
 }
 
 std::string codexLine(const ToolCall& call)
 {
-    return codexLine(call.isNew ? "item/started" : "item/completed",
+    return codexLine(call.number, call.isNew ? "item/started" : "item/completed",
         R"("item":{"type":"commandExecution","id":")" + call.id + R"(","command":"cat src/line.cpp","cwd":"/project","processId":null,)"
             + (call.isNew ? R"("status":"inProgress","aggregatedOutput":null,"exitCode":null})"
                           : R"("status":"completed","aggregatedOutput":"int line;\n","exitCode":0})"));
 }
 
-std::string claudeLine(const std::string& head)
+// Each line bears an id of its own.
+std::string claudeLine(std::size_t number, const std::string& head)
 {
-    return head + R"(,"session_id":")" + std::string(ingestSession) + R"(","parent_tool_use_id":null,"uuid":")" + std::string(ingestTurn)
-        + R"(","api_message_id":"msg_e1990caaf671d54d2bddcd1e"})" + "\n";
+    return head + R"(,"session_id":")" + std::string(ingestSession) + R"(","parent_tool_use_id":null,"uuid":"39466ed0-98d8-482b-95a0-)"
+        + std::to_string(900'000'000'000 + number) + R"(","api_message_id":"msg_e1990caaf671d54d2bddcd1e"})" + "\n";
 }
 
 std::string claudeLine(const Text& text)
 {
     const std::string key = text.isThought ? "thinking" : "text";
-    return claudeLine(R"({"type":"stream_event","event":{"type":"content_block_delta","index":0,"delta":{"type":")" + key + R"(_delta",")"
-        + key + R"(":")" + std::string(text.json) + R"("}})");
+    return claudeLine(text.number,
+        R"({"type":"stream_event","event":{"type":"content_block_delta","index":0,"delta":{"type":")" + key + R"(_delta",")" + key
+            + R"(":")" + std::string(text.json) + R"("}})");
 }
 
 std::string claudeLine(const ToolCall& call)
 {
     const std::string block = R"({"type":"tool_use","id":")" + call.id + R"(","name":"Read","input":)";
-    return claudeLine(call.isNew
+    return claudeLine(call.number,
+        call.isNew
             ? R"({"type":"stream_event","event":{"type":"content_block_start","index":1,"content_block":)" + block + "{}}}"
             : R"({"type":"assistant","message":{"role":"assistant","content":[)" + block + R"({"path":"src/line.cpp","limit":40}}]})");
 }
@@ -120,7 +126,7 @@ public:
     {
         const std::size_t place = number % roundLength;
         if (place == 20 || place == 30) {
-            writeTool({ "call-" + std::to_string(number / roundLength), place == 20 });
+            writeTool({ m_stream.updates, "call-" + std::to_string(number / roundLength), place == 20 });
         } else {
             writeText(place % 10 == 5, number / linesOfAMessage, pieces[number % pieces.size()]);
         }
@@ -130,7 +136,7 @@ public:
 private:
     void writeText(bool isThought, std::size_t message, const Piece& piece)
     {
-        const Text text{ isThought, (isThought ? "thought-" : "message-") + std::to_string(message), piece.json };
+        const Text text{ m_stream.updates, isThought, (isThought ? "thought-" : "message-") + std::to_string(message), piece.json };
         m_stream.bytes += line(m_stream.dialect, text);
         m_stream.firstPieceBytes = m_stream.updates == 0 ? piece.text.size() : m_stream.firstPieceBytes;
         m_stream.textBytes += piece.text.size();

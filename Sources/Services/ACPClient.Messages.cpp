@@ -11,8 +11,8 @@ void ACPClient::handleLine(std::string_view line)
 {
     m_queue->assertCurrent();
     const auto storage = m_child->batch().storageFor(line.size());
-    if (auto update = m_updateEnvelope.updateIn(line, storage))
-        return m_child->batch().add(std::move(*update));
+    if (auto update = m_updateEnvelope.valueIn(line, storage); update && update->is_object())
+        return m_child->batch().add(std::move(update->get_object()));
     auto message = parseJson(line, storage);
     if (!message)
         return;

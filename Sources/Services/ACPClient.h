@@ -6,9 +6,9 @@
 #include "Services/AgentClient.h"
 #include "Services/Completion.h"
 #include "Services/JsonRpc.h"
+#include "Services/LineEnvelope.h"
 #include "Services/RuntimeChild.h"
 #include "Services/TerminalManager.h"
-#include "Services/UpdateEnvelope.h"
 
 #include <cstdint>
 #include <memory>
@@ -140,7 +140,7 @@ private:
     TerminalManager m_terminals; // of any thread
 
     // On the queue only.
-    UpdateEnvelope m_updateEnvelope GUARDED_BY(*m_queue);
+    LineEnvelope m_updateEnvelope GUARDED_BY(*m_queue){ "params.update" };
     std::vector<std::string> m_arguments GUARDED_BY(*m_queue); // of the next launch
     bool m_isInitialized GUARDED_BY(*m_queue) = false;
     PendingRequests m_pending GUARDED_BY(*m_queue);

@@ -14,9 +14,12 @@ namespace tessarin
 void ClaudeCodeClient::handleLine(std::string_view line)
 {
     m_queue->assertCurrent();
-    auto message = parseJson(line, m_child->batch().storageFor(line.size()));
+    const auto storage = m_child->batch().storageFor(line.size());
+    if (handlePiece(line, storage))
+        return;
+    auto message = parseJson(line, storage);
     if (JsonObject* object = message ? message->if_object() : nullptr)
-        return handle(*object);
+        return handle(*object, line);
     // The program also says things in plain words here; they are not lost.
     if (!isValidUtf8(line))
         return;
@@ -26,7 +29,19 @@ void ClaudeCodeClient::handleLine(std::string_view line)
     });
 }
 
-void ClaudeCodeClient::handle(JsonObject& message)
+// False when the line has to be parsed whole.
+bool ClaudeCodeClient::handlePiece(std::string_view line, const boost::json::storage_ptr& storage)
+{
+    if (auto text = m_textLines.valueIn(line, storage))
+        emitUpdate(m_turn.handleText(&*text));
+    else if (auto thinking = m_thinkingLines.valueIn(line, storage))
+        emitUpdate(m_turn.handleThinking(&*thinking));
+    else
+        return false;
+    return true;
+}
+
+void ClaudeCodeClient::handle(JsonObject& message, std::string_view line)
 {
     const auto type = textAt(message, "type");
     if (type == "control_response")
@@ -36,7 +51,7 @@ void ClaudeCodeClient::handle(JsonObject& message)
     else if (type == "system")
         handleSystem(message);
     else if (type == "stream_event")
-        handleStreamEvent(message);
+        handleStreamEvent(message, line);
     else if (type == "assistant")
         handleAssistant(message);
     else if (type == "result")
@@ -50,14 +65,18 @@ void ClaudeCodeClient::handleSystem(const JsonObject& event)
     const auto sessionID = textAt(event, "session_id");
     if (sessionID && textAt(event, "subtype") == "init")
         m_sessionID = std::string(*sessionID);
-    if (auto update = claudeTaskUpdate(event))
-        emitUpdate(*std::move(update));
+    emitUpdate(claudeTaskUpdate(event));
 }
 
-void ClaudeCodeClient::handleStreamEvent(JsonObject& event)
+void ClaudeCodeClient::handleStreamEvent(JsonObject& event, std::string_view line)
 {
-    if (auto update = m_turn.handleStreamEvent(event))
-        emitUpdate(*std::move(update));
+    auto update = m_turn.handleStreamEvent(event);
+    const auto kind = update ? textAt(*update, "sessionUpdate") : std::nullopt;
+    if (kind == "agent_message_chunk")
+        m_textLines.learn(line);
+    else if (kind == "agent_thought_chunk")
+        m_thinkingLines.learn(line);
+    emitUpdate(std::move(update));
 }
 
 void ClaudeCodeClient::handleAssistant(JsonObject& event)
@@ -91,9 +110,10 @@ void ClaudeCodeClient::handleRateLimit(const JsonObject& event)
     });
 }
 
-void ClaudeCodeClient::emitUpdate(SessionUpdate update)
+void ClaudeCodeClient::emitUpdate(std::optional<SessionUpdate> update)
 {
-    m_child->batch().add(std::move(update));
+    if (update)
+        m_child->batch().add(*std::move(update));
 }
 
 } // namespace tessarin

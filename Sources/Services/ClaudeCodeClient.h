@@ -6,6 +6,7 @@
 #include "Services/AgentClient.h"
 #include "Services/ClaudeCodeTurn.h"
 #include "Services/Completion.h"
+#include "Services/LineEnvelope.h"
 #include "Services/Locators.h"
 #include "Services/RuntimeChild.h"
 
@@ -93,13 +94,14 @@ private:
 
     // What arrives.
     void handleLine(std::string_view line) override;
-    void handle(JsonObject& message) REQUIRES(*m_queue);
+    [[nodiscard]] bool handlePiece(std::string_view line, const boost::json::storage_ptr& storage) REQUIRES(*m_queue);
+    void handle(JsonObject& message, std::string_view line) REQUIRES(*m_queue);
     void handleSystem(const JsonObject& event) REQUIRES(*m_queue);
-    void handleStreamEvent(JsonObject& event) REQUIRES(*m_queue);
+    void handleStreamEvent(JsonObject& event, std::string_view line) REQUIRES(*m_queue);
     void handleAssistant(JsonObject& event) REQUIRES(*m_queue);
     void handleResult(const JsonObject& event) REQUIRES(*m_queue);
     void handleRateLimit(const JsonObject& event) REQUIRES(*m_queue);
-    void emitUpdate(SessionUpdate update) REQUIRES(*m_queue);
+    void emitUpdate(std::optional<SessionUpdate> update) REQUIRES(*m_queue);
 
     // The control channel.
     void sendControlRequest(JsonObject request, ControlCompletion completion) REQUIRES(*m_queue);
@@ -121,6 +123,9 @@ private:
     std::map<std::int64_t, PendingPermission> m_permissions GUARDED_BY(*m_queue); // shown and not answered
     std::optional<Completion<JsonObject>> m_promptCompletion GUARDED_BY(*m_queue); // while a turn runs
     ClaudeCodeTurn m_turn GUARDED_BY(*m_queue); // the current one, or the last
+    // Most of what a turn brings: the pieces of texts and of thoughts.
+    LineEnvelope m_textLines GUARDED_BY(*m_queue){ "event.delta.text", "uuid" };
+    LineEnvelope m_thinkingLines GUARDED_BY(*m_queue){ "event.delta.thinking", "uuid" };
 };
 
 } // namespace tessarin

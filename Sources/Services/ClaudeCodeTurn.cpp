@@ -11,6 +11,8 @@ namespace
 {
 
 constexpr const char* inProgress = "in_progress";
+constexpr std::string_view messageChunk = "agent_message_chunk";
+constexpr std::string_view thoughtChunk = "agent_thought_chunk";
 
 JsonObject* objectIn(JsonObject& object, std::string_view key)
 {
@@ -18,13 +20,9 @@ JsonObject* objectIn(JsonObject& object, std::string_view key)
     return value ? value->if_object() : nullptr;
 }
 
-// A text that is not empty, taken out of the object.
-std::optional<Json> takeText(JsonObject& object, std::string_view key)
+bool isSaid(const Json* text)
 {
-    Json* value = object.if_contains(key);
-    if (!value || !value->is_string() || value->get_string().empty())
-        return std::nullopt;
-    return std::move(*value);
+    return text && text->is_string() && !text->get_string().empty();
 }
 
 Json textOr(const JsonObject& object, std::string_view key, std::string_view otherwise)
@@ -90,18 +88,27 @@ std::optional<SessionUpdate> ClaudeCodeTurn::handleStreamEvent(JsonObject& event
 std::optional<SessionUpdate> ClaudeCodeTurn::handleDelta(JsonObject& delta)
 {
     const auto type = textAt(delta, "type");
-    if (type == "text_delta") {
-        if (auto text = takeText(delta, "text")) {
-            m_streamedTextThisTurn = true;
-            return textUpdate(*std::move(text), "agent_message_chunk", m_assistantMessageID);
-        }
-    } else if (type == "thinking_delta") {
-        if (auto thinking = takeText(delta, "thinking")) {
-            m_streamedThinkingThisTurn = true;
-            return textUpdate(*std::move(thinking), "agent_thought_chunk", m_thoughtMessageID);
-        }
-    }
+    if (type == "text_delta")
+        return handleText(delta.if_contains("text"));
+    if (type == "thinking_delta")
+        return handleThinking(delta.if_contains("thinking"));
     return std::nullopt;
+}
+
+std::optional<SessionUpdate> ClaudeCodeTurn::handleText(Json* piece)
+{
+    if (!isSaid(piece))
+        return std::nullopt;
+    m_streamedTextThisTurn = true;
+    return textUpdate(std::move(*piece), messageChunk, m_assistantMessageID);
+}
+
+std::optional<SessionUpdate> ClaudeCodeTurn::handleThinking(Json* piece)
+{
+    if (!isSaid(piece))
+        return std::nullopt;
+    m_streamedThinkingThisTurn = true;
+    return textUpdate(std::move(*piece), thoughtChunk, m_thoughtMessageID);
 }
 
 std::vector<SessionUpdate> ClaudeCodeTurn::handleAssistant(JsonObject& event)
@@ -127,11 +134,11 @@ std::optional<SessionUpdate> ClaudeCodeTurn::handleBlock(JsonObject& block)
 {
     const auto type = textAt(block, "type");
     if (type == "text" && !m_streamedTextThisTurn) {
-        if (auto text = takeText(block, "text"))
-            return textUpdate(*std::move(text), "agent_message_chunk", m_assistantMessageID);
+        if (Json* text = block.if_contains("text"); isSaid(text))
+            return textUpdate(std::move(*text), messageChunk, m_assistantMessageID);
     } else if (type == "thinking" && !m_streamedThinkingThisTurn) {
-        if (auto thinking = takeText(block, "thinking"))
-            return textUpdate(*std::move(thinking), "agent_thought_chunk", m_thoughtMessageID);
+        if (Json* thinking = block.if_contains("thinking"); isSaid(thinking))
+            return textUpdate(std::move(*thinking), thoughtChunk, m_thoughtMessageID);
     } else if (type == "tool_use") {
         return toolUpdate(block);
     }

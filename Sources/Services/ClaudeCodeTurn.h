@@ -25,6 +25,9 @@ public:
 
     // The update of a `stream_event`: a piece of a text or of a thought, or the start of a tool.
     [[nodiscard]] std::optional<SessionUpdate> handleStreamEvent(JsonObject& event);
+    // The update of a streamed piece of a text or of a thought. Absent when there is none: no value, no text, or an empty one.
+    [[nodiscard]] std::optional<SessionUpdate> handleText(Json* piece);
+    [[nodiscard]] std::optional<SessionUpdate> handleThinking(Json* piece);
     // The updates of an `assistant` event: texts and thoughts of which nothing was streamed, and every tool, now with its whole input.
     [[nodiscard]] std::vector<SessionUpdate> handleAssistant(JsonObject& event);
 

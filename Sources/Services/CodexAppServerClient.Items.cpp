@@ -14,8 +14,6 @@ namespace tessarin
 namespace
 {
 
-constexpr std::string_view reasoningPrefix = "reasoning-";
-
 std::string_view textOr(const JsonObject& item, std::string_view key, std::string_view otherwise)
 {
     return textAt(item, key).value_or(otherwise);
@@ -49,28 +47,24 @@ std::string_view progress(bool isCompleted)
 
 } // namespace
 
-// Absent when it is no delta of an item.
-std::optional<CodexAppServerClient::Delta> CodexAppServerClient::deltaIn(JsonObject& params)
+// Nothing comes of what is no delta of an item.
+void CodexAppServerClient::handleDelta(DeltaLines& lines, JsonObject& params, std::string_view line)
 {
     const auto id = textAt(params, "itemId");
     Json* text = params.if_contains("delta");
     if (!id || !text || !text->is_string())
-        return std::nullopt;
-    if (!m_streamedItems.contains(*id))
-        m_streamedItems.emplace(*id);
-    return Delta{ *id, std::move(*text) };
+        return;
+    lines.envelope.learn(line);
+    lines.itemID = *id;
+    lines.messageID = std::string(lines.idPrefix).append(*id);
+    emitDelta(lines, std::move(*text));
 }
 
-void CodexAppServerClient::emitMessageDelta(JsonObject& params)
+void CodexAppServerClient::emitDelta(const DeltaLines& lines, Json text)
 {
-    if (auto delta = deltaIn(params))
-        emitChunk("agent_message_chunk", delta->itemID, std::move(delta->text));
-}
-
-void CodexAppServerClient::emitReasoningDelta(JsonObject& params)
-{
-    if (auto delta = deltaIn(params))
-        emitChunk("agent_thought_chunk", std::string(reasoningPrefix).append(delta->itemID), std::move(delta->text));
+    if (!m_streamedItems.contains(lines.itemID))
+        m_streamedItems.emplace(lines.itemID);
+    emitChunk(lines.chunk, lines.messageID, std::move(text));
 }
 
 void CodexAppServerClient::emitItem(JsonObject& item, bool isCompleted)
@@ -123,7 +117,7 @@ void CodexAppServerClient::emitWholeReasoning(std::string_view id, const JsonObj
         emitChunk("agent_thought_chunk", std::string(reasoningPrefix).append(id), Json(text));
 }
 
-// Most of what a turn brings: built key by key, since the members of a list of initial values are copied once more.
+// Built key by key, since the members of a list of initial values are copied once more.
 void CodexAppServerClient::emitChunk(std::string_view kind, std::string_view messageId, Json text)
 {
     const boost::json::storage_ptr storage = m_child->batch().storageFor(0);

@@ -11,14 +11,19 @@ namespace tessarin
 void CodexAppServerClient::handleLine(std::string_view line)
 {
     m_queue->assertCurrent();
-    auto message = parseJson(line, m_child->batch().storageFor(line.size()));
+    const auto storage = m_child->batch().storageFor(line.size());
+    for (DeltaLines* lines : { &m_messageDeltas, &m_thoughtDeltas }) {
+        if (auto text = lines->envelope.valueIn(line, storage); text && text->is_string())
+            return emitDelta(*lines, std::move(*text));
+    }
+    auto message = parseJson(line, storage);
     if (!message)
         return;
     if (JsonObject* object = message->if_object())
-        handle(*object);
+        handle(*object, line);
 }
 
-void CodexAppServerClient::handle(JsonObject& message)
+void CodexAppServerClient::handle(JsonObject& message, std::string_view line)
 {
     if (!message.contains("method") && handleResponse(message))
         return;
@@ -31,7 +36,7 @@ void CodexAppServerClient::handle(JsonObject& message)
     if (auto id = RPCID::from(message))
         handleServerRequest(std::move(*id), *method, params);
     else
-        handleNotification(*method, params);
+        handleNotification(*method, params, line);
 }
 
 bool CodexAppServerClient::handleResponse(const JsonObject& message)
@@ -50,12 +55,12 @@ bool CodexAppServerClient::handleResponse(const JsonObject& message)
     return true;
 }
 
-void CodexAppServerClient::handleNotification(std::string_view method, JsonObject& params)
+void CodexAppServerClient::handleNotification(std::string_view method, JsonObject& params, std::string_view line)
 {
     if (method == "item/agentMessage/delta")
-        emitMessageDelta(params);
+        handleDelta(m_messageDeltas, params, line);
     else if (method == "item/reasoning/summaryTextDelta" || method == "item/reasoning/textDelta")
-        emitReasoningDelta(params);
+        handleDelta(m_thoughtDeltas, params, line);
     else if (method == "item/started" || method == "item/completed")
         handleItem(params, method == "item/completed");
     else if (method == "turn/plan/updated")

@@ -7,6 +7,7 @@
 #include "Services/CodexApproval.h"
 #include "Services/Completion.h"
 #include "Services/JsonRpc.h"
+#include "Services/LineEnvelope.h"
 #include "Services/RuntimeChild.h"
 
 #include <cstdint>
@@ -73,11 +74,16 @@ private:
         std::optional<std::string> storedThreadID;
         Completion<AgentStartResult> done;
     };
+    static constexpr std::string_view reasoningPrefix = "reasoning-"; // of the ids of thoughts
     using ResultStep = void (CodexAppServerClient::*)(const JsonObject& result, Opening opening);
     using ReplyStep = void (CodexAppServerClient::*)(const JsonRpcReply& reply, Opening opening);
-    struct Delta {
-        std::string_view itemID;
-        Json text;
+    // One kind of the pieces in which an answer or a thought comes. They are most of what a turn brings.
+    struct DeltaLines {
+        std::string_view chunk; // what the updates are
+        std::string_view idPrefix; // of the updates, before the id of the item
+        LineEnvelope envelope = LineEnvelope("params.delta", "emittedAtMs");
+        std::string itemID{}; // of the lines in the known envelope
+        std::string messageID{};
     };
     // Lets a view of a text be looked up.
     struct TextHash {
@@ -121,9 +127,9 @@ private:
 
     // What arrives.
     void handleLine(std::string_view line) override;
-    void handle(JsonObject& message) REQUIRES(*m_queue);
+    void handle(JsonObject& message, std::string_view line) REQUIRES(*m_queue);
     [[nodiscard]] bool handleResponse(const JsonObject& message) REQUIRES(*m_queue);
-    void handleNotification(std::string_view method, JsonObject& params) REQUIRES(*m_queue);
+    void handleNotification(std::string_view method, JsonObject& params, std::string_view line) REQUIRES(*m_queue);
     void handleItem(JsonObject& params, bool isCompleted) REQUIRES(*m_queue);
     void handlePlan(const JsonObject& params) REQUIRES(*m_queue);
     void handleRateLimits(const JsonObject& params) REQUIRES(*m_queue);
@@ -132,9 +138,8 @@ private:
     void respondToApproval(const PendingApproval& approval, std::string_view optionID) REQUIRES(*m_queue);
 
     // What becomes of items and deltas.
-    [[nodiscard]] std::optional<Delta> deltaIn(JsonObject& params) REQUIRES(*m_queue);
-    void emitMessageDelta(JsonObject& params) REQUIRES(*m_queue);
-    void emitReasoningDelta(JsonObject& params) REQUIRES(*m_queue);
+    void handleDelta(DeltaLines& lines, JsonObject& params, std::string_view line) REQUIRES(*m_queue);
+    void emitDelta(const DeltaLines& lines, Json text) REQUIRES(*m_queue);
     void emitItem(JsonObject& item, bool isCompleted) REQUIRES(*m_queue);
     void emitTool(std::string_view id, std::string_view title, std::string_view status, Json rawInput) REQUIRES(*m_queue);
     void emitWholeMessage(std::string_view id, JsonObject& item) REQUIRES(*m_queue);
@@ -158,6 +163,8 @@ private:
     std::map<std::string, AgentRuntimeError> m_turnErrors GUARDED_BY(*m_queue);
     std::map<std::string, TurnOutcome> m_completedBeforeRegistration GUARDED_BY(*m_queue);
     std::unordered_set<std::string, TextHash, std::equal_to<>> m_streamedItems GUARDED_BY(*m_queue); // came in deltas since the last prompt
+    DeltaLines m_messageDeltas GUARDED_BY(*m_queue){ "agent_message_chunk", "" };
+    DeltaLines m_thoughtDeltas GUARDED_BY(*m_queue){ "agent_thought_chunk", reasoningPrefix };
     std::optional<std::string> m_currentTurnID GUARDED_BY(*m_queue); // what `cancel` would interrupt
     std::optional<std::string> m_sessionId GUARDED_BY(*m_queue); // of the thread
 };

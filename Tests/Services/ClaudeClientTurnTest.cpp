@@ -85,6 +85,33 @@ TEST_F(ClaudeClientTurnTest, WhatWasStreamedInOneTurnDoesNotCountInTheNext)
     EXPECT_THAT(events, ElementsAre("text 1 piece", goodTurn, "text 2 whole", goodTurn));
 }
 
+TEST_F(ClaudeClientTurnTest, PiecesAreToldAsTheyComeWhateverTheirLinesShare)
+{
+    const auto piece = [](std::string_view kind, std::string_view value, std::string_view uuid) {
+        const std::string key = kind == "text_delta" ? "text" : "thinking";
+        return R"({"type":"stream_event","event":{"type":"content_block_delta","index":0,"delta":{"type":")" + std::string(kind) + R"(",")"
+            + key + R"(":)" + std::string(value) + R"(}},"session_id":"s","uuid":")" + std::string(uuid) + R"("})";
+    };
+    constexpr const char* whole
+        = R"({"type":"assistant","message":{"content":[{"type":"thinking","thinking":"w"},{"type":"text","text":"w"}]}})";
+    openSession(prompted()
+                    .send(piece("text_delta", R"("a")", "1-a"))
+                    .send(piece("thinking_delta", R"("b")", "2-b"))
+                    .send(piece("text_delta", R"("c\"")", "3-c"))
+                    .send(piece("thinking_delta", R"("d")", "4 d"))
+                    .send(piece("text_delta", R"("")", "5-e"))
+                    .send(piece("text_delta", "7", "6-f"))
+                    .send(goodResult)
+                    .expect("user")
+                    .send(piece("text_delta", R"("")", "7-g"))
+                    .send(piece("thinking_delta", R"("h")", "8-h"))
+                    .send(whole)
+                    .send(goodResult));
+    runTurn();
+    runTurn();
+    EXPECT_THAT(events, ElementsAre("text 1 a", "thought 1 b", "text 1 c\"", "thought 1 d", goodTurn, "thought 2 h", "text 2 w", goodTurn));
+}
+
 TEST_F(ClaudeClientTurnTest, ToolsAndBackgroundTasksAreTold)
 {
     openSession(

@@ -135,6 +135,42 @@ TEST_F(CodexClientItemsTest, DeltasWithoutATextOrAnItemAreIgnoredAndStreamNothin
     EXPECT_THAT(updates, ElementsAre(chunk("agent_message_chunk", "m", "whole")));
 }
 
+TEST_F(CodexClientItemsTest, DeltasOfSeveralItemsInTurnKeepTheirIds)
+{
+    const auto timed = [](std::string_view method, std::string_view item, std::string_view text, int time) {
+        return R"({"method":"item/)" + std::string(method) + R"(","params":{"threadId":"t","itemId":")" + std::string(item)
+            + R"(","delta":")" + std::string(text) + R"("},"emittedAtMs":)" + std::to_string(time) + "}";
+    };
+    playTurn({ timed("agentMessage/delta", "m", "1", 1001), timed("agentMessage/delta", "m", "2", 1002),
+        timed("reasoning/textDelta", "m", "3", 1003), timed("agentMessage/delta", "n", "4", 1004),
+        timed("reasoning/summaryTextDelta", "m", "5", 1005), timed("agentMessage/delta", "m", "6\\n", 1006),
+        R"({"method":"item/agentMessage/delta","params":{"threadId":"t","itemId":"m","delta":7},"emittedAtMs":1007})",
+        timed("agentMessage/delta", "m", "8", 1008) });
+    EXPECT_THAT(updates,
+        ElementsAre(chunk("agent_message_chunk", "m", "1"), chunk("agent_message_chunk", "m", "2"),
+            chunk("agent_thought_chunk", "reasoning-m", "3"), chunk("agent_message_chunk", "n", "4"),
+            chunk("agent_thought_chunk", "reasoning-m", "5"), chunk("agent_message_chunk", "m", "6\n"),
+            chunk("agent_message_chunk", "m", "8")));
+}
+
+TEST_F(CodexClientItemsTest, AnItemThatGoesOnAfterTheNextPromptHasStreamed)
+{
+    const std::string piece = delta("agentMessage/delta", R"({"itemId":"m","delta":"Hello"})");
+    openThread(codexTurn()
+                   .send(piece)
+                   .send(codexTurnEnd())
+                   .expect("turn/start")
+                   .reply(R"({"turn":{"id":"turn-2"}})")
+                   .send(piece)
+                   .send(completed(R"({"type":"agentMessage","id":"m","text":"Hello"})"))
+                   .send(codexTurnEnd("turn-2")));
+    prompt();
+    ASSERT_TRUE(waitForEvent("turn"));
+    prompt();
+    ASSERT_TRUE(waitForEvent("turn", 2));
+    EXPECT_THAT(updates, ElementsAre(chunk("agent_message_chunk", "m", "Hello"), chunk("agent_message_chunk", "m", "Hello")));
+}
+
 TEST_F(CodexClientItemsTest, AStreamedMessageIsShownOnce)
 {
     playTurn({ started(R"({"type":"agentMessage","id":"m","text":""})"), delta("agentMessage/delta", R"({"itemId":"m","delta":"Hello"})"),
