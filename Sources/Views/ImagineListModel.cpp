@@ -107,6 +107,8 @@ QVariant ImagineListModel::data(const QModelIndex& index, int role) const
         return QString::fromStdString(item.id.text());
     case PromptRole:
         return QString::fromStdString(item.prompt);
+    case ExcerptRole:
+        return ImagineRules::excerpt(QString::fromStdString(item.prompt));
     case CreatedRole:
         return relativeTime(item.createdAt, m_moment);
     case FormatRole:
@@ -120,8 +122,8 @@ QVariant ImagineListModel::data(const QModelIndex& index, int role) const
 
 QHash<int, QByteArray> ImagineListModel::roleNames() const
 {
-    return { { IdRole, "itemID" }, { PromptRole, "prompt" }, { CreatedRole, "created" }, { FormatRole, "format" },
-        { PicturePathRole, "picturePath" } };
+    return { { IdRole, "itemID" }, { PromptRole, "prompt" }, { ExcerptRole, "excerpt" }, { CreatedRole, "created" },
+        { FormatRole, "format" }, { PicturePathRole, "picturePath" } };
 }
 
 } // namespace tessarin

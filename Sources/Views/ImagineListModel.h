@@ -1,6 +1,8 @@
 #pragma once
 
+#ifndef Q_MOC_RUN // the one of Qt 6.4 stumbles over <compare> where it is the first of all
 #include "Imagine/ImagineItem.h"
+#endif
 
 #include <QAbstractListModel>
 #include <qqmlintegration.h>
@@ -19,7 +21,7 @@ class ImagineListModel : public QAbstractListModel
     QML_UNCREATABLE("The window makes its list of creations")
     Q_PROPERTY(int count READ count NOTIFY countChanged)
 public:
-    enum Role { IdRole = Qt::UserRole, PromptRole, CreatedRole, FormatRole, PicturePathRole }; // the path is empty for a video
+    enum Role { IdRole = Qt::UserRole, PromptRole, ExcerptRole, CreatedRole, FormatRole, PicturePathRole }; // the path is empty for a video
 
     explicit ImagineListModel(InstantSource now, QObject* parent = nullptr);
 

@@ -26,6 +26,16 @@ ImagineKind kind(ImagineFormat::Value format)
     return format == ImagineFormat::Video ? ImagineKind::video : ImagineKind::image;
 }
 
+QString excerpt(const QString& prompt)
+{
+    constexpr qsizetype limit = 1000;
+    if (prompt.size() <= limit) {
+        return prompt;
+    }
+    const qsizetype end = prompt[limit].isLowSurrogate() ? limit - 1 : limit;
+    return prompt.left(end) + QChar(0x2026);
+}
+
 std::optional<std::string> promptToGenerate(std::string_view draft, const ConnectionState& state)
 {
     const std::string_view prompt = trimmed(draft);

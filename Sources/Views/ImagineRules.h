@@ -21,6 +21,8 @@ namespace ImagineRules
 [[nodiscard]] QString countLabel(int count);
 [[nodiscard]] ImagineFormat::Value format(ImagineKind kind);
 [[nodiscard]] ImagineKind kind(ImagineFormat::Value format);
+// The beginning of a prompt, more than two lines and a tool tip have room for, so that no card lays out a whole book.
+[[nodiscard]] QString excerpt(const QString& prompt);
 // The trimmed draft, when it may leave its field; absent keeps it. A runtime that starts holds nothing back: generating then starts over.
 [[nodiscard]] std::optional<std::string> promptToGenerate(std::string_view draft, const ConnectionState& state);
 

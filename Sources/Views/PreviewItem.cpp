@@ -61,23 +61,22 @@ void PreviewItem::load()
     if (!isComponentComplete() || window() == nullptr) {
         return;
     }
+    const bool isAsked = m_loader && !m_path.isEmpty();
     m_ticket.reset();
-    setPicture({});
-    if (m_loader && !m_path.isEmpty()) {
+    setPicture({}, isAsked);
+    if (isAsked) {
         const QSize size = (QSizeF(m_cardSize) * window()->effectiveDevicePixelRatio()).toSize();
-        m_ticket = m_loader->request(m_path, size, [this](const QImage& picture) { setPicture(picture); });
+        m_ticket = m_loader->request(m_path, size, [this](const QImage& picture) { setPicture(picture, false); });
     }
 }
 
-void PreviewItem::setPicture(const QImage& picture)
+void PreviewItem::setPicture(const QImage& picture, bool isPending)
 {
-    const bool hadPicture = hasPicture();
     m_picture = picture;
+    m_isPending = isPending;
     m_isPictureNew = true;
     update();
-    if (hasPicture() != hadPicture) {
-        emit hasPictureChanged();
-    }
+    emit pictureChanged();
 }
 
 QSGNode* PreviewItem::updatePaintNode(QSGNode* node, UpdatePaintNodeData* /*data*/)

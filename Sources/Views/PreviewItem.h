@@ -10,9 +10,9 @@
 namespace tessarin
 {
 
-// Shows a picture so that it fills the item, cut around its middle. It is read while the item is there already; `hasPicture` says when it
-// has come, and stays false for a file without one. Unlike an Image it keeps nothing of what it shows beyond the loader's limit, and what
-// is no picture is no error.
+// Shows a picture so that it fills the item, cut around its middle. It is read while the item is there already: `isPending` until it is
+// known whether the file has one. Unlike an Image it keeps nothing of what it shows beyond the loader's limit, and what is no picture is no
+// error.
 class PreviewItem : public QQuickItem
 {
     Q_OBJECT
@@ -20,7 +20,8 @@ class PreviewItem : public QQuickItem
     Q_PROPERTY(tessarin::PreviewLoader* loader READ loader WRITE setLoader NOTIFY loaderChanged REQUIRED)
     Q_PROPERTY(QString path READ path WRITE setPath NOTIFY pathChanged REQUIRED) // empty for none
     Q_PROPERTY(QSize cardSize READ cardSize WRITE setCardSize NOTIFY cardSizeChanged REQUIRED) // the largest that it is shown at
-    Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY hasPictureChanged)
+    Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY pictureChanged)
+    Q_PROPERTY(bool isPending READ isPending NOTIFY pictureChanged)
 public:
     explicit PreviewItem(QQuickItem* parent = nullptr);
     ~PreviewItem() override;
@@ -32,13 +33,14 @@ public:
     [[nodiscard]] QSize cardSize() const { return m_cardSize; }
     void setCardSize(QSize size);
     [[nodiscard]] bool hasPicture() const { return !m_picture.isNull(); }
+    [[nodiscard]] bool isPending() const { return m_isPending; }
     [[nodiscard]] const QImage& picture() const { return m_picture; }
 
 signals:
     void loaderChanged();
     void pathChanged();
     void cardSizeChanged();
-    void hasPictureChanged();
+    void pictureChanged();
 
 protected:
     void componentComplete() override;
@@ -48,13 +50,14 @@ protected:
 private:
     // Asks for what the properties say, once they are all there.
     void load();
-    void setPicture(const QImage& picture);
+    void setPicture(const QImage& picture, bool isPending);
 
     QPointer<PreviewLoader> m_loader;
     QString m_path;
     QSize m_cardSize;
     PreviewLoader::Ticket m_ticket;
     QImage m_picture;
+    bool m_isPending = false;
     bool m_isPictureNew = false; // to the scene graph
 };
 

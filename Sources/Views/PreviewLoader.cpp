@@ -18,7 +18,7 @@ PreviewLoader::PreviewLoader(qsizetype byteLimit, QObject* parent) : QObject(par
 PreviewLoader::~PreviewLoader()
 {
     m_threads.clear();
-    m_threads.waitForDone();
+    waitForReading();
 }
 
 PreviewLoader::Stamp PreviewLoader::Stamp::of(const QString& path)

@@ -36,6 +36,8 @@ public:
     // that of the card in pixels of the screen.
     [[nodiscard]] Ticket request(const QString& path, QSize size, Receiver receiver);
 
+    // Returns when nothing is to be read any more. The loop delivers it.
+    void waitForReading() { m_threads.waitForDone(); }
     // Since construction, files without a picture included.
     [[nodiscard]] int readCount() const { return m_readCount; }
     [[nodiscard]] qsizetype keptBytes() const { return m_kept.totalCost(); }

@@ -3,7 +3,8 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tessarin
 
-// The right column: the welcome screen or the conversation, and the banner above it.
+// The right column: the gallery, the welcome screen or the conversation, and the banner above it. A section that is left is hidden and keeps
+// what was typed there.
 Item {
     id: root
 
@@ -12,20 +13,43 @@ Item {
 
     signal toggleSidebar()
 
-    // To where the next message is typed, if there is a task.
+    // To where the next message or the next prompt is typed, if there is such a place.
     function focusComposer() {
-        const view = body.object as ConversationView
-        if (view !== null) {
-            view.focusComposer()
+        const task = build.object as ConversationView
+        const gallery = imagine.object as ImagineView
+        if (root.windowModel.showsImagine) {
+            gallery.focusPrompt()
+        } else if (task !== null) {
+            task.focusComposer()
         }
     }
 
     clip: true
 
     LazyItem {
-        id: body
+        id: imagine
+
+        readonly property bool wanted: root.windowModel.showsImagine
 
         anchors.fill: parent
+        visible: wanted
+        active: false
+        onWantedChanged: active = true // and stays
+        Component.onCompleted: active = wanted
+
+        sourceComponent: ImagineView {
+            imagine: root.windowModel.imagine
+            install: root.windowModel.install
+            sidebarShown: root.sidebarShown
+            onToggleSidebar: root.toggleSidebar()
+        }
+    }
+
+    LazyItem {
+        id: build
+
+        anchors.fill: parent
+        visible: !root.windowModel.showsImagine
         sourceComponent: root.windowModel.conversation.hasProject ? conversation : welcome
     }
 
@@ -44,7 +68,7 @@ Item {
             install: root.windowModel.install
             sidebarShown: root.sidebarShown
             onToggleSidebar: root.toggleSidebar()
-            Component.onCompleted: focusComposer()
+            Component.onCompleted: if (!root.windowModel.showsImagine) focusComposer()
         }
     }
 
@@ -59,7 +83,8 @@ Item {
         message: root.windowModel.errorMessage
         onDismiss: {
             root.windowModel.dismissError()
-            body.forceActiveFocus()
+            const section = root.windowModel.showsImagine ? imagine : build
+            section.forceActiveFocus()
         }
 
         readonly property bool shown: root.windowModel.hasError
