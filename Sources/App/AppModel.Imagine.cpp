@@ -7,6 +7,7 @@
 #include "Services/ACPClient.h"
 #include "Services/Locators.h"
 
+#include <mutex>
 #include <utility>
 
 // The generation of images and videos: there is no interface for media, so a second Grok runtime gets a slash command as its prompt, and
@@ -64,6 +65,29 @@ std::optional<std::string> progressIn(const SessionUpdate& update)
 }
 
 } // namespace
+
+// In the order in which the imports came to their ends, on whatever thread.
+struct AppModel::ImagineArrivals {
+    void put(ImagineItem item)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_items.push_back(std::move(item));
+    }
+    [[nodiscard]] std::vector<ImagineItem> takeAll()
+    {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_items, {});
+    }
+
+private:
+    std::mutex m_mutex; // guards what follows
+    std::vector<ImagineItem> m_items;
+};
+
+std::shared_ptr<AppModel::ImagineArrivals> AppModel::makeImagineArrivals()
+{
+    return std::make_shared<ImagineArrivals>();
+}
 
 void AppModel::generateImagine(const std::string& prompt, ImagineKind kind)
 {
@@ -184,29 +208,46 @@ void AppModel::handleImagine(const SessionUpdate& update)
     if (auto progress = progressIn(update)) {
         setImagineProgress(std::move(*progress));
     }
-    for (std::string& path : ImagineMediaExtractor::paths(update)) {
-        // A tool that repeats its output imports once.
-        if (m_seenImaginePaths.insert(path).second) {
-            importImagineMedia(std::move(path));
-        }
-    }
+    std::vector<std::string> paths = ImagineMediaExtractor::paths(update);
+    // A tool that repeats its output imports once.
+    std::erase_if(paths, [this](const std::string& path) { return !m_seenImaginePaths.insert(path).second; });
+    importImagineMedia(std::move(paths));
 }
 
-void AppModel::importImagineMedia(std::string path)
+void AppModel::importImagineMedia(std::vector<std::string> paths)
 {
-    runInBackground([weak = weak_from_this(), &mainThread = m_surroundings.mainThread, path = std::move(path),
-                        prompt = m_currentImaginePrompt, locations = m_surroundings.preferences.locations()] {
-        auto imported = ImagineStore::importMedia(path, prompt, locations);
-        // What looks like a path is often none; so a failure is as silent as a file that isn't there.
-        if (!imported || !imported.value()) {
-            return;
-        }
-        mainThread.post([weak, item = std::move(*imported.value())] {
-            if (const auto model = weak.lock()) {
-                model->addImagineItem(item);
+    // Shared by all: an update may name very many.
+    struct Import {
+        std::weak_ptr<AppModel> model;
+        MainThread& mainThread;
+        std::string prompt; // as it is at this moment
+        StoreLocations locations;
+        std::shared_ptr<ImagineArrivals> arrivals;
+    };
+    const auto import = std::make_shared<const Import>(Import{
+        weak_from_this(), m_surroundings.mainThread, m_currentImaginePrompt, m_surroundings.preferences.locations(), m_imagineArrivals });
+    for (std::string& path : paths) {
+        runInBackground([import, path = std::move(path)] {
+            auto imported = ImagineStore::importMedia(path, import->prompt, import->locations);
+            // What looks like a path is often none; so a failure is as silent as a file that isn't there.
+            if (!imported || !imported.value()) {
+                return;
             }
-        });
+            import->arrivals->put(std::move(*imported.value()));
+            import->mainThread.post([weak = import->model] {
+                if (const auto model = weak.lock()) {
+                    model->takeImagineArrivals();
+                }
     });
+});
+}
+}
+
+void AppModel::takeImagineArrivals()
+{
+    for (ImagineItem& item : m_imagineArrivals->takeAll()) {
+        addImagineItem(std::move(item));
+    }
 }
 
 void AppModel::addImagineItem(ImagineItem item)
@@ -243,6 +284,13 @@ void AppModel::deleteImagineItem(const ImagineItem& item)
         changed(ModelChange::Kind::imagineItems);
     }
     m_imagineStore.save(m_imagineItems);
+}
+
+void AppModel::finishImagineImports()
+{
+    finishBackgroundWork();
+    takeImagineArrivals(); // the main loop may not come round to it any more
+    m_imagineStore.flush();
 }
 
 void AppModel::dropImagineClient()

@@ -21,6 +21,7 @@ AppModel::AppModel(Surroundings surroundings)
     : m_surroundings(std::move(surroundings))
     , m_workspaces(m_surroundings.store.load())
     , m_imagineStore(m_surroundings.preferences.locations(), m_surroundings.now)
+    , m_imagineArrivals(makeImagineArrivals())
 {
     if (!m_workspaces.empty()) {
         const Workspace& first = m_workspaces.front();

@@ -94,6 +94,8 @@ public:
     void openImagineItem(const ImagineItem& item);
     // Moves the file to the trash, and forgets the item whether or not that succeeds.
     void deleteImagineItem(const ImagineItem& item);
+    // Before the program ends: returns when the copies that are under way are in the library, and the history is written.
+    void finishImagineImports();
 
     // Modes and permissions.
     // Fixed into a client when it is made, so changing it drops both.
@@ -231,7 +233,10 @@ private:
     void performImagineSend(const std::string& prompt, ImagineKind kind);
     void finishImaginePrompt(const Result<JsonObject, AgentError>& result);
     void handleImagine(const SessionUpdate& update);
-    void importImagineMedia(std::string path);
+    void importImagineMedia(std::vector<std::string> paths);
+    void takeImagineArrivals();
+    struct ImagineArrivals;
+    [[nodiscard]] static std::shared_ptr<ImagineArrivals> makeImagineArrivals();
     void addImagineItem(ImagineItem item);
     void dropImagineClient();
     [[nodiscard]] bool isCurrentForImagine(const std::weak_ptr<ACPClient>& client) const;
@@ -305,6 +310,7 @@ private:
     ImagineKind m_currentImagineKind = ImagineKind::image;
     std::set<std::string> m_seenImaginePaths; // taken up in this generation
     ImagineStore m_imagineStore;
+    const std::shared_ptr<ImagineArrivals> m_imagineArrivals; // what has been imported and is not in the list yet
     PermissionOwner m_permissionOwner = PermissionOwner::build; // counts while a request is pending
     std::weak_ptr<AgentClient> m_permissionAsker; // of the pending request, as long as its child runs
     bool m_isReplaying = false; // a stored session is coming through as updates

@@ -53,6 +53,12 @@ public:
         m_arrived.notify_one();
     }
 
+    void finish()
+    {
+        std::unique_lock lock(m_mutex);
+        m_finished.wait(lock, [this] { return m_work.empty() && m_running == 0; });
+    }
+
 private:
     [[noreturn]] void run()
     {
@@ -60,26 +66,42 @@ private:
         while (true) {
             std::unique_lock lock(m_mutex);
             m_arrived.wait(lock, [this] { return !m_work.empty(); });
-            // Gone before the next one is waited for, with all that it holds.
-            const std::function<void()> work = std::move(m_work.front());
+            std::function<void()> work = std::move(m_work.front());
             m_work.pop_front();
+            ++m_running;
             lock.unlock();
             work();
+            work = {}; // with all that it holds
+            lock.lock();
+            --m_running;
+            m_finished.notify_all();
         }
     }
 
     std::mutex m_mutex; // guards what follows
     std::condition_variable m_arrived;
+    std::condition_variable m_finished;
     std::deque<std::function<void()>> m_work;
+    int m_running = 0; // that have left m_work
 };
+
+// Lives until the process ends, on purpose: work may still be going on while static objects are torn down.
+BackgroundThreads& threads()
+{
+    static BackgroundThreads* const all = new BackgroundThreads;
+    return *all;
+}
 
 } // namespace
 
 void runInBackground(std::function<void()> work)
 {
-    // Lives until the process ends, on purpose: work may still be going on while static objects are torn down.
-    static BackgroundThreads* const threads = new BackgroundThreads;
-    threads->post(std::move(work));
+    threads().post(std::move(work));
+}
+
+void finishBackgroundWork()
+{
+    threads().finish();
 }
 
 } // namespace tessarin

@@ -1,0 +1,269 @@
+#include "AppModelImagineFixture.h"
+
+#include <sys/stat.h>
+
+namespace tessarin::testing
+{
+namespace
+{
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+namespace fs = std::filesystem;
+
+class AppModelImagineImportTest : public AppModelImagineTest
+{
+protected:
+    [[nodiscard]] std::size_t libraryBytes() const
+    {
+        std::size_t bytes = 0;
+        for (const std::string& name : libraryFiles()) {
+            bytes += bytesOf(library() + "/" + name).size();
+        }
+        return bytes;
+    }
+    // The runtime makes these files, and the generation ends.
+    void generate(const std::vector<std::string>& paths, ImagineKind kind = ImagineKind::image)
+    {
+        openImagine(makes(paths));
+        model->generateImagine("a red cube", kind);
+        waitForImagine(State::ready);
+    }
+};
+
+TEST_F(AppModelImagineImportTest, AReportedFileBecomesAnItem)
+{
+    const std::string path = made("cube.PNG", "red");
+    generate({ path });
+    waitForItems(1);
+    const ImagineItem& item = model->imagineItems().front();
+    EXPECT_EQ(item.kind, ImagineKind::image);
+    EXPECT_EQ(item.prompt, "a red cube");
+    EXPECT_EQ(item.localPath, library() + "/" + item.fileName);
+    EXPECT_TRUE(item.fileName.ends_with(".png")) << item.fileName;
+    EXPECT_EQ(bytesOf(item.localPath), "red");
+    EXPECT_EQ(bytesOf(path), "red") << "the file stays where the agent left it";
+    EXPECT_EQ(itemChanges, 1);
+    waitForStored(model->imagineItems());
+}
+
+TEST_F(AppModelImagineImportTest, AnImportSaysThatItIsReadyAndTheEndOfTheTurnKeepsThat)
+{
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").update(finished(made("a.png"))).waitForFile("go").reply(endTurn);
+    openImagine(scenario);
+    model->generateImagine("a red cube", ImagineKind::image);
+    waitForItems(1);
+    runtime.touch("go");
+    waitForImagine(State::ready);
+    EXPECT_THAT(lines, ElementsAre("Preparing image generation…", "Grok is generating an image…", "Image ready"));
+}
+
+TEST_F(AppModelImagineImportTest, TheItemsKindSaysWhatIsReadyNotTheOneThatWasAskedFor)
+{
+    Scenario scenario = makes({ made("a.png") });
+    openImagine(scenario.expect("session/prompt").update(finished(made("a.mp4"))).reply(endTurn));
+    model->generateImagine("a red cube", ImagineKind::video);
+    waitForItems(1);
+    EXPECT_EQ(model->imagineProgress(), "Image ready");
+    EXPECT_EQ(model->imagineItems()[0].kind, ImagineKind::image);
+    waitForImagine(State::ready);
+    model->generateImagine("waves", ImagineKind::image);
+    waitForItems(2);
+    EXPECT_EQ(model->imagineProgress(), "Video ready");
+    EXPECT_EQ(model->imagineItems()[0].kind, ImagineKind::video);
+}
+
+TEST_F(AppModelImagineImportTest, TheNewestItemIsTheFirst)
+{
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").update(finished(made("1.png", "first"))).waitForFile("go");
+    openImagine(scenario.update(finished(made("2.png", "second"))).reply(endTurn));
+    model->generateImagine("a red cube", ImagineKind::image);
+    waitForItems(1);
+    runtime.touch("go");
+    waitForItems(2);
+    EXPECT_EQ(bytesOf(model->imagineItems()[0].localPath), "second");
+    EXPECT_EQ(bytesOf(model->imagineItems()[1].localPath), "first");
+    waitForStored(model->imagineItems());
+}
+
+TEST_F(AppModelImagineImportTest, APathIsImportedOnceInAGenerationAndAgainInTheNext)
+{
+    const std::string path = made("a.png");
+    const std::string announced
+        = boost::json::serialize(JsonObject{ { "sessionUpdate", "tool_call" }, { "rawInput", JsonObject{ { "path", path } } } });
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").update(announced).update(finished(path)).update(finished(path)).reply(endTurn);
+    openImagine(scenario.expect("session/prompt").update(finished(path)).reply(endTurn));
+    model->generateImagine("one", ImagineKind::image);
+    waitForItems(1);
+    waitForImagine(State::ready);
+    model->generateImagine("two", ImagineKind::image);
+    waitForItems(2);
+    waitForImagine(State::ready);
+    EXPECT_THAT(itemPrompts(), ElementsAre("two", "one"));
+    EXPECT_EQ(libraryFiles().size(), 2U);
+}
+
+TEST_F(AppModelImagineImportTest, EachPathOfOneUpdateIsImported)
+{
+    const JsonObject result{ { "path", made("b.webp") }, { "others", JsonArray{ made("a.gif"), made("c.webm") } } };
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt");
+    scenario.update(boost::json::serialize(JsonObject{ { "rawOutput", result }, { "text", R"({"path":")" + made("d.mp4") + "\"}" } }));
+    openImagine(scenario.reply(endTurn));
+    model->generateImagine("a red cube", ImagineKind::image);
+    waitForItems(4);
+    std::vector<std::string> extensions;
+    for (const ImagineItem& item : model->imagineItems()) {
+        extensions.push_back(fs::path(item.fileName).extension());
+    }
+    EXPECT_THAT(extensions, UnorderedElementsAre(".webp", ".gif", ".webm", ".mp4"));
+}
+
+TEST_F(AppModelImagineImportTest, ThePromptIsTheOneOfTheMomentOfTheReport)
+{
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").update(finished(made("a.png"))).reply(endTurn).expect("session/prompt");
+    openImagine(scenario.touch("second"));
+    model->generateImagine("one", ImagineKind::image);
+    waitForImagine(State::ready);
+    model->generateImagine("two", ImagineKind::image); // whether or not the copy is there yet
+    waitForItems(1);
+    EXPECT_THAT(itemPrompts(), ElementsAre("one"));
+}
+
+TEST_F(AppModelImagineImportTest, WhatIsNoFileOfAKnownKindIsSkipped)
+{
+    ASSERT_EQ(::mkfifo((makeFolder("made") + "/pipe.png").c_str(), 0600), 0);
+    const std::string folder = makeFolder("made/folder.png");
+    fs::create_symlink("/dev/zero", runtime.directory() + "/made/device.png");
+    fs::create_symlink(runtime.directory() + "/missing.png", runtime.directory() + "/made/dangling.png");
+    fs::create_symlink(runtime.directory() + "/made/loop.png", runtime.directory() + "/made/loop.png");
+    const std::string made_ = runtime.directory() + "/made/";
+    generate({ made_ + "pipe.png", folder, made_ + "device.png", made_ + "dangling.png", made_ + "loop.png", made("notes.txt"),
+        "and/or " + made("a.webp"), "/" + std::string(1000000, 'x') + ".png", made_ + "gone.png", made("last.png", "last") });
+    waitForItems(1);
+    EXPECT_EQ(bytesOf(model->imagineItems()[0].localPath), "last");
+    EXPECT_THAT(libraryFiles(), ElementsAre(model->imagineItems()[0].fileName));
+    EXPECT_EQ(model->errorMessage(), std::nullopt);
+}
+
+TEST_F(AppModelImagineImportTest, OfALinkTheFileIsTaken)
+{
+    fs::create_symlink(made("target.png", "target"), makeFolder("made") + "/link.png");
+    generate({ runtime.directory() + "/made/link.png" });
+    waitForItems(1);
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(model->imagineItems()[0].localPath)));
+    EXPECT_EQ(bytesOf(model->imagineItems()[0].localPath), "target");
+}
+
+TEST_F(AppModelImagineImportTest, AnImportThatFailsIsSkipped)
+{
+    Scenario scenario = hangingTurn();
+    openImagine(scenario.waitForFile("go").update(finished(made("a.png"))).reply(endTurn));
+    generateUntil("prompted");
+    fs::remove_all(library());
+    std::ofstream(library()) << "a file where the folder should be";
+    runtime.touch("go");
+    waitForImagine(State::ready);
+    drain();
+    EXPECT_THAT(model->imagineItems(), IsEmpty());
+    EXPECT_EQ(model->errorMessage(), std::nullopt);
+}
+
+TEST_F(AppModelImagineImportTest, ManyFilesAtOnceAllArriveWholeAndInTheHistory)
+{
+    std::vector<std::string> paths;
+    for (int number = 0; number < 100; ++number) {
+        paths.push_back(made(std::to_string(number) + ".png", std::string(static_cast<std::size_t>(number) * 5000, 'x')));
+    }
+    generate(paths);
+    waitForItems(paths.size());
+    std::vector<std::size_t> sizes;
+    for (const ImagineItem& item : model->imagineItems()) {
+        sizes.push_back(bytesOf(item.localPath).size());
+    }
+    std::sort(sizes.begin(), sizes.end());
+    for (std::size_t number = 0; number < sizes.size(); ++number) {
+        EXPECT_EQ(sizes[number], number * 5000);
+    }
+    EXPECT_EQ(libraryFiles().size(), paths.size());
+    waitForStored(model->imagineItems());
+}
+
+TEST_F(AppModelImagineImportTest, DeletingWhileOthersAreImportedLosesNone)
+{
+    std::vector<std::string> paths;
+    for (int number = 0; number < 40; ++number) {
+        paths.push_back(made(std::to_string(number) + ".png", std::string(100000, 'x')));
+    }
+    openImagine(makes(paths));
+    model->generateImagine("a red cube", ImagineKind::image);
+    for (std::size_t deleted = 0; deleted < 20; ++deleted) {
+        waitForItems(1);
+        model->deleteImagineItem(model->imagineItems().back());
+    }
+    waitForItems(20);
+    waitForImagine(State::ready);
+    drain();
+    EXPECT_EQ(model->imagineItems().size(), 20U);
+    EXPECT_EQ(desktop.trashed.size(), 20U);
+    waitForStored(model->imagineItems());
+}
+
+TEST_F(AppModelImagineImportTest, AfterARestartEverythingIsStillThere)
+{
+    generate({ made("a.png"), made("b.mp4") });
+    waitForItems(2);
+    const std::vector<ImagineItem> before = model->imagineItems();
+    stopImagine();
+    model.reset(); // which writes what waits
+    openModel();
+    EXPECT_EQ(model->imagineItems(), before);
+    EXPECT_EQ(model->imagineState().kind(), State::idle);
+    EXPECT_EQ(model->imagineProgress(), "");
+}
+
+TEST_F(AppModelImagineImportTest, AProgramThatEndsDuringImportsKeepsThemAll)
+{
+    constexpr std::size_t size = 400000;
+    std::vector<std::string> paths;
+    for (int number = 0; number < 50; ++number) {
+        paths.push_back(made(std::to_string(number) + ".png", std::string(size, 'x')));
+    }
+    openImagine(makes(paths));
+    model->generateImagine("a red cube", ImagineKind::image);
+    waitForImagine(State::ready);
+    model->finishImagineImports(); // and the main loop does not come round any more
+    const std::vector<ImagineItem> before = model->imagineItems();
+    EXPECT_EQ(before.size(), paths.size());
+    EXPECT_EQ(libraryBytes(), paths.size() * size);
+    EXPECT_EQ(decodeImagineHistory(bytesOf(history())), before);
+    drain();
+    EXPECT_EQ(model->imagineItems(), before) << "what was taken early does not come twice";
+}
+
+TEST_F(AppModelImagineImportTest, WhatIsImportedForAModelThatIsGoneGoesWithIt)
+{
+    std::vector<std::string> paths;
+    for (int number = 0; number < 50; ++number) {
+        paths.push_back(made(std::to_string(number) + ".png", std::string(400000, 'x')));
+    }
+    openImagine(makes(paths));
+    model->generateImagine("a red cube", ImagineKind::image);
+    waitForItems(3);
+    const std::vector<ImagineItem> before = model->imagineItems();
+    model.reset();
+    waitForEnd();
+    openModel();
+    EXPECT_EQ(model->imagineItems(), before);
+    model->finishImagineImports();
+    drain();
+    EXPECT_EQ(model->imagineItems(), before);
+}
+
+} // namespace
+} // namespace tessarin::testing
