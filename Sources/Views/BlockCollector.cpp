@@ -114,7 +114,8 @@ void BlockCollector::enterBlock(MD_BLOCKTYPE type, void* detail)
         if (m_block.table.alignments.size() < m_block.table.columns) {
             m_block.table.alignments.append(align == MD_ALIGN_RIGHT ? Qt::AlignRight
                     : align == MD_ALIGN_CENTER                      ? Qt::AlignHCenter
-                                                                    : Qt::AlignLeft);
+                    : align == MD_ALIGN_LEFT                        ? Qt::AlignLeft
+                                                                    : Qt::AlignmentFlag());
         }
         break;
     }

@@ -27,7 +27,7 @@ void BlockListModel::setBefore(std::optional<TextBlock> before)
     const BlockGap::Value earlier = gapAbove(0);
     m_before = std::move(before);
     if (gapAbove(0) != earlier) {
-        emit dataChanged(index(0), index(0), { GapRole });
+        emit dataChanged(index(0), index(0), { GapRole, SeparatorRole });
     }
 }
 
@@ -89,6 +89,12 @@ QVariant BlockListModel::data(const QModelIndex& index, int role) const
         return QVariant::fromValue(block.table);
     case GapRole:
         return gapAbove(index.row());
+    case RightToLeftRole:
+        return block.isRightToLeft();
+    case LeadRole:
+        return block.lead();
+    case SeparatorRole:
+        return gapAbove(index.row()) >= BlockGap::Block ? QStringLiteral("\n\n") : QStringLiteral("\n");
     default:
         return {};
     }
@@ -98,7 +104,8 @@ QHash<int, QByteArray> BlockListModel::roleNames() const
 {
     return { { KindRole, "kind" }, { LevelRole, "level" }, { ListDepthRole, "listDepth" }, { QuoteDepthRole, "quoteDepth" },
         { MarkerRole, "marker" }, { ContentRole, "content" }, { LanguageRole, "language" }, { ContinuedRole, "continued" },
-        { TableRole, "table" }, { GapRole, "gap" } };
+        { TableRole, "table" }, { GapRole, "gap" }, { RightToLeftRole, "rightToLeft" }, { LeadRole, "lead" },
+        { SeparatorRole, "separator" } };
 }
 
 BlockGap::Value BlockListModel::gapAbove(int row) const

@@ -40,7 +40,10 @@ public:
         LanguageRole,
         ContinuedRole,
         TableRole,
-        GapRole
+        GapRole,
+        RightToLeftRole,
+        LeadRole, // what stands before the text when it is copied with others
+        SeparatorRole // what stands between it and the text before when both are copied
     };
 
     // `before` is the last block of the page before, which does not change any more.

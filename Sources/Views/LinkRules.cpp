@@ -7,7 +7,8 @@ std::optional<QUrl> address(const QString& link)
 {
     const QUrl url(link, QUrl::StrictMode);
     const QString scheme = url.scheme().toLower();
-    if (!url.isValid()) {
+    // What stands before an "@" looks like the host and is not.
+    if (!url.isValid() || !url.userInfo().isEmpty()) {
         return std::nullopt;
     }
     const bool isWeb = (scheme == QLatin1String("http") || scheme == QLatin1String("https")) && !url.host().isEmpty();

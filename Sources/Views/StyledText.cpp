@@ -1,8 +1,8 @@
 #include "Views/StyledText.h"
 
+#include "Views/LineDrop.h"
 #include "Views/LinkRules.h"
 
-#include <QFontMetricsF>
 #include <QTextBlockFormat>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -91,15 +91,39 @@ void StyledText::write(qsizetype kept, const QList<TextRun>& runs)
         cursor.insertText(run.text, formatOf(run));
     }
     cursor.endEditBlock();
+    readLinks();
 }
 
-// Qt puts the base line of a line of fixed height at four fifths of it, whatever the font.
+// A link may be of several runs in different styles.
+void StyledText::readLinks()
+{
+    QList<TextLink> links;
+    qsizetype at = 0;
+    QString before; // the target of the run before
+    for (const TextRun& run : std::as_const(m_content.runs)) {
+        const qsizetype end = at + run.text.size();
+        const auto address = run.link.isEmpty() ? std::nullopt : LinkRules::address(run.link);
+        if (address && run.link == before) {
+            links.back().end = static_cast<int>(end);
+            links.back().text += run.text;
+        } else if (address) {
+            if (links.size() == linkLimit) {
+                break;
+            }
+            links.append({ static_cast<int>(at), static_cast<int>(end), run.text, LinkRules::shown(*address) });
+        }
+        before = run.link;
+        at = end;
+    }
+    if (links != m_links) {
+        m_links = std::move(links);
+        emit linksChanged();
+    }
+}
+
 void StyledText::measure(const QFont& font)
 {
-    const QFontMetricsF metrics(font);
-    const qreal middle = (m_lineHeight - metrics.ascent() - metrics.descent()) / 2 + metrics.ascent();
-    const int drop = qRound(m_lineHeight * 4 / 5.0 - middle);
-    if (drop != m_drop) {
+    if (const int drop = lineDrop(font, m_lineHeight); drop != m_drop) {
         m_drop = drop;
         emit dropChanged();
     }

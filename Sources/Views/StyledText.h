@@ -25,6 +25,8 @@ class StyledText : public QObject, public QQmlParserStatus
     Q_PROPERTY(int lineHeight MEMBER m_lineHeight REQUIRED)
     // How far the text stands below the middle of its lines: the view is shown that much higher.
     Q_PROPERTY(int drop READ drop NOTIFY dropChanged)
+    // The links that the keyboard stops at, the first ones of a text that has very many.
+    Q_PROPERTY(QList<tessarin::TextLink> links READ links NOTIFY linksChanged)
     Q_PROPERTY(QString fixedFamily MEMBER m_fixedFamily NOTIFY styleChanged)
     Q_PROPERTY(int fixedSize MEMBER m_fixedSize NOTIFY styleChanged)
     Q_PROPERTY(QColor linkColor MEMBER m_linkColor NOTIFY styleChanged)
@@ -34,11 +36,14 @@ class StyledText : public QObject, public QQmlParserStatus
     Q_PROPERTY(QColor numberColor MEMBER m_numberColor NOTIFY styleChanged)
     Q_PROPERTY(QColor commentColor MEMBER m_commentColor NOTIFY styleChanged)
 public:
+    static constexpr qsizetype linkLimit = 100;
+
     explicit StyledText(QObject* parent = nullptr);
 
     [[nodiscard]] const StyledRuns& content() const { return m_content; }
     void setContent(const StyledRuns& content);
     [[nodiscard]] int drop() const { return m_drop; }
+    [[nodiscard]] const QList<TextLink>& links() const { return m_links; }
 
     void classBegin() override { }
     void componentComplete() override;
@@ -46,17 +51,20 @@ public:
 signals:
     void styleChanged();
     void dropChanged();
+    void linksChanged();
 
 private:
     void rewrite();
     // Writes `runs` in place of what stands behind the first `kept` characters.
     void write(qsizetype kept, const QList<TextRun>& runs);
     void measure(const QFont& font);
+    void readLinks();
     [[nodiscard]] QTextCharFormat formatOf(const TextRun& run) const;
     [[nodiscard]] QColor wordColor(TextRun::Word word) const;
 
     QPointer<QQuickTextDocument> m_document;
     StyledRuns m_content;
+    QList<TextLink> m_links;
     bool m_isComplete = false;
     int m_lineHeight = 0;
     int m_drop = 0;

@@ -23,4 +23,21 @@ StyledRuns StyledRuns::fromText(QString text)
     return content;
 }
 
+QString TextBlock::lead() const
+{
+    if (marker.isEmpty()) {
+        return {};
+    }
+    const QString mark = marker == QStringLiteral("•") ? QStringLiteral("-")
+        : marker == QStringLiteral("☐")                ? QStringLiteral("- [ ]")
+        : marker == QStringLiteral("☑")                ? QStringLiteral("- [x]")
+                                                       : marker;
+    return QString(2 * (listDepth - 1), QLatin1Char(' ')) + mark + QLatin1Char(' ');
+}
+
+bool TextBlock::isRightToLeft() const
+{
+    return kind != BlockKind::Code && kind != BlockKind::Table && content.plainText().isRightToLeft();
+}
+
 } // namespace tessarin

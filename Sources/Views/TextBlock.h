@@ -36,6 +36,22 @@ public:
     bool operator==(const StyledRuns&) const = default;
 };
 
+// A link of a text as it is shown: where it stands, and where it leads.
+struct TextLink {
+    Q_GADGET
+    QML_VALUE_TYPE(textLink)
+    Q_PROPERTY(int begin MEMBER begin)
+    Q_PROPERTY(int end MEMBER end)
+    Q_PROPERTY(QString text MEMBER text)
+    Q_PROPERTY(QString address MEMBER address)
+public:
+    int begin = 0; // in characters of the text
+    int end = 0;
+    QString text;
+    QString address; // as LinkRules show it
+    bool operator==(const TextLink&) const = default;
+};
+
 // A table as it is laid out: cells row by row, the heading first.
 struct TableCells {
     Q_GADGET
@@ -45,12 +61,12 @@ struct TableCells {
 public:
     int columns = 0;
     QList<StyledRuns> cells; // a multiple of `columns`
-    QList<Qt::AlignmentFlag> alignments; // of each column
+    QList<Qt::AlignmentFlag> alignments; // of each column, none where the table says nothing
 
     [[nodiscard]] int count() const { return static_cast<int>(cells.size()); }
-    // Empty, and to the left, for a cell that is not there.
+    // Empty, and without an alignment, for a cell that is not there.
     Q_INVOKABLE tessarin::StyledRuns cell(int index) const { return cells.value(index); }
-    Q_INVOKABLE int alignment(int column) const { return alignments.value(column, Qt::AlignLeft); }
+    Q_INVOKABLE int alignment(int column) const { return alignments.value(column, {}); }
     bool operator==(const TableCells&) const = default;
 };
 
@@ -74,8 +90,13 @@ struct TextBlock {
     bool isItem = false; // in a list, where blocks stand closer
     StyledRuns content; // of all but a table; code without its last line end
     QString language; // of a code block, as it was written
-    bool isContinued = false; // goes on with the code of the block before
+    bool isContinued = false; // goes on with the code of the block before, or in the midst of a line of plain text
     TableCells table;
+
+    // Whether it is read from right to left, which its first letters decide; code and tables never are.
+    [[nodiscard]] bool isRightToLeft() const;
+    // The mark of its item as Markdown writes it, with its indentation and a blank; empty where the block begins no item.
+    [[nodiscard]] QString lead() const;
     bool operator==(const TextBlock&) const = default;
 };
 

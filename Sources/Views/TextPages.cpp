@@ -111,7 +111,9 @@ QList<TextBlock> TextPages::parsed(std::size_t segment, std::string_view text) c
         if (part.ends_with('\n')) {
             part.remove_suffix(1); // what follows begins on a line of its own
         }
-        return part.empty() ? QList<TextBlock>() : QList<TextBlock>{ plainBlock(part) };
+        TextBlock block = plainBlock(part);
+        block.isContinued = begin > 0 && text[begin - 1] != '\n';
+        return part.empty() ? QList<TextBlock>() : QList<TextBlock>{ std::move(block) };
     }
     const std::string& opening = segments[segment].fenceOpening;
     if (opening.empty() && m_segments.definitions().empty()) {

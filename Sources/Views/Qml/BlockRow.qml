@@ -3,6 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 
 // The place of one block: the gap above it, the lines of the quotes and the gutters of the lists in which it stands, the mark of its item.
+// All of that stands at the side where its text begins.
 Item {
     id: root
 
@@ -10,10 +11,12 @@ Item {
     required property int listDepth
     required property int quoteDepth
     required property string marker
+    required property bool rightToLeft
+    readonly property real indent: quoteDepth * Theme.quoteIndent + listDepth * Theme.listIndent
     default property alias body: place.data
 
     height: place.y + place.childrenRect.height
-    implicitWidth: place.x + place.childrenRect.width
+    implicitWidth: indent + place.childrenRect.width
 
     Repeater {
         model: root.quoteDepth
@@ -21,7 +24,7 @@ Item {
         Rectangle {
             required property int index
 
-            x: index * Theme.quoteIndent
+            x: root.rightToLeft ? root.width - width - index * Theme.quoteIndent : index * Theme.quoteIndent
             y: root.gap === 0 ? 0 : place.y
             width: Theme.quoteLine
             height: place.height
@@ -31,18 +34,19 @@ Item {
     }
 
     ListMark {
-        anchors.right: place.left
-        anchors.rightMargin: Theme.space8
+        x: root.rightToLeft ? place.width + Theme.space8 : place.x - width - Theme.space8
         y: place.y
         marker: root.marker
+        LayoutMirroring.enabled: root.rightToLeft
+        LayoutMirroring.childrenInherit: true
     }
 
     Item {
         id: place
 
-        x: root.quoteDepth * Theme.quoteIndent + root.listDepth * Theme.listIndent
+        x: root.rightToLeft ? 0 : root.indent
         y: Theme.blockGap(root.gap)
-        width: root.width - x
+        width: root.width - root.indent
         height: childrenRect.height
     }
 }

@@ -42,7 +42,17 @@ BlockRow {
             flickableDirection: Flickable.HorizontalFlick
             boundsBehavior: Flickable.StopAtBounds
             clip: true
+            activeFocusOnTab: contentWidth > width
+            Accessible.role: Accessible.Pane
+            Accessible.name: code.label
+            Keys.onPressed: event => keys.press(event)
             T.ScrollBar.horizontal: ThinScrollBar {}
+
+            ScrollKeys {
+                id: keys
+
+                view: view
+            }
 
             SelectableText {
                 id: code
@@ -51,8 +61,14 @@ BlockRow {
                 font: Theme.codeFont
                 lineHeight: Theme.lineCode
                 content: root.content
+                separator: root.continued ? "\n" : "\n\n"
                 label: root.language === "" ? "Code" : "Code, " + root.language
             }
+        }
+
+        ScrollFocus {
+            view: view
+            inset: Theme.space6
         }
     }
 }

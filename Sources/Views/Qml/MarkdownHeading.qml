@@ -7,12 +7,16 @@ BlockRow {
 
     required property styledRuns content
     required property string label
+    required property string lead
+    required property string separator
     required property int level
 
     SelectableText {
         width: parent.width
         content: root.content
         label: root.label
+        lead: root.lead
+        separator: root.separator
         lineHeight: root.level <= 2 ? Theme.lineTitle : Theme.lineBody
         font: root.level <= 2 ? Theme.titleFont : Theme.bodyStrongFont
     }

@@ -4,7 +4,7 @@ import QtQuick
 import Tessarin
 
 // The Markdown of an entry, page by page.
-BlockStack {
+TextSelection {
     id: root
 
     required property EntryListModel entries

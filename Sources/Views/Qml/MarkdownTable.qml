@@ -29,7 +29,17 @@ BlockRow {
             flickableDirection: Flickable.HorizontalFlick
             boundsBehavior: Flickable.StopAtBounds
             clip: contentWidth > width
+            activeFocusOnTab: contentWidth > width
+            Accessible.role: Accessible.Pane
+            Accessible.name: "Table"
+            Keys.onPressed: event => keys.press(event)
             T.ScrollBar.horizontal: ThinScrollBar {}
+
+            ScrollKeys {
+                id: keys
+
+                view: view
+            }
 
             GridLayout {
                 id: grid
@@ -48,11 +58,14 @@ BlockRow {
                         content: root.table.cell(index)
                         alignment: root.table.alignment(index % root.table.columns)
                         heading: index < root.table.columns
+                        separator: index === 0 ? "\n\n" : index % root.table.columns === 0 ? "\n" : "\t"
                         last: index >= root.table.count - root.table.columns
                         label: root.label
                     }
                 }
             }
         }
+
+        ScrollFocus { view: view }
     }
 }

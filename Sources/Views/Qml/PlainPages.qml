@@ -4,7 +4,7 @@ import QtQuick
 import Tessarin
 
 // The text of an entry as it stands, in pieces that are laid out one by one.
-BlockStack {
+TextSelection {
     id: root
 
     required property EntryListModel entries
@@ -14,7 +14,8 @@ BlockStack {
     property int wrapMode: TextEdit.Wrap
     property font font: Theme.bodyFont
     property color color: Theme.text
-    property int alignment: TextEdit.AlignLeft
+    // Else each paragraph stands at the side where it begins.
+    property bool centred: false
 
     Repeater {
         model: TextPages {
@@ -32,10 +33,13 @@ BlockStack {
                 model: page.blocks
 
                 delegate: SelectableText {
+                    required property bool continued
+
                     label: root.label
+                    separator: continued ? "" : "\n"
                     lineHeight: root.lineHeight
                     wrapMode: root.wrapMode
-                    horizontalAlignment: root.alignment
+                    horizontalAlignment: root.centred ? TextEdit.AlignHCenter : undefined
                     font: root.font
                     color: root.color
                 }

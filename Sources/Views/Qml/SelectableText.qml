@@ -1,16 +1,23 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
-// Text that can be selected and copied, but not edited. A link is opened after it has been shown where it leads.
+// Text that can be selected and copied, but not edited. A link is opened after it has been shown where it leads; the keyboard stops at
+// each one.
 TextEdit {
     id: root
 
     required property styledRuns content
     required property string label
     required property int lineHeight
+    // For what is copied from several texts: what stands between the one before and this one, and before this one.
+    property string separator: "\n"
+    property string lead: ""
 
     readOnly: true
     selectByMouse: true
+    persistentSelection: true
     wrapMode: TextEdit.Wrap
     textFormat: TextEdit.PlainText
     font: Theme.bodyFont
@@ -41,11 +48,34 @@ TextEdit {
         commentColor: Theme.secondaryText
     }
 
-    HoverHandler { cursorShape: root.hoveredLink === "" ? Qt.IBeamCursor : Qt.PointingHandCursor }
+    HoverHandler {
+        id: pointer
 
-    HoverTip {
-        text: root.hoveredLink
-        shown: root.hoveredLink !== ""
-        delay: 0
+        cursorShape: root.hoveredLink === "" ? Qt.IBeamCursor : Qt.PointingHandCursor
+    }
+
+    // The line where the pointer has come upon a link.
+    Item {
+        id: pointed
+
+        HoverTip {
+            text: root.hoveredLink
+            shown: root.hoveredLink !== ""
+            delay: 0
+        }
+    }
+
+    onHoveredLinkChanged: {
+        const point = pointer.point.position
+        const line = positionToRectangle(positionAt(point.x, point.y))
+        pointed.x = point.x
+        pointed.y = line.y
+        pointed.height = line.height
+    }
+
+    Repeater {
+        model: styled.links
+
+        TextLinkSpot { text: root }
     }
 }

@@ -18,7 +18,7 @@ EntryRow {
         row: root.index
         label: root.name
         lineHeight: Theme.lineCaption
-        alignment: TextEdit.AlignHCenter
+        centred: true
         font: Theme.captionFont
         color: Theme.secondaryText
     }

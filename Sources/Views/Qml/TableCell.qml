@@ -11,6 +11,7 @@ Item {
     required property bool heading
     required property bool last
     required property string label
+    required property string separator
 
     implicitWidth: Math.min(Theme.tableCellMaximum, Math.ceil(text.implicitWidth)) + 2 * Theme.space12
     implicitHeight: text.height + Theme.space12
@@ -21,9 +22,10 @@ Item {
         x: Theme.space12
         y: Theme.space6
         width: root.width - 2 * Theme.space12
-        horizontalAlignment: root.alignment
+        horizontalAlignment: root.alignment === 0 ? undefined : root.alignment // else at the side where the text begins
         content: root.content
         label: root.label
+        separator: root.separator
         lineHeight: Theme.lineCallout
         font: root.heading ? Theme.captionStrongFont : Theme.calloutFont
         color: root.heading ? Theme.secondaryText : Theme.text

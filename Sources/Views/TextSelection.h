@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Views/BlockStack.h"
+
+#include <QList>
+#include <QPointF>
+#include <QPointer>
+
+namespace tessarin
+{
+
+// Stacks the texts of one message, and lets a selection run across them. Each text selects within itself as it always does; when the
+// pointer is drawn beyond the text in which it was pressed, the area selects the end of that text, all of those between, and the begin of
+// the one that the pointer is in. The keys that copy and that select all then act upon the whole message. A selection lasts until the
+// person presses elsewhere in a message or goes on with another control.
+class TextSelection : public BlockStack
+{
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY selectionChanged)
+public:
+    explicit TextSelection(QQuickItem* parent = nullptr);
+
+    [[nodiscard]] bool hasSelection() const { return m_hasSelection; }
+    // What is selected in all texts: between two of them stands the `separator` of the later one, before one that is selected from its
+    // begin stands its `lead`.
+    [[nodiscard]] Q_INVOKABLE QString selectedText() const;
+    Q_INVOKABLE void copy() const;
+    Q_INVOKABLE void selectAll();
+
+signals:
+    void selectionChanged();
+
+protected:
+    bool eventFilter(QObject* text, QEvent* event) override;
+    bool childMouseEventFilter(QQuickItem* child, QEvent* event) override;
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+
+private:
+    struct Place {
+        qsizetype text = 0; // among texts()
+        int position = 0; // in that text
+    };
+
+    bool press(QQuickItem* text, const QMouseEvent& event);
+    bool move(const QMouseEvent& event);
+    void release();
+    void select(const QList<QQuickItem*>& texts, Place from, Place to);
+    void clear(const QQuickItem* except = nullptr);
+    void readSelection();
+    void giveUpFor(const QQuickItem* focused);
+    [[nodiscard]] Place placeAt(const QList<QQuickItem*>& texts, QPointF scenePosition) const;
+    // In the order in which they are read.
+    [[nodiscard]] QList<QQuickItem*> texts() const;
+
+    QPointer<QQuickItem> m_anchor; // where the pointer was pressed
+    int m_anchorPosition = 0;
+    bool m_isDrawn = false; // the pointer is down
+    bool m_isAcross = false; // more than one text is selected
+    bool m_hasSelection = false;
+};
+
+} // namespace tessarin
