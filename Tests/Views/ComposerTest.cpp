@@ -1,6 +1,13 @@
 #include "PresenterFixture.h"
 #include "QmlFixture.h"
 
+#include <QClipboard>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QInputMethodEvent>
+
+#include <algorithm>
+
 namespace tessarin
 {
 
@@ -28,7 +35,28 @@ protected:
     }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) { QTest::keyClick(&qml.view(), key, modifiers); }
 
-    QmlFixture qml;
+    QQuickItem* field() const { return QmlFixture::items(composer, "ComposerField").value(0); }
+    QQuickItem* area() const { return qobject_cast<QQuickItem*>(qml.view().activeFocusItem()); }
+    // What an input method has composed so far, and what it gives up for good.
+    void compose(const QString& preedit, const QString& commit = {})
+    {
+        QInputMethodEvent event(preedit, {});
+        event.setCommitString(commit);
+        QCoreApplication::sendEvent(qml.view().activeFocusItem(), &event);
+    }
+    bool isPlaceholderSeen() const
+    {
+        const QList<QQuickItem*> lines = QmlFixture::items(field(), "Line");
+        return std::any_of(lines.begin(), lines.end(), [](const QQuickItem* line) { return line->isVisible(); });
+    }
+    double lineAt(int position) const
+    {
+        QRectF place;
+        QMetaObject::invokeMethod(area(), "positionToRectangle", Q_RETURN_ARG(QRectF, place), Q_ARG(int, position));
+        return place.y();
+    }
+
+    mutable QmlFixture qml;
     QQuickItem* composer = nullptr;
 };
 
@@ -87,6 +115,111 @@ TEST_F(ComposerTest, TabLeavesTheTextInBothDirections)
     EXPECT_EQ(draft(), "onetwo");
     press(Qt::Key_Backtab, Qt::ShiftModifier);
     EXPECT_TRUE(sendButton()->hasActiveFocus()) << "the last before the first";
+}
+
+TEST_F(ComposerTest, ThePlaceholderStandsOnlyWhileNothingIsThereOrBeingComposed)
+{
+    open();
+    EXPECT_TRUE(isPlaceholderSeen());
+    compose(QStringLiteral("ni"));
+    EXPECT_FALSE(isPlaceholderSeen());
+    EXPECT_EQ(area()->property("preeditText"), "ni");
+    compose({});
+    EXPECT_TRUE(isPlaceholderSeen());
+    type("a");
+    EXPECT_FALSE(isPlaceholderSeen());
+}
+
+TEST_F(ComposerTest, ReturnWhileAnInputMethodComposesSendsNothing)
+{
+    open();
+    type("one");
+    compose(QStringLiteral("ni"));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(texts().empty());
+    compose({}, QStringLiteral("你"));
+    EXPECT_TRUE(draft().endsWith(QStringLiteral("你"))) << draft().toStdString();
+}
+
+TEST_F(ComposerTest, WhatIsComposedStandsAtTheCursor)
+{
+    open();
+    type("ab");
+    press(Qt::Key_Left);
+    compose(QStringLiteral("ni"));
+    EXPECT_EQ(draft(), "ab");
+    compose({}, QStringLiteral("你"));
+    EXPECT_EQ(draft(), QStringLiteral("a你b"));
+}
+
+TEST_F(ComposerTest, ItsLinesAreAsHighAsThoseOfAMessage)
+{
+    open();
+    EXPECT_EQ(field()->height(), 22);
+    type("one");
+    press(Qt::Key_Return, Qt::ShiftModifier);
+    type("two");
+    EXPECT_EQ(field()->height(), 44);
+    EXPECT_EQ(lineAt(5) - lineAt(1), 22);
+    QMetaObject::invokeMethod(field(), "clear");
+    type("three");
+    EXPECT_EQ(field()->height(), 22) << "also in a field that was emptied";
+}
+
+TEST_F(ComposerTest, TheLineHeightIsNoStepThatCanBeUndone)
+{
+    open();
+    EXPECT_FALSE(area()->property("canUndo").toBool());
+    type("one");
+    press(Qt::Key_Return, Qt::ShiftModifier);
+    type("two");
+    for (int i = 0; i < 10 && area()->property("canUndo").toBool(); ++i) {
+        QTest::keySequence(&qml.view(), QKeySequence::Undo);
+        EXPECT_EQ(field()->height(), draft().contains(QLatin1Char('\n')) ? 44 : 22);
+    }
+    EXPECT_EQ(draft(), "");
+    for (int i = 0; i < 10 && area()->property("canRedo").toBool(); ++i) {
+        QTest::keySequence(&qml.view(), QKeySequence::Redo);
+    }
+    EXPECT_EQ(draft(), "one\ntwo");
+    EXPECT_EQ(field()->height(), 44);
+}
+
+TEST_F(ComposerTest, ALongPromptIsPastedAtOnceAndScrolls)
+{
+    open();
+    QString prompt;
+    while (prompt.size() < 100000) {
+        prompt += QStringLiteral("Line %1 of a long prompt, as long as such lines are when they come out of a log.\n").arg(prompt.size());
+    }
+    QGuiApplication::clipboard()->setText(prompt);
+    QElapsedTimer time;
+    time.start();
+    QTest::keySequence(&qml.view(), QKeySequence::Paste);
+    qml.view().grabWindow();
+    EXPECT_EQ(draft().size(), prompt.size());
+    EXPECT_EQ(field()->height(), 176);
+    EXPECT_GT(field()->property("contentHeight").toDouble(), 20000);
+    EXPECT_NEAR(field()->property("contentY").toDouble() + 176, field()->property("contentHeight").toDouble(), 2) << "at the cursor";
+    const qint64 pasted = time.restart();
+    for (int i = 0; i < 10; ++i) {
+        QTest::keyClick(&qml.view(), 'a');
+        qml.view().grabWindow();
+    }
+    // A hitch that a person feels is ten times a frame and more; unoptimised code on a busy machine is given that much.
+    EXPECT_LT(time.elapsed() / 10, 160) << "for one key";
+    EXPECT_LT(pasted, 3000);
+}
+
+TEST_F(ComposerTest, TextIsInsertedWhereItWasDroppedElseAtTheCursor)
+{
+    open();
+    type("two");
+    QMetaObject::invokeMethod(field(), "insertAt", Q_ARG(QVariant, "one "), Q_ARG(QVariant, 17), Q_ARG(QVariant, 10));
+    EXPECT_EQ(draft(), "one two");
+    press(Qt::Key_End);
+    QMetaObject::invokeMethod(field(), "insertAt", Q_ARG(QVariant, "!"), Q_ARG(QVariant, 20), Q_ARG(QVariant, 60));
+    EXPECT_EQ(draft(), "one two!");
 }
 
 TEST_F(ComposerTest, TheStopButtonStandsOnlyWhileWorking)

@@ -23,6 +23,7 @@ Rectangle {
 
     // The button is out of reach when there is nothing to send; so the focus goes where the next message is typed.
     function press() {
+        Qt.inputMethod.commit()
         if (conversation.isWorking) {
             conversation.stopWorking()
         } else {
@@ -40,6 +41,11 @@ Rectangle {
     SoftShadow { z: -1 }
 
     TapHandler { onTapped: root.takeFocus() }
+
+    MessageDrop {
+        anchors.fill: parent
+        onGiven: (text, x, y) => field.insertAt(text, x - field.x, y - field.y)
+    }
 
     ComposerField {
         id: field

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Tessarin
 
 // The text of the composer: it grows with its lines up to a limit and scrolls beyond. Return submits, Shift-Return adds a line.
 Flickable {
@@ -11,6 +12,13 @@ Flickable {
 
     function clear() {
         area.clear()
+    }
+
+    // At a place of the field, else where the cursor is.
+    function insertAt(text, x, y) {
+        const point = area.mapFromItem(root, x, y)
+        area.insert(contains(Qt.point(x, y)) ? area.positionAt(point.x, point.y) : area.cursorPosition, text)
+        area.forceActiveFocus()
     }
 
     function forceActiveFocus() {
@@ -29,7 +37,7 @@ Flickable {
     T.TextArea.flickable: T.TextArea {
         id: area
 
-        implicitHeight: contentHeight
+        implicitHeight: Math.max(contentHeight, Theme.lineBody) // an empty text is as high as its font
         leftPadding: Theme.space12 + Theme.space4
         rightPadding: leftPadding
         font: Theme.bodyFont
@@ -40,6 +48,17 @@ Flickable {
         wrapMode: TextEdit.Wrap
         textFormat: TextEdit.PlainText
         Accessible.name: "Message"
+        onTextChanged: lines.renew()
+
+        transform: Translate { y: -lines.drop }
+
+        EditableLines {
+            id: lines
+
+            document: area.textDocument
+            lineHeight: Theme.lineBody
+        }
+
         Keys.onReturnPressed: event => root.pressReturn(event)
         Keys.onEnterPressed: event => root.pressReturn(event)
         Keys.onTabPressed: leave(true)
@@ -52,6 +71,8 @@ Flickable {
 
         Line {
             x: area.leftPadding
+            y: lines.drop
+            height: Theme.lineBody
             width: parent.width - area.leftPadding - area.rightPadding
             visible: area.length === 0 && area.preeditText === ""
             text: area.placeholderText
@@ -61,8 +82,9 @@ Flickable {
         }
     }
 
+    // While an input method composes, the key is its own.
     function pressReturn(event) {
-        event.accepted = (event.modifiers & Qt.ShiftModifier) === 0
+        event.accepted = (event.modifiers & Qt.ShiftModifier) === 0 && area.preeditText === ""
         if (event.accepted) {
             submitted()
         }

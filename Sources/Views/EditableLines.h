@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QQmlParserStatus>
+#include <QQuickTextDocument>
+
+namespace tessarin
+{
+
+// Gives a text that is typed the line height of a text that is read, which an editable view of Qt Quick does not have. The height is a
+// format of the document, and new lines inherit it; it must not stand among the steps that the person can undo, so it is given only to a
+// document that has just been emptied or filled, which has no such steps.
+class EditableLines : public QObject, public QQmlParserStatus
+{
+    Q_OBJECT
+    QML_ELEMENT
+    Q_INTERFACES(QQmlParserStatus)
+    Q_PROPERTY(QQuickTextDocument* document MEMBER m_document REQUIRED)
+    Q_PROPERTY(int lineHeight MEMBER m_lineHeight REQUIRED)
+    // How far the text stands below the middle of its lines.
+    Q_PROPERTY(int drop READ drop NOTIFY dropChanged)
+public:
+    using QObject::QObject;
+
+    // To be called whenever the text has changed.
+    Q_INVOKABLE void renew();
+
+    [[nodiscard]] int drop() const { return m_drop; }
+    void classBegin() override { }
+    void componentComplete() override { renew(); }
+
+signals:
+    void dropChanged();
+
+private:
+    QPointer<QQuickTextDocument> m_document;
+    int m_lineHeight = 0;
+    int m_drop = 0;
+};
+
+} // namespace tessarin
