@@ -6,6 +6,7 @@
 #include "Views/QtDesktop.h"
 #include "Views/QtMainThread.h"
 #include "Views/WindowModel.h"
+#include "Views/WindowPlace.h"
 
 #include <QPointer>
 #include <QQmlApplicationEngine>
@@ -41,6 +42,7 @@ private:
     void close();
 
     void placeWindow();
+    void notePlace();
     void rememberPlace();
     void raise();
     void report(const char* what) const;
@@ -56,6 +58,7 @@ private:
     WindowModel m_windowModel;
     QQmlApplicationEngine m_engine;
     QPointer<QQuickWindow> m_window;
+    WindowPlaceKeeper m_place{ { QRect(QPoint(), WindowPlace::defaultSize), false } };
 };
 
 } // namespace tessarin

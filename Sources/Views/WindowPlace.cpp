@@ -38,14 +38,39 @@ std::optional<WindowPlace> WindowPlace::fittedTo(const QList<QRect>& screens) co
 {
     constexpr int graspWidth = 120; // enough of the upper edge to drag the window by
     constexpr int graspHeight = 30;
+    if (screens.isEmpty()) {
+        return std::nullopt;
+    }
+    const auto shown = [this](const QRect& screen) {
+        const QRect seen = screen.intersected(frame);
+        return seen.isValid() ? qint64(seen.width()) * seen.height() : 0;
+    };
+    const QRect screen = *std::max_element(
+        screens.begin(), screens.end(), [&](const QRect& left, const QRect& right) { return shown(left) < shown(right); });
     WindowPlace place = *this;
-    place.frame.setSize(frame.size().expandedTo(leastSize));
+    place.frame.setSize(frame.size().boundedTo(screen.size()).expandedTo(leastSize));
     const QRect edge(place.frame.topLeft(), QSize(place.frame.width(), graspHeight));
-    const bool isReachable = std::any_of(screens.begin(), screens.end(), [&](const QRect& screen) {
-        const QRect seen = screen.intersected(edge);
+    const bool isReachable = std::any_of(screens.begin(), screens.end(), [&](const QRect& each) {
+        const QRect seen = each.intersected(edge);
         return seen.width() >= graspWidth && seen.height() >= graspHeight;
     });
-    return isReachable ? std::optional(place) : std::nullopt;
+    const bool isTooLarge = frame.width() > screen.width() || frame.height() > screen.height();
+    if (!isReachable || isTooLarge) {
+        place.frame.moveLeft(std::clamp(frame.x(), screen.left(), std::max(screen.left(), screen.right() + 1 - place.frame.width())));
+        place.frame.moveTop(std::clamp(frame.y(), screen.top(), std::max(screen.top(), screen.bottom() + 1 - place.frame.height())));
+    }
+    return place;
+}
+
+void WindowPlaceKeeper::note(const QRect& frame, bool isMaximized)
+{
+    m_place.isMaximized = isMaximized;
+    if (isMaximized && frame == m_place.frame) {
+        m_place.frame = m_before;
+    } else if (!isMaximized && frame != m_place.frame) {
+        m_before = m_place.frame;
+        m_place.frame = frame;
+    }
 }
 
 } // namespace tessarin

@@ -22,8 +22,24 @@ struct WindowPlace {
     // "x y width height", followed by " maximized" where it was.
     [[nodiscard]] std::string text() const;
     [[nodiscard]] static std::optional<WindowPlace> parse(const std::string& text);
-    // At least of the least size, and where the person can reach it: absent when no screen shows enough of its upper edge.
+    // At least of the least size, else no larger than its screen, and where the person can reach it: when no screen shows enough of its
+    // upper edge, or it was too large, it stands wholly on the screen that showed most of it. Absent without a screen.
     [[nodiscard]] std::optional<WindowPlace> fittedTo(const QList<QRect>& screens) const;
+};
+
+// Follows the window while the program runs, so that a window that ends maximized is known by the place that it goes back to.
+class WindowPlaceKeeper
+{
+public:
+    explicit WindowPlaceKeeper(const WindowPlace& begin) : m_place(begin), m_before(begin.frame) { }
+
+    // The window is there now. The size of a maximized window may be told before its state is.
+    void note(const QRect& frame, bool isMaximized);
+    [[nodiscard]] const WindowPlace& place() const { return m_place; }
+
+private:
+    WindowPlace m_place;
+    QRect m_before; // the frame before the last one
 };
 
 } // namespace tessarin
