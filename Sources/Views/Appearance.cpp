@@ -14,8 +14,10 @@ namespace
 
 const QString schemeGroup = QStringLiteral("org.freedesktop.appearance");
 const QString schemeKey = QStringLiteral("color-scheme");
-const QString motionGroup = QStringLiteral("org.gnome.desktop.interface");
-const QString motionKey = QStringLiteral("enable-animations");
+const QString motionKey = QStringLiteral("reduced-motion");
+// Where desktops said it before there was a key of its own.
+const QString animationsGroup = QStringLiteral("org.gnome.desktop.interface");
+const QString animationsKey = QStringLiteral("enable-animations");
 
 constexpr const char* dark = "dark";
 constexpr const char* light = "light";
@@ -56,12 +58,15 @@ void Appearance::follow(DesktopPortal& portal)
     connect(&portal, &DesktopPortal::settingChanged, this, [this](const QString& group, const QString& name, const QVariant& value) {
         if (group == schemeGroup && name == schemeKey) {
             readScheme(value);
-        } else if (group == motionGroup && name == motionKey) {
+        } else if (group == schemeGroup && name == motionKey) {
+            readMotion(value);
+        } else if (group == animationsGroup && name == animationsKey) {
             readAnimations(value);
         }
     });
     portal.readSetting(schemeGroup, schemeKey, [this](const std::optional<QVariant>& value) { readScheme(value); });
-    portal.readSetting(motionGroup, motionKey, [this](const std::optional<QVariant>& value) { readAnimations(value); });
+    portal.readSetting(schemeGroup, motionKey, [this](const std::optional<QVariant>& value) { readMotion(value); });
+    portal.readSetting(animationsGroup, animationsKey, [this](const std::optional<QVariant>& value) { readAnimations(value); });
 }
 
 void Appearance::readScheme(const std::optional<QVariant>& value)
@@ -73,7 +78,15 @@ void Appearance::readScheme(const std::optional<QVariant>& value)
 
 void Appearance::readAnimations(const std::optional<QVariant>& value)
 {
-    setReducedMotion(value && value->typeId() == QMetaType::Bool && !value->toBool());
+    m_areAnimationsOff = value && value->typeId() == QMetaType::Bool && !value->toBool();
+    setReducedMotion(m_areAnimationsOff || m_prefersLessMotion);
+}
+
+void Appearance::readMotion(const std::optional<QVariant>& value)
+{
+    constexpr uint prefersLess = 1;
+    m_prefersLessMotion = value && value->typeId() == QMetaType::UInt && value->toUInt() == prefersLess;
+    setReducedMotion(m_areAnimationsOff || m_prefersLessMotion);
 }
 
 void Appearance::setDark(bool isDark)

@@ -43,6 +43,7 @@ signals:
 private:
     void readScheme(const std::optional<QVariant>& value);
     void readAnimations(const std::optional<QVariant>& value);
+    void readMotion(const std::optional<QVariant>& value);
     void setDark(bool isDark);
     void setReducedMotion(bool isReduced);
 
@@ -52,6 +53,8 @@ private:
     bool m_followsPalette = true; // the desktop itself says nothing
     bool m_isDark = false;
     bool m_hasReducedMotion = false;
+    bool m_areAnimationsOff = false; // as the desktop says
+    bool m_prefersLessMotion = false; // likewise
 };
 
 // How `color-scheme` of the desktop reads: 1 prefers dark, 2 light, anything else says nothing.

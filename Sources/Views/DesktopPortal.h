@@ -32,6 +32,7 @@ public:
     struct FolderDialog {
         QString title;
         QString acceptLabel;
+        QString parent; // the window it belongs to, as portals name it; empty when it cannot be named
     };
     struct FolderAnswer {
         bool isOffered = false; // false: this desktop has no such dialog

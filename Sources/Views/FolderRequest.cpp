@@ -57,7 +57,7 @@ void FolderRequest::open()
     // Listened for before the call, so that no answer comes too early.
     follow(QDBusObjectPath(QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token)));
     QDBusMessage call = portalCall(chooserInterface, "OpenFile");
-    call << QString() << m_dialog.title
+    call << m_dialog.parent << m_dialog.title
          << QVariantMap{ { QStringLiteral("directory"), true }, { QStringLiteral("modal"), true },
                 { QStringLiteral("accept_label"), m_dialog.acceptLabel }, { QStringLiteral("handle_token"), token } };
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), this);

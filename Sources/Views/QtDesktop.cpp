@@ -9,15 +9,29 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QUrl>
+#include <QWindow>
 
 namespace tessarin
 {
+
+namespace
+{
+
+// Portals know a window of X11 by its number. One of Wayland would have to be exported first, which Qt 6.4 cannot do.
+QString portalNameOf(const QWindow* window)
+{
+    const bool isNumbered = window != nullptr && QGuiApplication::platformName() == QLatin1String("xcb");
+    return isNumbered ? QStringLiteral("x11:") + QString::number(window->winId(), 16) : QString();
+}
+
+} // namespace
 
 QtDesktop::QtDesktop(DesktopPortal& portal, FolderPicker& folderPicker) : m_portal(portal), m_folderPicker(folderPicker) { }
 
 void QtDesktop::chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done)
 {
-    const DesktopPortal::FolderDialog dialog{ QString::fromStdString(question.title), QString::fromStdString(question.prompt) };
+    const DesktopPortal::FolderDialog dialog{ QString::fromStdString(question.title), QString::fromStdString(question.prompt),
+        portalNameOf(QGuiApplication::focusWindow()) };
     m_portal.chooseFolder(dialog, [this, question, done = std::move(done)](const DesktopPortal::FolderAnswer& answer) {
         if (answer.isOffered) {
             done(answer.path ? std::optional(answer.path->toStdString()) : std::nullopt);

@@ -102,6 +102,11 @@ TEST_F(AppearanceTest, LessMotionFollowsTheDesktop)
     say("org.gnome.desktop.interface", "enable-animations", true);
     EXPECT_FALSE(appearance.hasReducedMotion());
     EXPECT_EQ(changed.count(), 2);
+    say("org.freedesktop.appearance", "reduced-motion", 1U);
+    EXPECT_TRUE(appearance.hasReducedMotion());
+    say("org.gnome.desktop.interface", "enable-animations", false);
+    say("org.freedesktop.appearance", "reduced-motion", 0U);
+    EXPECT_TRUE(appearance.hasReducedMotion()) << "either is enough";
 }
 
 } // namespace
