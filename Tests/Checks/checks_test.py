@@ -6,6 +6,7 @@ import unittest
 
 import format
 import layers
+import looks
 import running
 import sizes
 import words
@@ -63,6 +64,22 @@ class Checks(unittest.TestCase):
         self.rejects(running, 'Tests/ATest.cpp', 'TEST(A, DIS' 'ABLED_B)\n')
         self.rejects(running, 'Tests/ATest.cpp', 'EXPECT_TRUE(' 'true);\n')
         self.accepts(running, 'Tests/ATest.cpp', 'EXPECT_TRUE(isOpen);\n')
+
+    def test_ALookOutsideOfItsPlaceIsFound(self):
+        row = 'Sources/Views/Qml/Row.qml'
+        self.rejects(looks, row, 'Item {\n    color: "#0d6678"\n}\n', 2)
+        self.rejects(looks, row, 'Item {\n    border.color: "red"\n}\n', 2)
+        self.rejects(looks, row, 'Item {\n    T.Label { text: root.title }\n}\n', 2)
+        self.rejects(looks, row, 'Line {\n    textFormat: Text.RichText\n}\n', 2)
+        self.rejects(looks, row, 'SystemSymbol {\n    name: root.open ? "folder" : ""\n}\n', 2)
+        self.rejects(looks, 'Sources/Views/Qml/Line.qml', 'T.Label {\n}\n')
+        self.accepts(looks, row, 'Line {\n    color: "transparent"\n    text: root.name\n}\n')
+        self.accepts(looks, 'Sources/Views/Qml/Theme.qml', 'color: "#0d6678"\n')
+
+    def test_ADrawingThatIsNotLikeTheOthersIsFound(self):
+        name = 'Sources/Views/Symbols/a.svg'
+        found = self.complaints(looks, name, '<svg viewBox="0 0 24 24" stroke-width="2" fill="none"/>')
+        self.assertEqual([told.split(': ')[1] for told in found], ['not drawn as the others are', 'nothing shows this symbol'])
 
     def test_UnformattedCodeIsFound(self):
         found = self.complaints(format, 'A.cpp', 'int  a;\n')
