@@ -1,7 +1,7 @@
 #include "Views/PictureReader.h"
 
+#include "Imagine/PictureBytes.h"
 #include "Platform/Files.h"
-#include "Views/PictureBytes.h"
 
 #include <QBuffer>
 #include <QImageReader>

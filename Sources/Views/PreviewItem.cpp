@@ -33,7 +33,7 @@ void PreviewItem::setPath(const QString& path)
     }
 }
 
-void PreviewItem::setCardSize(QSize size)
+void PreviewItem::setCardSize(QSizeF size)
 {
     if (m_cardSize != size) {
         m_cardSize = size;
@@ -65,7 +65,7 @@ void PreviewItem::load()
     m_ticket.reset();
     setPicture({}, isAsked);
     if (isAsked) {
-        const QSize size = (QSizeF(m_cardSize) * window()->effectiveDevicePixelRatio()).toSize();
+        const QSize size = (m_cardSize * window()->effectiveDevicePixelRatio()).toSize();
         m_ticket = m_loader->request(m_path, size, [this](const QImage& picture) { setPicture(picture, false); });
     }
 }

@@ -19,7 +19,7 @@ class PreviewItem : public QQuickItem
     QML_NAMED_ELEMENT(Preview)
     Q_PROPERTY(tessarin::PreviewLoader* loader READ loader WRITE setLoader NOTIFY loaderChanged REQUIRED)
     Q_PROPERTY(QString path READ path WRITE setPath NOTIFY pathChanged REQUIRED) // empty for none
-    Q_PROPERTY(QSize cardSize READ cardSize WRITE setCardSize NOTIFY cardSizeChanged REQUIRED) // the largest that it is shown at
+    Q_PROPERTY(QSizeF cardSize READ cardSize WRITE setCardSize NOTIFY cardSizeChanged REQUIRED) // the largest that it is shown at
     Q_PROPERTY(bool hasPicture READ hasPicture NOTIFY pictureChanged)
     Q_PROPERTY(bool isPending READ isPending NOTIFY pictureChanged)
 public:
@@ -30,8 +30,8 @@ public:
     void setLoader(PreviewLoader* loader);
     [[nodiscard]] const QString& path() const { return m_path; }
     void setPath(const QString& path);
-    [[nodiscard]] QSize cardSize() const { return m_cardSize; }
-    void setCardSize(QSize size);
+    [[nodiscard]] QSizeF cardSize() const { return m_cardSize; }
+    void setCardSize(QSizeF size);
     [[nodiscard]] bool hasPicture() const { return !m_picture.isNull(); }
     [[nodiscard]] bool isPending() const { return m_isPending; }
     [[nodiscard]] const QImage& picture() const { return m_picture; }
@@ -54,7 +54,7 @@ private:
 
     QPointer<PreviewLoader> m_loader;
     QString m_path;
-    QSize m_cardSize;
+    QSizeF m_cardSize;
     PreviewLoader::Ticket m_ticket;
     QImage m_picture;
     bool m_isPending = false;

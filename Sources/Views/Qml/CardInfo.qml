@@ -73,7 +73,7 @@ Item {
         anchors.rightMargin: Theme.space6
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.space4
-        focusPolicy: root.reachable ? Qt.StrongFocus : Qt.ClickFocus
+        focusPolicy: root.reachable || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
         symbol: "arrow.up.forward.square"
         toolTip: "Open"
         Accessible.description: root.prompt

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 
 // One of the formats to choose from.
-T.AbstractButton {
+T.RadioButton {
     id: root
 
     required property int format
@@ -11,11 +11,9 @@ T.AbstractButton {
 
     signal picked()
 
-    focusPolicy: chosen ? Qt.StrongFocus : Qt.ClickFocus
-    Accessible.role: Accessible.RadioButton
+    focusPolicy: chosen || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
+    checked: chosen
     Accessible.name: text
-    Accessible.checkable: true
-    Accessible.checked: chosen
     Accessible.onPressAction: picked()
     Accessible.onToggleAction: picked()
     onClicked: picked()

@@ -3,7 +3,7 @@ import QtQuick.Templates as T
 import Tessarin
 
 // One creation: preview, prompt, age and kind. A press on the preview opens it, and so does Return.
-T.Control {
+T.ItemDelegate {
     id: root
 
     required property ImagineModel imagine
@@ -23,10 +23,8 @@ T.Control {
         imagine.open(itemID)
     }
 
-    focusPolicy: reachable ? Qt.StrongFocus : Qt.ClickFocus
-    Accessible.role: Accessible.ListItem
+    focusPolicy: reachable || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
     Accessible.name: prompt + ", " + kind + ", " + created
-    Accessible.focusable: true
     Accessible.onPressAction: open()
     Keys.onReturnPressed: open()
     Keys.onEnterPressed: open()

@@ -43,18 +43,14 @@ Item {
         clip: true
         boundsBehavior: Flickable.StopAtBounds
         highlightMoveDuration: Theme.durationShort
+        reuseItems: true
         model: root.imagine.items
         Accessible.role: Accessible.List
         Accessible.name: "Creations"
         T.ScrollBar.vertical: ThinScrollBar {}
         Keys.onPressed: event => press(event)
-        onCurrentItemChanged: {
-            if (activeFocus && currentItem !== null) {
-                currentItem.forceActiveFocus(Qt.TabFocusReason)
-            } else if (activeFocus && count === 0) {
-                root.emptied()
-            }
-        }
+        onCurrentItemChanged: if (activeFocus && currentItem !== null) currentItem.forceActiveFocus(Qt.TabFocusReason)
+        onCountChanged: if (activeFocus && count === 0) root.emptied()
 
         delegate: ImagineCard {
             width: grid.cardWidth

@@ -6,7 +6,8 @@ Rectangle {
     id: root
 
     property alias text: area.text
-    readonly property real padding: (Theme.controlLarge - metrics.height) / 2
+    readonly property real line: area.contentHeight / area.lineCount
+    readonly property real padding: (Theme.controlLarge - line) / 2
 
     signal submitted()
 
@@ -25,17 +26,11 @@ Rectangle {
         }
     }
 
-    implicitHeight: Math.ceil(Math.min(area.contentHeight, Theme.promptLines * metrics.lineSpacing) + 2 * padding)
+    implicitHeight: Math.round(Math.min(area.lineCount, Theme.promptLines) * line + 2 * padding)
     radius: Theme.radiusSmall
     color: Theme.card
     border.width: area.activeFocus ? Theme.focusWidth : Theme.hairline
     border.color: area.activeFocus ? Theme.accent : Theme.strokeField
-
-    FontMetrics {
-        id: metrics
-
-        font: area.font
-    }
 
     Flickable {
         anchors.fill: parent

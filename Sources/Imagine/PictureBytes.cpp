@@ -1,4 +1,4 @@
-#include "Views/PictureBytes.h"
+#include "Imagine/PictureBytes.h"
 
 #include <array>
 #include <cstdint>

@@ -19,7 +19,7 @@ enum class Format { gif, jpeg, png, webp };
 [[nodiscard]] std::optional<Format> format(std::string_view bytes);
 
 // Only what the first picture needs: a PNG without its texts and profiles (PNG 1.2, chapter 4), a GIF without the pictures after the first
-// (GIF89a). Absent when the picture has no end.
+// (GIF89a). Absent when the picture has no end. Requires: these bytes have that format.
 [[nodiscard]] std::optional<std::string> essentials(Format format, std::string bytes);
 
 // How often the whole picture is gone over: the scans of a JPEG (ITU T.81), of which a small file may have thousands.
