@@ -1,0 +1,93 @@
+// What the window costs while an answer of 1 MB of Markdown streams at 1,000 chunks a second. The program draws frame after frame all the
+// time, as an animation makes it do (TESSARIN_REPORT_FRAMES), and says of each when it was shown and what the main thread has worked until
+// then: reading what was posted, folding, parsing, laying out, drawing in software. Told are
+//  - the cost of a frame in the last two seconds of the answer against the first two, by the means: at most 1.5 times;
+//  - how many frames the window shows a second while the answer streams, against those while the runtime is silent: at least 0.97;
+//  - how far the memory grows from the first tenth of the answer to its end, against the text that came: at most 2 times.
+//
+//   StreamBenchmark [--chunks=20000] [--report]
+//
+// Ends with 1 when a bar is missed, unless --report is given, and with 2 when something could not be measured.
+
+#include "BenchmarkHistory.h"
+#include "BenchmarkRuntime.h"
+#include "BenchmarkSupport.h"
+#include "BenchmarkWindow.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <numeric>
+
+namespace tessarin
+{
+namespace
+{
+
+constexpr double costBar = 1.5;
+constexpr double frameBar = 0.97;
+constexpr double memoryBar = 2.0;
+
+double mean(const std::vector<double>& values)
+{
+    return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+}
+
+struct Phase {
+    double cost = 0; // of a frame, seconds of the main thread
+    double framesPerSecond = 0;
+    double longestGap = 0;
+};
+
+Phase phaseOf(const char* what, const BenchmarkWindow& window, double begin, double end)
+{
+    const auto frames = window.framesBetween(begin, end);
+    const Phase phase{ mean(processorOf(frames)), static_cast<double>(frames.size()) / (end - begin), longestGapOf(frames) };
+    std::printf("%-36s %5.2f ms of the main thread a frame, %5.1f frames a second, the longest took %4.0f ms\n", what, phase.cost * 1e3,
+        phase.framesPerSecond, phase.longestGap * 1e3);
+    return phase;
+}
+
+int measure(const BenchmarkOptions& options)
+{
+    constexpr double look = 2;
+    constexpr double silence = 8;
+    const std::size_t chunks = options.number("chunks");
+    const double answer = static_cast<double>(chunks) / chunksPerSecond;
+    Workspace project = benchmarkProject();
+    project.threads = { taskOfEntries(100) };
+    BenchmarkWindow window({ project }, BenchmarkWindow::Reports::frames);
+    window.send("wait " + std::to_string(static_cast<int>(silence)));
+    const double silent = secondsNow();
+    waitSeconds(silence + 1);
+    window.send("stream " + std::to_string(chunks));
+    const double start = secondsNow();
+    waitSeconds(answer / 10);
+    const double memoryBefore = megabytesHeldBy(window.process());
+    waitSeconds(answer - (secondsNow() - start));
+    const double end = secondsNow();
+    waitSeconds(1);
+    const double grown = megabytesHeldBy(window.process()) - memoryBefore;
+
+    const Phase idle = phaseOf("while the runtime is silent", window, silent + look, silent + silence);
+    const Phase first = phaseOf("the first two seconds of the answer", window, start, start + look);
+    const Phase last = phaseOf("the last two seconds", window, end - look, end);
+    const Phase whole = phaseOf("the whole answer", window, start, end);
+    const double ratio = last.cost / first.cost;
+    const double fluency = whole.framesPerSecond / idle.framesPerSecond;
+    const double text = static_cast<double>(chunks * chunkBytes) * 0.9 / 1e6;
+    std::printf("cost of a frame at the end of 1 MB of streamed Markdown / at its start: %.2f (bar %.1f)\n", ratio, costBar);
+    std::printf("frames a second while 1 MB streams / while nothing comes: %.2f (bar %.2f, at least)\n", fluency, frameBar);
+    std::printf("memory that 1 MB of streamed Markdown takes / its text: %.2f (bar %.1f)\n", grown / text, memoryBar);
+    return options.status(ratio <= costBar && fluency >= frameBar && grown <= memoryBar * text);
+}
+
+} // namespace
+} // namespace tessarin
+
+int main(int argc, char** argv)
+{
+    if (const auto status = tessarin::playBenchmarkRuntime(argc, argv)) {
+        return *status;
+    }
+    return tessarin::measure({ argc, argv, { { "chunks", "20000" } } });
+}
