@@ -9,10 +9,11 @@ __all__ = ['Dark', 'PictureCase', 'main']
 
 class PictureCase(WindowCase):
     screen = WIDE
+    sizes = (LEAST, WIDE)
 
     def keep(self, state, bring=lambda: None, leave=lambda: None):
         """A picture at each size. What does not outlast a change of size is brought before and left after each one."""
-        for width, height in (LEAST, WIDE):
+        for width, height in self.sizes:
             self.window.place(TITLE, 0, 0, width, height)
             bring()
             self.window.move(width - 4, height // 2)

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 
 // One of the formats to choose from.
-T.RadioButton {
+T.AbstractButton {
     id: root
 
     required property int format
@@ -12,8 +12,10 @@ T.RadioButton {
     signal picked()
 
     focusPolicy: chosen || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
-    checked: chosen
+    Accessible.role: Accessible.RadioButton
     Accessible.name: text
+    Accessible.checkable: true
+    Accessible.checked: chosen
     Accessible.onPressAction: picked()
     Accessible.onToggleAction: picked()
     onClicked: picked()

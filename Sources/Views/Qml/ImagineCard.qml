@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Templates as T
 import Tessarin
 
 // One creation: preview, prompt, age and kind. A press on the preview opens it, and so does Return.
-T.ItemDelegate {
+Item {
     id: root
 
     required property ImagineModel imagine
@@ -15,6 +14,7 @@ T.ItemDelegate {
     required property int format
     required property string picturePath
     required property bool reachable
+    readonly property bool showsFocus: activeFocus && KeyboardUse.isOn
     readonly property string kind: format === ImagineFormat.Video ? "Video" : "Image"
 
     signal taken() // by the pointer
@@ -23,7 +23,9 @@ T.ItemDelegate {
         imagine.open(itemID)
     }
 
-    focusPolicy: reachable || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
+    activeFocusOnTab: reachable || activeFocus
+    Accessible.role: Accessible.ListItem
+    Accessible.focusable: true
     Accessible.name: prompt + ", " + kind + ", " + created
     Accessible.onPressAction: open()
     Keys.onReturnPressed: open()
@@ -32,7 +34,10 @@ T.ItemDelegate {
     Keys.onPressed: event => menu.press(event)
     onActiveFocusChanged: if (activeFocus) taken()
 
-    background: Rectangle {
+    TapHandler { onTapped: root.forceActiveFocus(Qt.MouseFocusReason) }
+
+    Rectangle {
+        anchors.fill: parent
         radius: Theme.radiusMedia
         color: Theme.card
     }
@@ -74,14 +79,8 @@ T.ItemDelegate {
         anchors.fill: parent
         radius: Theme.radiusMedia
         color: "transparent"
-        border.width: Theme.hairline
-        border.color: Theme.stroke
-
-        FocusRing {
-            control: root
-            inside: true
-            radius: Theme.radiusMedia
-        }
+        border.width: root.showsFocus ? Theme.focusWidth : Theme.hairline
+        border.color: root.showsFocus ? Theme.accent : Theme.stroke
     }
 
     CardMenu {

@@ -43,7 +43,6 @@ Item {
         clip: true
         boundsBehavior: Flickable.StopAtBounds
         highlightMoveDuration: Theme.durationShort
-        reuseItems: true
         model: root.imagine.items
         Accessible.role: Accessible.List
         Accessible.name: "Creations"

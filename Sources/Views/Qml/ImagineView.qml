@@ -4,7 +4,7 @@ import QtQuick
 import Tessarin
 
 // The gallery of what was created, and what creates more.
-Item {
+FocusScope {
     id: root
 
     required property ImagineModel imagine
