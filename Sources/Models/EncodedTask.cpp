@@ -22,6 +22,17 @@ bool EncodedTask::update(const ChatThread& thread, std::size_t firstChanged)
     return appendSegments(thread);
 }
 
+void EncodedTask::takeFrom(
+    const std::shared_ptr<const std::string>& before, const std::shared_ptr<const std::string>& owner, std::string_view bytes)
+{
+    for (Segment& segment : m_segments) {
+        if (segment.bytes.owner == before) {
+            const auto begin = static_cast<std::size_t>(segment.bytes.bytes.data() - before->data());
+            segment.bytes = { owner, bytes.substr(begin, segment.bytes.bytes.size()) };
+        }
+    }
+}
+
 void EncodedTask::appendTo(ByteRope& rope) const
 {
     rope.append(m_opening);

@@ -5,6 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace tessarin
@@ -27,6 +30,10 @@ public:
     // Brings the pieces up to date when the entries before `firstChanged` are as they were.
     // False for a record that can't be encoded; the object is then of no use.
     [[nodiscard]] bool update(const ChatThread& thread, std::size_t firstChanged);
+
+    // The bytes that stand in the first text stand in the second one too, at the same places: from now on they are taken from there.
+    void takeFrom(
+        const std::shared_ptr<const std::string>& before, const std::shared_ptr<const std::string>& owner, std::string_view bytes);
 
     void appendTo(ByteRope& rope) const;
     // How many entries have bytes here.

@@ -39,7 +39,8 @@ private:
     std::unordered_map<Uuid, std::size_t> m_firstChanged;
 };
 
-// Encodes the tree, keeping the bytes of what has not changed: about as much memory as the stored tree is long. One thread at a time.
+// Encodes the tree, keeping the bytes of what has not changed: about as much memory as the stored tree is long, unless they are left on the
+// disk. One thread at a time.
 class WorkspaceEncoder
 {
 public:
@@ -51,6 +52,11 @@ public:
     // decodeWorkspaces(json), which is kept as the bytes of the tree that it returns: the first encoding after it is as cheap as any.
     // What was kept before is dropped.
     [[nodiscard]] std::optional<std::vector<Workspace>> decode(std::string json);
+
+    // What `decode` has kept stands in this file too: from now on it is read from there when it is written again, and takes no memory.
+    // Nothing happens when the file holds anything else. What is later written into the file, and not in its place, makes the next
+    // encoding encode everything anew.
+    void leaveOnDisk(const std::string& path);
 
     // What reads back as the tree, absent where encodeWorkspaces is. Empties `changes`, unless it fails. The bytes are those of
     // encodeWorkspaces(workspaces) but for entries that `decode` has seen in another spelling and that did not change.

@@ -2,6 +2,7 @@
 #include "Models/RecordText.h"
 #include "Models/WorkspaceCoder.h"
 #include "Models/WorkspaceDecoder.h"
+#include "Platform/FileMapping.h"
 
 #include <algorithm>
 #include <cassert>
@@ -21,6 +22,20 @@ namespace
     return rope.size() > smallTree || decodeWorkspaces(rope.joined()) == decodeWorkspaces(*encodeWorkspaces(workspaces));
 }
 
+// Keeps a mapping for the bytes of a rope, which ask for a text as their owner.
+std::shared_ptr<const std::string> asOwner(std::shared_ptr<const FileMapping> mapping)
+{
+    static const std::string none;
+    return { std::move(mapping), &none };
+}
+
+// The last piece of a rope. When the rope has been written it goes, and the memory goes that reading the file took.
+struct ClosingBracket {
+    ~ClosingBracket() { mapping->release(); }
+    std::shared_ptr<const FileMapping> mapping;
+    std::string text = "]";
+};
+
 } // namespace
 
 void TreeChanges::noteEntries(const Uuid& thread, std::size_t firstChanged)
@@ -37,11 +52,14 @@ struct WorkspaceEncoder::Implementation {
     std::uint64_t round = 0;
     const ByteRope::Piece comma = ByteRope::makePiece(",");
     std::vector<Uuid> repeated; // ids that the tree holds more than once
+    std::weak_ptr<const std::string> decoded; // the text whose bytes the tasks keep
+    std::shared_ptr<const FileMapping> mapping; // of the file where they keep them instead
 
     [[nodiscard]] bool appendProject(ByteRope& rope, const Workspace& workspace, const TreeChanges& changes);
     [[nodiscard]] bool appendTask(ByteRope& rope, const ChatThread& thread, const TreeChanges& changes);
     [[nodiscard]] bool appendRepeatedTask(ByteRope& rope, const ChatThread& thread);
     void beginRound();
+    void appendClosing(ByteRope& rope) const;
     void forgetRepeated();
     void forgetAbsent();
 };
@@ -50,6 +68,22 @@ void WorkspaceEncoder::Implementation::beginRound()
 {
     ++round;
     repeated.clear();
+    if (mapping != nullptr && !mapping->isUnchanged()) {
+        tasks.clear();
+        mapping.reset();
+    }
+}
+
+void WorkspaceEncoder::Implementation::appendClosing(ByteRope& rope) const
+{
+    if (mapping == nullptr) {
+        rope.append(std::string("]"));
+        return;
+    }
+    auto closing = std::make_shared<ClosingBracket>();
+    closing->mapping = mapping;
+    const std::string& text = closing->text;
+    rope.append({ std::shared_ptr<const std::string>(std::move(closing), &text), text });
 }
 
 bool WorkspaceEncoder::Implementation::appendProject(ByteRope& rope, const Workspace& workspace, const TreeChanges& changes)
@@ -128,6 +162,8 @@ std::optional<std::vector<Workspace>> WorkspaceEncoder::decode(std::string json)
     EntrySlicer slicer(text);
     auto workspaces = decodeWorkspaces(*text, &slicer);
     kept.tasks.clear();
+    kept.mapping.reset();
+    kept.decoded = text;
     kept.beginRound();
     for (std::size_t project = 0; workspaces && project < workspaces->size(); ++project) {
         const std::vector<ChatThread>& threads = (*workspaces)[project].threads;
@@ -146,6 +182,20 @@ std::optional<std::vector<Workspace>> WorkspaceEncoder::decode(std::string json)
     return workspaces;
 }
 
+void WorkspaceEncoder::leaveOnDisk(const std::string& path)
+{
+    Implementation& kept = *m_implementation;
+    const auto decoded = kept.decoded.lock();
+    const auto mapping = decoded ? FileMapping::ofSameBytes(path, *decoded) : nullptr;
+    if (mapping == nullptr) {
+        return;
+    }
+    kept.mapping = mapping;
+    for (auto& [id, task] : kept.tasks) {
+        task.takeFrom(decoded, asOwner(mapping), mapping->bytes());
+    }
+}
+
 std::optional<ByteRope> WorkspaceEncoder::encode(const std::vector<Workspace>& workspaces, TreeChanges& changes)
 {
     Implementation& kept = *m_implementation;
@@ -160,7 +210,7 @@ std::optional<ByteRope> WorkspaceEncoder::encode(const std::vector<Workspace>& w
             return std::nullopt;
         }
     }
-    rope.append(std::string("]"));
+    kept.appendClosing(rope);
     kept.forgetRepeated();
     kept.forgetAbsent();
     changes.m_firstChanged.clear();

@@ -17,7 +17,10 @@ struct Loaded {
     bool isUsable = true; // false for a value that is there but can't be read or decoded
 };
 
-Loaded loadWith(const Preferences::BytesReader& read)
+// A smaller tree is not worth it.
+constexpr std::size_t leastLeftOnDisk = 1 << 20;
+
+Loaded loadWith(const Preferences::BytesReader& read, const std::string& path)
 {
     Loaded loaded;
     auto stored = read();
@@ -29,16 +32,29 @@ Loaded loadWith(const Preferences::BytesReader& read)
     if (!bytes) {
         return loaded;
     }
+    const bool isLarge = bytes->size() >= leastLeftOnDisk;
     auto workspaces = loaded.encoder.decode(std::move(*bytes));
+    if (isLarge) {
+        loaded.encoder.leaveOnDisk(path);
+    }
     loaded.isUsable = workspaces.has_value();
     loaded.workspaces = std::move(workspaces).value_or(std::vector<Workspace>());
     return loaded;
 }
 
+// Where the bytes stand on a system that keeps them in a file.
+std::string storedPath(const Preferences& preferences)
+{
+    return preferences.locations().data + "/" + WorkspaceStore::key;
+}
+
 } // namespace
 
 struct WorkspaceStore::Loading {
-    explicit Loading(Preferences::BytesReader read) : m_thread([this, read = std::move(read)] { m_loaded = loadWith(read); }) { }
+    Loading(Preferences::BytesReader read, std::string path)
+        : m_thread([this, read = std::move(read), path = std::move(path)] { m_loaded = loadWith(read, path); })
+    {
+    }
     ~Loading()
     {
         if (m_thread.joinable()) {
@@ -63,12 +79,12 @@ WorkspaceStore::~WorkspaceStore() = default;
 
 void WorkspaceStore::beginLoading()
 {
-    m_loading = std::make_unique<Loading>(m_preferences.bytesReader(key));
+    m_loading = std::make_unique<Loading>(m_preferences.bytesReader(key), storedPath(m_preferences));
 }
 
 std::vector<Workspace> WorkspaceStore::load()
 {
-    Loaded loaded = m_loading ? m_loading->wait() : loadWith(m_preferences.bytesReader(key));
+    Loaded loaded = m_loading ? m_loading->wait() : loadWith(m_preferences.bytesReader(key), storedPath(m_preferences));
     m_loading.reset();
     m_encoder = std::move(loaded.encoder);
     if (!loaded.isUsable) {
