@@ -80,11 +80,13 @@ struct ChildProcess::Implementation : std::enable_shared_from_this<Implementatio
 
     // In the order in which they run.
     void begin() REQUIRES(*queue);
+    [[nodiscard]] bool isToBeRead(const Reader& reader) const REQUIRES(*queue);
     void awaitChunk(Reader& reader) REQUIRES(*queue);
     void readChunk(Reader& reader) REQUIRES(*queue);
     void deliver(const Reader& reader, std::string_view chunk) REQUIRES(*queue);
     void writeQueued() REQUIRES(*queue);
     void awaitInput() REQUIRES(*queue);
+    [[nodiscard]] bool isInputBehind() const REQUIRES(*queue);
     void failInput(int error) REQUIRES(*queue);
     void childEnded() REQUIRES(*queue);
     [[nodiscard]] ChildEnd collect() const REQUIRES(*queue);
@@ -111,6 +113,7 @@ struct ChildProcess::Implementation : std::enable_shared_from_this<Implementatio
     std::function<void(ChildEnd)> onEnd GUARDED_BY(*queue);
     Stream input GUARDED_BY(*queue);
     std::deque<std::string> unwritten GUARDED_BY(*queue);
+    std::size_t unwrittenBytes GUARDED_BY(*queue) = 0; // all of them, also what is written of the first
     std::size_t writtenOfFirst GUARDED_BY(*queue) = 0;
     bool isInputAwaited GUARDED_BY(*queue) = false;
     bool closesInputWhenWritten GUARDED_BY(*queue) = false;
@@ -154,9 +157,14 @@ void ChildProcess::Implementation::begin()
     awaitChunk(errorOutput);
 }
 
+bool ChildProcess::Implementation::isToBeRead(const Reader& reader) const
+{
+    return reader.stream.is_open() && !reader.isPaused && !(&reader == &output && isInputBehind());
+}
+
 void ChildProcess::Implementation::awaitChunk(Reader& reader)
 {
-    if (!reader.stream.is_open() || reader.isPaused || reader.isAwaited)
+    if (!isToBeRead(reader) || reader.isAwaited)
         return;
     reader.isAwaited = true;
     reader.stream.async_wait(Stream::wait_read, [self = shared_from_this(), &reader](const boost::system::error_code&) {
@@ -169,7 +177,7 @@ void ChildProcess::Implementation::awaitChunk(Reader& reader)
 
 void ChildProcess::Implementation::readChunk(Reader& reader)
 {
-    if (!reader.stream.is_open() || reader.isPaused)
+    if (!isToBeRead(reader))
         return;
     const ssize_t count = readSome(reader.stream, chunkByteLimit);
     if (count > 0)
@@ -197,6 +205,7 @@ void ChildProcess::Implementation::writeQueued()
         writtenOfFirst += static_cast<std::size_t>(count);
         if (writtenOfFirst < first.size())
             return awaitInput();
+        unwrittenBytes -= first.size();
         unwritten.pop_front();
         writtenOfFirst = 0;
     }
@@ -213,7 +222,14 @@ void ChildProcess::Implementation::awaitInput()
         self->isInputAwaited = false;
         if (self->input.is_open())
             self->writeQueued();
+        self->awaitChunk(self->output);
     });
+}
+
+// One long message is no reason to stop reading: the child may have to write before it takes the rest of it.
+bool ChildProcess::Implementation::isInputBehind() const
+{
+    return !unwritten.empty() && unwrittenBytes - unwritten.front().size() > unwrittenLimit;
 }
 
 void ChildProcess::Implementation::failInput(int error)
@@ -273,6 +289,7 @@ void ChildProcess::Implementation::closeInputNow()
 {
     closeQuietly(input);
     unwritten.clear();
+    unwrittenBytes = 0;
     writtenOfFirst = 0;
 }
 
@@ -325,6 +342,7 @@ void ChildProcess::write(std::string bytes)
     child.queue->assertCurrent();
     if (bytes.empty() || !child.input.is_open() || child.closesInputWhenWritten)
         return;
+    child.unwrittenBytes += bytes.size();
     child.unwritten.push_back(std::move(bytes));
     if (!child.isInputAwaited)
         child.writeQueued();

@@ -3,6 +3,7 @@
 #include "Platform/Result.h"
 #include "Platform/SerialQueue.h"
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -74,8 +75,10 @@ public:
     // The following are called on the queue.
 
     // Queues bytes for the child's standard input and returns at once. Bytes that the child does not take are dropped when it ends or
-    // the stream is closed.
+    // the stream is closed. While more than `unwrittenLimit` wait behind the first of them no more output is read: a child that goes on
+    // asking and takes no answer has to wait too.
     void write(std::string bytes);
+    static constexpr std::size_t unwrittenLimit = 16 * 1024 * 1024; // bytes
     // Closes the child's standard input once what is queued has been written.
     void closeInput();
     // Closes our ends of the three pipes; what was not written or read is dropped.

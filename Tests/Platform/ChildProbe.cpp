@@ -181,7 +181,7 @@ int leaveTalker(const Arguments&)
 
 // Waits for a byte, writes as much as the pipe takes without waiting, and tells on the error stream how much that was.
 // Ends when its input does.
-int fillPipe(const Arguments&)
+int fillPipe(const Arguments& arguments)
 {
     char start = 0;
     while (read(STDIN_FILENO, &start, 1) < 0 && errno == EINTR) { }
@@ -192,6 +192,8 @@ int fillPipe(const Arguments&)
     while ((count = write(STDOUT_FILENO, block.data(), block.size())) > 0)
         total += static_cast<std::size_t>(count);
     put(STDERR_FILENO, std::to_string(total));
+    if (!arguments.empty() && arguments.front() == "stop")
+        raise(SIGSTOP);
     readToTheEnd();
     return 0;
 }

@@ -326,6 +326,40 @@ TEST_F(ChildProcessTest, PausedOutputIsNotReadAndHoldsTheChildUp)
     EXPECT_EQ(record->told().output.size(), written);
 }
 
+TEST_F(ChildProcessTest, AChildThatTakesNoAnswersIsNotReadUntilItDoes)
+{
+    const auto child = start(probe({ "fill-pipe", "stop" }));
+    onQueue([&] {
+        for (std::size_t piece = 0; piece <= ChildProcess::unwrittenLimit / 1'000'000 + 1; ++piece)
+            child->write(std::string(1'000'000, '!'));
+    });
+    ASSERT_TRUE(record->waitUntil([](const auto& told) { return !told.errorOutput.empty(); })) << "the error stream is read all the same";
+    siginfo_t stopped{};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child->processID()), &stopped, WSTOPPED | WNOWAIT), 0);
+    onQueue([] {});
+    EXPECT_EQ(record->told().output, "");
+    const std::size_t written = std::stoul(record->told().errorOutput);
+    kill(child->processID(), SIGCONT);
+    EXPECT_TRUE(record->waitUntil([&](const auto& told) { return told.output.size() == written; }));
+    onQueue([&] { child->closeInput(); });
+    EXPECT_TRUE(record->waitForEnd());
+}
+
+TEST_F(ChildProcessTest, OneLongMessageThatAChildDoesNotTakeDoesNotStopTheReading)
+{
+    const auto child = start(probe({ "fill-pipe", "stop" }));
+    onQueue([&] {
+        child->write(std::string(3 * ChildProcess::unwrittenLimit, '!'));
+        child->write("and one more");
+    });
+    ASSERT_TRUE(record->waitUntil([](const auto& told) { return !told.errorOutput.empty() && !told.output.empty(); }));
+    siginfo_t stopped{};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child->processID()), &stopped, WSTOPPED | WNOWAIT), 0);
+    kill(child->processID(), SIGCONT);
+    onQueue([&] { child->closeInput(); });
+    EXPECT_TRUE(record->waitForEnd());
+}
+
 TEST_F(ChildProcessTest, OutputPausedAndResumedAtEachChunkIsWhole)
 {
     ChildProcess::Callbacks callbacks = ChildRecord::callbacks(record);
