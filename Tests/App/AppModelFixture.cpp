@@ -1,5 +1,6 @@
 #include "AppModelFixture.h"
 
+#include "ImmortalMainThread.h"
 #include "Services/Locators.h"
 
 #include <csignal>
@@ -13,13 +14,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-
-// A queue may still be ending a child when its test is over, and post about it: the way to the main thread stays for good.
-MainThread& immortalMainThread()
-{
-    static auto& all = *new std::vector<std::unique_ptr<MainThread>>;
-    return *all.emplace_back(std::make_unique<MainThread>());
-}
 
 // For what happens elsewhere, while nothing runs here.
 template <class Condition>

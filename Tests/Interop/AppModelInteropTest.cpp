@@ -2,6 +2,7 @@
 // allowance moves it on.
 
 #include "App/AppModel.h"
+#include "ImmortalMainThread.h"
 #include "RecordingDesktop.h"
 #include "RunningAgent.h"
 #include "Services/Locators.h"
@@ -87,15 +88,8 @@ protected:
         return texts;
     }
 
-    // Outlives the tests: whatever a child of theirs still has to say is said on it.
-    [[nodiscard]] static MainThread& immortalMainThread()
-    {
-        static MainThread* const thread = new MainThread;
-        return *thread;
-    }
-
     AgentFolder m_folder;
-    MainThread& m_mainThread = immortalMainThread();
+    MainThread& m_mainThread = testing::immortalMainThread();
     testing::RecordingDesktop m_desktop;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<WorkspaceStore> m_store;

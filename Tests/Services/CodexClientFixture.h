@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ImmortalMainThread.h"
 #include "Models/GrokPermissionMode.h"
 #include "ScriptedRuntime.h"
 #include "Services/CodexAppServerClient.h"
@@ -41,14 +42,6 @@ inline std::string codexTurnEnd(std::string_view id = "turn-1", std::string_view
 {
     return R"({"method":"turn/completed","params":{"threadId":"thread-1","turn":{"id":")" + std::string(id) + R"(","status":")"
         + std::string(status) + R"("}}})";
-}
-
-// `stop` returns before its work is done, and that work posts, to be run by nobody when the test is over: the way to the main thread
-// stays for good.
-inline MainThread& immortalMainThread()
-{
-    static auto& all = *new std::vector<std::unique_ptr<MainThread>>;
-    return *all.emplace_back(std::make_unique<MainThread>());
 }
 
 // A client and a scripted Codex over real pipes. Everything that the client tells the main thread is written down in `events`, in
