@@ -84,6 +84,31 @@ private:
     std::vector<ImagineItem> m_items;
 };
 
+// What imports need on their threads; shared by all of one update, which may name very many files.
+struct AppModel::ImagineImport {
+    std::weak_ptr<AppModel> model;
+    MainThread& mainThread;
+    std::string prompt; // as it was when the file was reported
+    StoreLocations locations;
+    std::shared_ptr<ImagineArrivals> arrivals;
+
+    void run(const std::string& path) const
+    {
+        auto imported = ImagineStore::importMedia(path, prompt, locations);
+        // What looks like a path is often none; so a failure is as silent as a file that isn't there.
+        auto item = imported ? std::move(imported).value() : std::nullopt;
+        if (!item) {
+            return;
+        }
+        arrivals->put(std::move(*item));
+        mainThread.post([weak = model] {
+            if (const auto alive = weak.lock()) {
+                alive->takeImagineArrivals();
+            }
+        });
+    }
+};
+
 std::shared_ptr<AppModel::ImagineArrivals> AppModel::makeImagineArrivals()
 {
     return std::make_shared<ImagineArrivals>();
@@ -216,31 +241,11 @@ void AppModel::handleImagine(const SessionUpdate& update)
 
 void AppModel::importImagineMedia(std::vector<std::string> paths)
 {
-    // Shared by all: an update may name very many.
-    struct Import {
-        std::weak_ptr<AppModel> model;
-        MainThread& mainThread;
-        std::string prompt; // as it is at this moment
-        StoreLocations locations;
-        std::shared_ptr<ImagineArrivals> arrivals;
-    };
-    const auto import = std::make_shared<const Import>(Import{
+    const auto import = std::make_shared<const ImagineImport>(ImagineImport{
         weak_from_this(), m_surroundings.mainThread, m_currentImaginePrompt, m_surroundings.preferences.locations(), m_imagineArrivals });
     for (std::string& path : paths) {
-        runInBackground([import, path = std::move(path)] {
-            auto imported = ImagineStore::importMedia(path, import->prompt, import->locations);
-            // What looks like a path is often none; so a failure is as silent as a file that isn't there.
-            if (!imported || !imported.value()) {
-                return;
-            }
-            import->arrivals->put(std::move(*imported.value()));
-            import->mainThread.post([weak = import->model] {
-                if (const auto model = weak.lock()) {
-                    model->takeImagineArrivals();
-                }
-    });
-});
-}
+        runInBackground([import, path = std::move(path)] { import->run(path); });
+    }
 }
 
 void AppModel::takeImagineArrivals()

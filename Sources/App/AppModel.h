@@ -236,6 +236,7 @@ private:
     void importImagineMedia(std::vector<std::string> paths);
     void takeImagineArrivals();
     struct ImagineArrivals;
+    struct ImagineImport;
     [[nodiscard]] static std::shared_ptr<ImagineArrivals> makeImagineArrivals();
     void addImagineItem(ImagineItem item);
     void dropImagineClient();

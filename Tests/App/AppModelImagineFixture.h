@@ -105,6 +105,15 @@ protected:
         std::ofstream(folder + "/" + name, std::ios::binary) << bytes;
         return folder + "/" + name;
     }
+    // So many pictures, their sizes growing by `step` bytes from `first` on.
+    [[nodiscard]] std::vector<std::string> madeMany(std::size_t count, std::size_t first, std::size_t step = 0) const
+    {
+        std::vector<std::string> paths(count);
+        for (std::size_t number = 0; number < count; ++number) {
+            paths[number] = made(std::to_string(number) + ".png", std::string(first + number * step, 'x'));
+        }
+        return paths;
+    }
     [[nodiscard]] static std::string bytesOf(const std::string& path)
     {
         std::ifstream file(path, std::ios::binary);
@@ -131,6 +140,7 @@ protected:
     [[nodiscard]] std::vector<std::string> itemPrompts() const
     {
         std::vector<std::string> prompts;
+        prompts.reserve(model->imagineItems().size());
         for (const ImagineItem& item : model->imagineItems()) {
             prompts.push_back(item.prompt);
         }

@@ -176,10 +176,7 @@ TEST_F(AppModelImagineImportTest, AnImportThatFailsIsSkipped)
 
 TEST_F(AppModelImagineImportTest, ManyFilesAtOnceAllArriveWholeAndInTheHistory)
 {
-    std::vector<std::string> paths;
-    for (int number = 0; number < 100; ++number) {
-        paths.push_back(made(std::to_string(number) + ".png", std::string(static_cast<std::size_t>(number) * 5000, 'x')));
-    }
+    const std::vector<std::string> paths = madeMany(100, 0, 5000);
     generate(paths);
     waitForItems(paths.size());
     std::vector<std::size_t> sizes;
@@ -196,10 +193,7 @@ TEST_F(AppModelImagineImportTest, ManyFilesAtOnceAllArriveWholeAndInTheHistory)
 
 TEST_F(AppModelImagineImportTest, DeletingWhileOthersAreImportedLosesNone)
 {
-    std::vector<std::string> paths;
-    for (int number = 0; number < 40; ++number) {
-        paths.push_back(made(std::to_string(number) + ".png", std::string(100000, 'x')));
-    }
+    const std::vector<std::string> paths = madeMany(40, 100000);
     openImagine(makes(paths));
     model->generateImagine("a red cube", ImagineKind::image);
     for (std::size_t deleted = 0; deleted < 20; ++deleted) {
@@ -230,10 +224,7 @@ TEST_F(AppModelImagineImportTest, AfterARestartEverythingIsStillThere)
 TEST_F(AppModelImagineImportTest, AProgramThatEndsDuringImportsKeepsThemAll)
 {
     constexpr std::size_t size = 400000;
-    std::vector<std::string> paths;
-    for (int number = 0; number < 50; ++number) {
-        paths.push_back(made(std::to_string(number) + ".png", std::string(size, 'x')));
-    }
+    const std::vector<std::string> paths = madeMany(50, size);
     openImagine(makes(paths));
     model->generateImagine("a red cube", ImagineKind::image);
     waitForImagine(State::ready);
@@ -248,10 +239,7 @@ TEST_F(AppModelImagineImportTest, AProgramThatEndsDuringImportsKeepsThemAll)
 
 TEST_F(AppModelImagineImportTest, WhatIsImportedForAModelThatIsGoneGoesWithIt)
 {
-    std::vector<std::string> paths;
-    for (int number = 0; number < 50; ++number) {
-        paths.push_back(made(std::to_string(number) + ".png", std::string(400000, 'x')));
-    }
+    const std::vector<std::string> paths = madeMany(50, 400000);
     openImagine(makes(paths));
     model->generateImagine("a red cube", ImagineKind::image);
     waitForItems(3);

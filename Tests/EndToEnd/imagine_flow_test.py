@@ -21,7 +21,7 @@ class Flow(WindowCase):
         self.library = Library(self.desk)
 
     def to_imagine(self):
-        self.window.click_on('radio button', '=Imagine')
+        self.window.click_on('~button', '=Imagine')
         self.reads('Generate images and videos with your Grok subscription')
 
     def generate(self, text):
@@ -105,7 +105,7 @@ class Flow(WindowCase):
 
     def start_both(self):
         """A task and Imagine, both at work."""
-        self.desk.install('grok', script(opening(), turn({'expect': 'what never comes'}))))
+        self.desk.install('grok', script(opening(), turn({'expect': 'what never comes'})))
         self.open_project(self.desk.project())
         self.reads('What should we build?')
         self.prompt('hi')

@@ -69,6 +69,7 @@ TEST(BackgroundWorkTest, ManyThreadsMayAsk)
 {
     std::atomic<int> done = 0;
     std::vector<std::thread> askers;
+    askers.reserve(4);
     for (int asker = 0; asker < 4; ++asker) {
         askers.emplace_back([&] {
             for (int work = 0; work < 500; ++work) {
