@@ -104,6 +104,9 @@ void TessarinApp::finishFirstFrame()
 void TessarinApp::close()
 {
     rememberPlace();
+    if (m_model) {
+        m_model->finishImagineImports();
+    }
     m_preferences.flush();
 }
 
