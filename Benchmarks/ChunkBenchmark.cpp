@@ -9,9 +9,9 @@
 // Ends with 1 when the bar is missed, unless --report is given, and with 2 when something could not be measured.
 
 #include "App/AppModel.h"
+#include "BenchmarkSupport.h"
 #include "Services/Locators.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -33,12 +33,6 @@ constexpr std::size_t shortTask = 100;
 constexpr std::size_t chunksOfATurn = 50'000;
 constexpr std::size_t appendedChunks = chunksOfATurn - 2; // the first of each of the two ids makes an entry
 constexpr std::size_t rounds = 9;
-
-[[noreturn]] void giveUp(const std::string& why)
-{
-    std::fprintf(stderr, "%s\n", why.c_str());
-    std::exit(2);
-}
 
 double processorSecondsOfThisThread()
 {
@@ -169,13 +163,7 @@ private:
     std::shared_ptr<AppModel> m_model;
 };
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-int measure(const std::string& self, bool onlyReports)
+int measure(const std::string& self, const BenchmarkOptions& options)
 {
     LoadedModel ofShortTask(self, shortTask);
     LoadedModel ofLongTask(self, longTask);
@@ -189,7 +177,7 @@ int measure(const std::string& self, bool onlyReports)
     std::printf("a chunk in a task of %6zu entries: %4.0f ns of the main thread\n", longTask, median(longCosts) * 1e9);
     const double ratio = median(ratios);
     std::printf("one more chunk in a task of %zu entries against %zu: %.2f (bar %.1f)\n", longTask, shortTask, ratio, bar);
-    return onlyReports || ratio <= bar ? 0 : 1;
+    return options.status(ratio <= bar);
 }
 
 } // namespace
@@ -206,6 +194,5 @@ int main(int argc, char** argv)
         std::puts("1.0.0");
         return 0;
     }
-    const bool onlyReports = std::find(arguments.begin(), arguments.end(), "--report") != arguments.end();
-    return tessarin::measure(std::filesystem::read_symlink("/proc/self/exe").string(), onlyReports);
+    return tessarin::measure(std::filesystem::read_symlink("/proc/self/exe").string(), { argc, argv, {} });
 }

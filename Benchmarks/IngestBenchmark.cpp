@@ -10,6 +10,7 @@
 // With --profile only that dialect is run, for a profiler to look at.
 // Ends with 1 when a bar is missed, unless --report is given, and with 2 when something could not be measured.
 
+#include "BenchmarkSupport.h"
 #include "IngestBenchmarkModel.h"
 #include "IngestBenchmarkStream.h"
 #include "Platform/ChildProcess.h"
@@ -30,34 +31,6 @@ namespace
 constexpr double costBar = 2.0;
 constexpr double speedBar = 12.0;
 
-struct Options {
-    std::size_t updates = 400'000;
-    std::size_t rounds = 5;
-    bool onlyReports = false;
-    std::string profiled;
-};
-
-Options optionsOf(const std::vector<std::string_view>& arguments)
-{
-    Options options;
-    for (const std::string_view argument : arguments) {
-        const std::string value(argument.substr(std::min(argument.find('=') + 1, argument.size())));
-        if (argument.rfind("--updates=", 0) == 0) {
-            options.updates = std::strtoull(value.c_str(), nullptr, 10);
-        } else if (argument.rfind("--rounds=", 0) == 0) {
-            options.rounds = std::strtoull(value.c_str(), nullptr, 10);
-        } else if (argument.rfind("--profile=", 0) == 0) {
-            options.profiled = value;
-        } else if (argument == "--report") {
-            options.onlyReports = true;
-        } else {
-            std::fprintf(stderr, "unknown option: %s\n", std::string(argument).c_str());
-            std::exit(2);
-        }
-    }
-    return options;
-}
-
 IngestCost costOfParsingAlone(const IngestStream& stream)
 {
     const IngestStopwatch watch;
@@ -74,12 +47,6 @@ IngestCost costOfParsingAlone(const IngestStream& stream)
         std::exit(2);
     }
     return cost;
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 // The seconds that the official client took, the better of two runs.
@@ -148,22 +115,22 @@ DialectCost measureDialect(const std::string& self, const char* name, const Inge
 
 constexpr std::array dialectNames{ "acp", "codex", "claude" };
 
-int measure(const std::string& self, const Options& options)
+int measure(const std::string& self, const BenchmarkOptions& options)
 {
     std::array<DialectCost, dialectNames.size()> costs;
     for (std::size_t place = 0; place < dialectNames.size(); ++place) {
-        if (options.profiled.empty() || options.profiled == dialectNames[place]) {
-            const IngestStream stream = IngestStream::make(static_cast<IngestDialect>(place), options.updates);
-            costs[place] = measureDialect(self, dialectNames[place], stream, options.rounds);
+        if (options.text("profile").empty() || options.text("profile") == dialectNames[place]) {
+            const IngestStream stream = IngestStream::make(static_cast<IngestDialect>(place), options.number("updates"));
+            costs[place] = measureDialect(self, dialectNames[place], stream, options.number("rounds"));
         }
     }
-    if (!options.profiled.empty()) {
+    if (!options.text("profile").empty()) {
         return 0;
     }
-    const IngestStream stream = IngestStream::make(IngestDialect::acp, options.updates);
+    const IngestStream stream = IngestStream::make(IngestDialect::acp, options.number("updates"));
     const double officialSeconds = secondsOfTheOfficialClient(self, stream);
     std::printf("%-32s %.3f s wall, %8.0f lines a second (the better of 2)\n", "official TypeScript client", officialSeconds,
-        static_cast<double>(options.updates) / officialSeconds);
+        static_cast<double>(options.number("updates")) / officialSeconds);
     bool isMet = true;
     for (std::size_t place = 0; place < dialectNames.size(); ++place) {
         std::printf("output to folded task / Boost.JSON parsing the same lines, %s: %.2f (bar %.1f)\n", dialectNames[place],
@@ -172,7 +139,7 @@ int measure(const std::string& self, const Options& options)
     }
     const double speed = officialSeconds / costs[0].wall;
     std::printf("updates a second against the official TypeScript client: %.1f times (bar %.0f, at least)\n", speed, speedBar);
-    return options.onlyReports || (isMet && speed >= speedBar) ? 0 : 1;
+    return options.status(isMet && speed >= speedBar);
 }
 
 } // namespace
@@ -190,5 +157,6 @@ int main(int argc, char** argv)
         std::puts("1.0.0");
         return 0;
     }
-    return measure(std::filesystem::read_symlink("/proc/self/exe").string(), optionsOf(arguments));
+    return measure(std::filesystem::read_symlink("/proc/self/exe").string(),
+        { argc, argv, { { "updates", "400000" }, { "rounds", "5" }, { "profile", "" } } });
 }

@@ -1,5 +1,6 @@
 #include "IngestBenchmarkModel.h"
 
+#include "BenchmarkSupport.h"
 #include "Services/Locators.h"
 
 #include <cstdio>
@@ -31,12 +32,6 @@ Route routeOf(IngestDialect dialect)
         return { ClaudeLocator::customPathKey, ProviderRoutingMode::claude };
     }
     return {};
-}
-
-[[noreturn]] void giveUp(const std::string& why)
-{
-    std::fprintf(stderr, "%s\n", why.c_str());
-    std::exit(2);
 }
 
 std::filesystem::path freshFolder()

@@ -8,10 +8,9 @@
 //
 // Ends with 1 when the bar is missed, unless --report is given, and with 2 when something could not be measured.
 
+#include "BenchmarkSupport.h"
 #include "Models/WorkspaceStore.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -19,7 +18,6 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <string_view>
 #include <unistd.h>
 #include <vector>
 
@@ -29,53 +27,6 @@ namespace
 {
 
 constexpr double bar = 1.5;
-
-struct Options {
-    std::size_t megabytes = 100;
-    std::size_t rounds = 11;
-    std::string folder = std::filesystem::temp_directory_path().string();
-    bool onlyReports = false;
-};
-
-[[noreturn]] void giveUp(const std::string& why)
-{
-    std::fprintf(stderr, "%s\n", why.c_str());
-    std::exit(2);
-}
-
-Options optionsOf(const std::vector<std::string_view>& arguments)
-{
-    Options options;
-    for (const std::string_view argument : arguments) {
-        const std::string value(argument.substr(std::min(argument.find('=') + 1, argument.size())));
-        if (argument.starts_with("--megabytes=")) {
-            options.megabytes = std::strtoull(value.c_str(), nullptr, 10);
-        } else if (argument.starts_with("--rounds=")) {
-            options.rounds = std::strtoull(value.c_str(), nullptr, 10);
-        } else if (argument.starts_with("--folder=")) {
-            options.folder = value;
-        } else if (argument == "--report") {
-            options.onlyReports = true;
-        } else {
-            giveUp("unknown: " + std::string(argument));
-        }
-    }
-    if (options.megabytes == 0 || options.rounds == 0) {
-        giveUp("both numbers are at least 1");
-    }
-    return options;
-}
-
-double secondsNow()
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
 
 // What a turn leaves: a prompt, a thought, some tools with their details, an answer.
 void appendTurn(ChatThread& thread)
@@ -158,7 +109,7 @@ struct Costs {
     double firstMainThread = 0; // of the first save after the load
 };
 
-Costs measureIn(const std::string& parent, const Options& options)
+Costs measureIn(const std::string& parent, const BenchmarkOptions& options)
 {
     std::string folder = parent + "/tessarin-save-XXXXXX";
     if (mkdtemp(folder.data()) == nullptr) {
@@ -169,7 +120,7 @@ Costs measureIn(const std::string& parent, const Options& options)
     TreeChanges changes;
     {
         Preferences preferences(locations);
-        WorkspaceStore(preferences).save(treeOf(options.megabytes * 1'000'000), changes);
+        WorkspaceStore(preferences).save(treeOf(options.number("megabytes") * 1'000'000), changes);
     }
     Preferences preferences(locations);
     WorkspaceStore store(preferences);
@@ -178,7 +129,7 @@ Costs measureIn(const std::string& parent, const Options& options)
         giveUp("the tree could not be stored in " + folder);
     }
     Costs costs;
-    for (std::size_t round = 0; round < options.rounds; ++round) {
+    for (std::size_t round = 0; round < options.number("rounds"); ++round) {
         Workspace& workspace = tree[round % tree.size()];
         ChatThread& thread = workspace.threads[round * 7 % workspace.threads.size()];
         const std::size_t before = thread.entries.size();
@@ -202,16 +153,16 @@ Costs measureIn(const std::string& parent, const Options& options)
     return costs;
 }
 
-int measure(const Options& options)
+int measure(const BenchmarkOptions& options)
 {
     // The tree, a new one beside it, and the copy twice.
-    const std::size_t needed = 4 * options.megabytes * 1'000'000;
-    if (std::filesystem::space(options.folder).available < needed) {
-        giveUp("no room in " + options.folder);
+    const std::size_t needed = 4 * options.number("megabytes") * 1'000'000;
+    if (std::filesystem::space(options.text("folder")).available < needed) {
+        giveUp("no room in " + options.text("folder"));
     }
     const std::string memory = "/dev/shm";
-    std::vector<std::string> folders{ options.folder };
-    if (options.folder != memory && std::filesystem::is_directory(memory) && std::filesystem::space(memory).available >= needed) {
+    std::vector<std::string> folders{ options.text("folder") };
+    if (options.text("folder") != memory && std::filesystem::is_directory(memory) && std::filesystem::space(memory).available >= needed) {
         folders.push_back(memory);
     }
     bool isReached = true;
@@ -221,13 +172,13 @@ int measure(const Options& options)
         std::printf("saving a tree of %zu MB in %s after one changed task: %.1f ms, of these %.2f ms on the main thread (%.2f ms the first "
                     "time after "
                     "loading it); copying its bytes: %.1f ms\n",
-            options.megabytes, folder.c_str(), median(costs.saves) * 1e3, median(costs.mainThread) * 1e3, costs.firstMainThread * 1e3,
-            median(costs.copies) * 1e3);
+            options.number("megabytes"), folder.c_str(), median(costs.saves) * 1e3, median(costs.mainThread) * 1e3,
+            costs.firstMainThread * 1e3, median(costs.copies) * 1e3);
         std::printf("save after one changed task / copying the same bytes to a file%s: %.2f (bar %.1f)\n",
-            folder == options.folder ? "" : " in memory", ratio, bar);
+            folder == options.text("folder") ? "" : " in memory", ratio, bar);
         isReached = isReached && ratio <= bar;
     }
-    return options.onlyReports || isReached ? 0 : 1;
+    return options.status(isReached);
 }
 
 } // namespace
@@ -235,5 +186,6 @@ int measure(const Options& options)
 
 int main(int argc, char** argv)
 {
-    return tessarin::measure(tessarin::optionsOf({ argv + 1, argv + argc }));
+    return tessarin::measure(
+        { argc, argv, { { "megabytes", "100" }, { "rounds", "11" }, { "folder", std::filesystem::temp_directory_path().string() } } });
 }
