@@ -3,7 +3,10 @@
 namespace tessarin
 {
 
-OrderedItem::OrderedItem(QQuickItem* parent) : QQuickItem(parent) { }
+OrderedItem::OrderedItem(QQuickItem* parent) : QQuickItem(parent)
+{
+    setFlag(ItemIsFocusScope);
+}
 
 OrderedItem::~OrderedItem() = default;
 

@@ -7,7 +7,8 @@ namespace tessarin
 {
 
 // A row that stands among its siblings where its order says. A list makes its rows as they come into sight, and the focus of the keyboard
-// goes through siblings in the order in which they were made, which would not be the order in which they are seen.
+// goes through siblings in the order in which they were made, which would not be the order in which they are seen. It is a focus scope:
+// the focus that comes to the row goes on to what in it has asked for it.
 class OrderedItem : public QQuickItem
 {
     Q_OBJECT

@@ -24,6 +24,7 @@ void WindowModel::attach(std::shared_ptr<AppModel> model)
     m_model = std::move(model);
     m_subscription = m_model->observe([this](const ModelChange& change) { note(change); });
     m_conversation.attach(m_model);
+    m_announcer.attach(m_model);
     m_imagine.attach(m_model);
     m_permission.attach(m_model);
     m_install.attach(m_model);
@@ -36,6 +37,7 @@ void WindowModel::attach(std::shared_ptr<AppModel> model)
 void WindowModel::note(const ModelChange& change)
 {
     m_conversation.note(change);
+    m_announcer.note(change);
     m_imagine.note(change);
     m_permission.note(change);
     m_install.note(change);
@@ -132,6 +134,20 @@ void WindowModel::openProject()
 {
     if (m_model) {
         m_model->chooseProject();
+    }
+}
+
+void WindowModel::openFolders(const QStringList& paths)
+{
+    if (!m_model || paths.isEmpty()) {
+        return;
+    }
+    m_model->setSelectedSection(AppSection::build);
+    for (const QString& path : paths) {
+        m_model->addWorkspace(path.toStdString());
+    }
+    if (paths.size() > 1) {
+        m_model->addWorkspace(paths.front().toStdString());
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/ModelChange.h"
+#include "Views/Announcer.h"
 #include "Views/Appearance.h"
 #include "Views/ConversationModel.h"
 #include "Views/FolderPicker.h"
@@ -35,12 +36,15 @@ class WindowModel : public QObject
     Q_PROPERTY(QString fixedFamily READ fixedFamily CONSTANT)
     Q_PROPERTY(tessarin::ThreadListModel* threads READ threads CONSTANT)
     Q_PROPERTY(tessarin::ConversationModel* conversation READ conversation CONSTANT)
+    Q_PROPERTY(tessarin::Announcer* announcer READ announcer CONSTANT)
     Q_PROPERTY(tessarin::ImagineModel* imagine READ imagine CONSTANT)
     Q_PROPERTY(tessarin::PermissionModel* permission READ permission CONSTANT)
     Q_PROPERTY(tessarin::InstallModel* install READ install CONSTANT)
     Q_PROPERTY(tessarin::FolderPicker* folderPicker READ folderPicker CONSTANT)
     Q_PROPERTY(tessarin::Appearance* appearance READ appearance CONSTANT)
 public:
+    static constexpr const char* sidebarWidthKey = "sidebarWidth.v1"; // where it is kept between two runs
+
     WindowModel(Appearance& appearance, FolderPicker& folderPicker, InstantSource now = &Instant::now);
     ~WindowModel() override;
 
@@ -53,6 +57,8 @@ public:
     Q_INVOKABLE void newTask();
     Q_INVOKABLE void newTaskIn(const QString& workspaceID);
     Q_INVOKABLE void openProject();
+    // Each of these folders becomes a project; the first one is shown.
+    Q_INVOKABLE void openFolders(const QStringList& paths);
     Q_INVOKABLE void selectTask(const QString& workspaceID, const QString& threadID);
     // The task above or below in the sidebar, in Code. At either end nothing happens.
     Q_INVOKABLE void selectPreviousTask();
@@ -68,6 +74,7 @@ public:
     [[nodiscard]] QString fixedFamily() const;
     [[nodiscard]] ThreadListModel* threads() { return &m_threads; }
     [[nodiscard]] ConversationModel* conversation() { return &m_conversation; }
+    [[nodiscard]] Announcer* announcer() { return &m_announcer; }
     [[nodiscard]] ImagineModel* imagine() { return &m_imagine; }
     [[nodiscard]] PermissionModel* permission() { return &m_permission; }
     [[nodiscard]] InstallModel* install() { return &m_install; }
@@ -96,6 +103,7 @@ private:
     std::shared_ptr<void> m_subscription; // to the changes of m_model
     ThreadListModel m_threads;
     ConversationModel m_conversation;
+    Announcer m_announcer;
     ImagineModel m_imagine;
     PermissionModel m_permission;
     InstallModel m_install;

@@ -1,5 +1,8 @@
 """The pill in the header: who has the task, and how much of the allowance is used."""
-from acp import failing_turn, loading, opening, says, script, turn
+import time
+
+from acp import failing_turn, loading, opening, says, script, turn, until
+from dialects import codex_opening, codex_says, codex_script, codex_turn
 from window_case import WindowCase, main
 
 LIMIT = 'Usage limit reached for this week.'
@@ -33,6 +36,42 @@ class Pill(WindowCase):
         self.window.click_on('~button', '=Dismiss')
         self.window.wait_gone('alert')
         self.tool_tip(pill, 'Grok: Limit reached.')
+
+    def report(self, used, resets, *turns):
+        """Codex tells how much is used, and when that begins anew."""
+        codex = codex_script(codex_opening(), *turns)
+        codex['always']['account/rateLimits/read'] = {'result': {'rateLimits': {'primary': {'usedPercent': used, 'resetsAt': resets}}}}
+        self.desk.install('codex', codex)
+        self.open_project(self.desk.project())
+        self.prompt('hello')
+        self.await_status('Ready')
+
+    def test_TheToolTipTellsWhenTheAllowanceBeginsAnew(self):
+        moment = time.time() + 3 * 24 * 3600
+        self.report(42.4, moment, codex_turn(codex_says('Done.')))
+        pill = self.window.find('~readable', '/· 42% used$/', description='/: 42% used. Resets /')
+        day = time.localtime(moment)
+        self.assertIn(str(day.tm_mday), pill.description)
+        self.assertIn(str(day.tm_year), pill.description)
+        self.assertTrue(pill.description.endswith('.'))
+        tip = self.tool_tip(pill, pill.description)
+        self.window.still(of=tip)
+        self.assertGreater(self.window.colours(tip), 2, 'the tip is on the screen')
+        self.assertEqual(tip.rect[1] >= pill.rect[1] + pill.rect[3] or tip.rect[1] + tip.rect[3] <= pill.rect[1], True, 'and not over the pill')
+        self.window.move(5, 400)
+        self.window.wait_gone('tool tip')
+
+    def test_ExhaustionWhoseResetTimeHasPassedIsForgottenWithTheNextPrompt(self):
+        moment = int(time.time()) + 6
+        self.report(100, moment, codex_turn(codex_says('Done.')), codex_turn(until('go'), turn='turn-2'))
+        pill = self.window.find('~readable', '/· 100% used$/')
+        self.assertRegex(pill.description, r': 100% used. Resets ')
+        self.window.wait(lambda: time.time() > moment, what='the time of the reset')
+        self.assertTrue(pill.reload().name.endswith('100% used'), 'a report stays until something is chosen by it')
+        self.prompt('again')
+        self.window.wait(lambda: 'used' not in pill.reload().name, what='a pill without the report')
+        self.assertNotIn('Resets', pill.description)
+        self.desk.release('go')
 
     def test_AHandoffShowsTheNextProviderWithItsOwnAllowance(self):
         self.desk.install('grok', script(opening(), failing_turn(LIMIT)))

@@ -21,7 +21,18 @@ class Window(WindowCase):
             self.assertEqual(self.window.audit(), [])
             self.window.key('Escape')
             self.window.wait_gone('menu item', item)
-            self.window.still()  # while it fades it still takes the next press
+
+    def test_APressOnAnotherMenuIsNotEatenByTheOneThatCloses(self):
+        self.start()
+        menus = (('File', 'Open Project…'), ('View', 'idebar'), ('Help', 'Keyboard Shortcuts'))
+        places = {name: self.window.find('~menu bar item', '=' + name).point() for name, _ in menus}
+        for menu, item in 3 * menus:
+            self.window.click(*places[menu])
+            self.window.find('menu item', item)
+            self.window.key('Escape')
+        for menu, item in menus:
+            self.window.click(*places[menu])
+            self.window.find('menu item', item)
 
     def test_AMenuEntryActs(self):
         self.start()

@@ -1,5 +1,6 @@
 #include "QmlFixture.h"
 #include "Views/BlockStack.h"
+#include "Views/KeyboardUse.h"
 #include "Views/OrderedItem.h"
 #include "Views/ReadOnlyShortcuts.h"
 #include "Views/StyledText.h"
@@ -73,6 +74,20 @@ TEST(LazyItem, HoldsWhatIsWantedAndNothingElse)
     lazy->setProperty("active", false);
     EXPECT_EQ(lazy->childItems().size(), 0);
     EXPECT_EQ(lazy->implicitHeight(), 0);
+}
+
+TEST(KeyboardUse, IsOnFromAKeyUntilAPress)
+{
+    const KeyboardUse use;
+    QQuickView view;
+    view.show();
+    EXPECT_FALSE(use.isOn());
+    QTest::keyPress(&view, Qt::Key_Shift);
+    EXPECT_FALSE(use.isOn()) << "a modifier alone says nothing";
+    QTest::keyClick(&view, Qt::Key_Down);
+    EXPECT_TRUE(use.isOn());
+    QTest::mouseClick(&view, Qt::LeftButton);
+    EXPECT_FALSE(use.isOn());
 }
 
 TEST(OrderedItem, StandsAmongItsSiblingsWhereItsOrderSays)

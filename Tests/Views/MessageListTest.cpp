@@ -141,7 +141,7 @@ TEST_F(MessageListTest, ALongOutputIsScrolledByKeys)
     QMetaObject::invokeMethod(QmlFixture::items(list, "ToolCardHead").value(0), "clicked");
     QQuickItem* output = QmlFixture::items(list, "ToolOutput").value(0);
     ASSERT_NE(output, nullptr);
-    QQuickItem* view = QmlFixture::items(output, "QQuickFlickable").value(0);
+    QQuickItem* view = QmlFixture::items(output, "QQuickListView").value(0);
     ASSERT_NE(view, nullptr);
     EXPECT_TRUE(QmlFixture::becomes([&] { return view->property("activeFocusOnTab").toBool(); }));
     view->forceActiveFocus(Qt::TabFocusReason);
@@ -253,6 +253,50 @@ TEST_F(MessageListTest, AListAtItsEndStaysThereWhenTheWindowShrinks)
     open();
     qml.view().resize(600, 300);
     EXPECT_TRUE(QmlFixture::becomes([this] { return std::abs(bottomOf(99) - 280) < 2; }));
+}
+
+TEST_F(MessageListTest, ATaskThatHasJustBegunIsAtItsEndWhenTheWindowShrinks)
+{
+    open();
+    append(ChatEntryKind::user, "hello");
+    append(ChatEntryKind::assistant, "one\n\ntwo\n\nthree\n\nfour");
+    qml.view().resize(800, 120);
+    EXPECT_TRUE(QmlFixture::becomes([this] { return row(1) != nullptr && std::abs(bottomOf(1) - 100) < 1; }));
+    EXPECT_TRUE(list->property("atRest").toBool());
+    qml.view().resize(800, 90);
+    EXPECT_TRUE(QmlFixture::becomes([this] { return std::abs(bottomOf(1) - 70) < 1; }));
+}
+
+TEST_F(MessageListTest, ATaskThatFitsStaysAtItsEnd)
+{
+    fill(2);
+    open();
+    EXPECT_TRUE(list->property("atRest").toBool()) << "all of it is seen";
+    qml.view().resize(800, 80);
+    EXPECT_TRUE(QmlFixture::becomes([this] { return std::abs(bottomOf(1) - 60) < 1; }));
+    EXPECT_TRUE(list->property("atRest").toBool());
+    qml.view().resize(800, 500);
+    EXPECT_TRUE(QmlFixture::becomes([this] { return row(0)->mapToItem(list, QPointF()).y() == 24; }));
+    EXPECT_TRUE(list->property("atRest").toBool());
+}
+
+TEST_F(MessageListTest, ASelectionStaysWhileOtherMessagesGrowAndCome)
+{
+    append(ChatEntryKind::user, "select these words");
+    append(ChatEntryKind::assistant, "It");
+    open();
+    QQuickItem* text = QmlFixture::items(row(0), "SelectableText").value(0);
+    ASSERT_NE(text, nullptr);
+    QMetaObject::invokeMethod(text, "select", Q_ARG(int, 7), Q_ARG(int, 12));
+    for (int i = 0; i < 5; ++i) {
+        entries.back().text += " grows\n\nand grows";
+        model.noteTextAppended(1);
+        model.flush();
+    }
+    append(ChatEntryKind::tool, "output");
+    EXPECT_TRUE(QmlFixture::becomes([this] { return row(2) != nullptr; }));
+    EXPECT_EQ(QmlFixture::items(row(0), "SelectableText").value(0), text) << "it is the same text";
+    EXPECT_EQ(text->property("selectedText").toString(), "these");
 }
 
 TEST_F(MessageListTest, AToolCardBeginsClosedAndOnlyThePersonOpensIt)

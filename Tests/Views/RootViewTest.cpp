@@ -46,15 +46,15 @@ protected:
 TEST_F(RootViewTest, BothColumnsStandAtFirstAndTheSidebarKeepsItsBounds)
 {
     open();
-    EXPECT_TRUE(item("Sidebar")->isVisible());
-    EXPECT_EQ(item("Sidebar")->width(), 260);
+    EXPECT_TRUE(item("SidebarView")->isVisible());
+    EXPECT_EQ(item("SidebarView")->width(), 260);
     EXPECT_EQ(placeOf(item("DetailView")).left(), 260);
     dragGripTo(300);
-    EXPECT_EQ(item("Sidebar")->width(), 300);
+    EXPECT_EQ(item("SidebarView")->width(), 300);
     dragGripTo(900);
-    EXPECT_EQ(item("Sidebar")->width(), 340);
+    EXPECT_EQ(item("SidebarView")->width(), 340);
     dragGripTo(20);
-    EXPECT_EQ(item("Sidebar")->width(), 220);
+    EXPECT_EQ(item("SidebarView")->width(), 220);
     EXPECT_EQ(placeOf(item("DetailView")).left(), 220);
 }
 
@@ -155,7 +155,7 @@ TEST_F(RootViewTest, ASidebarThatGoesLeavesItsFocusToTheComposer)
     QmlFixture::items(item("SidebarHeader"), "SymbolButton").value(0)->forceActiveFocus(Qt::TabFocusReason);
     ASSERT_FALSE(item("ComposerField")->property("areaFocus").toBool());
     QTest::keyClick(&qml.view(), Qt::Key_F9);
-    EXPECT_FALSE(item("Sidebar")->isVisible());
+    EXPECT_FALSE(item("SidebarView")->isVisible());
     EXPECT_TRUE(item("ComposerField")->property("areaFocus").toBool());
 }
 

@@ -118,6 +118,37 @@ TEST_F(ThreadListModelTest, OnlyTheRowOfBothSelectedIdsIsCurrent)
     EXPECT_FALSE(data(0, ThreadListModel::CurrentRole).toBool());
 }
 
+TEST_F(ThreadListModelTest, ASelectionThatMovesIsToldWithItsRow)
+{
+    const QSignalSpy selection(&model, &ThreadListModel::selectionMoved);
+    EXPECT_EQ(model.currentRow(), -1);
+    model.setSelection(workspaces[0].id, workspaces[0].threads[1].id);
+    EXPECT_EQ(model.currentRow(), 2);
+    model.setSelection(workspaces[0].id, workspaces[0].threads[1].id);
+    EXPECT_EQ(selection.count(), 1) << "it is the same";
+    model.setSelection(workspaces[1].id, workspaces[1].threads[0].id);
+    EXPECT_EQ(model.currentRow(), 4);
+    EXPECT_EQ(selection.count(), 2);
+}
+
+TEST_F(ThreadListModelTest, TheTaskBesideIsFoundAcrossProjects)
+{
+    const auto beside = [this](int count) {
+        const auto task = model.taskBeside(count);
+        return task ? task->threadID.text() : std::string();
+    };
+    EXPECT_EQ(beside(1), workspaces[0].threads[0].id.text()) << "without a selection the first is below";
+    EXPECT_EQ(beside(-1), "");
+    model.setSelection(workspaces[0].id, workspaces[0].threads[1].id);
+    EXPECT_EQ(beside(1), workspaces[1].threads[0].id.text());
+    EXPECT_EQ(model.taskBeside(1)->workspaceID, workspaces[1].id);
+    EXPECT_EQ(beside(-1), workspaces[0].threads[0].id.text());
+    EXPECT_EQ(beside(-2), "");
+    EXPECT_EQ(beside(2), "");
+    model.setWorkspaces({});
+    EXPECT_EQ(beside(1), "");
+}
+
 TEST_F(ThreadListModelTest, ATaskThatGrowsChangesOnlyItsTime)
 {
     workspaces[0].threads[1].updatedAt = now;

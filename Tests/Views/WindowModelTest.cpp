@@ -72,6 +72,51 @@ TEST_F(WindowModelTest, RowsAreChosenAndDeletedByTheirIds)
     EXPECT_EQ(model->selectedWorkspace()->name, "other");
 }
 
+TEST_F(WindowModelTest, TheSectionsAreSwitchedAndTold)
+{
+    const QSignalSpy told(&window, &WindowModel::sectionChanged);
+    EXPECT_FALSE(window.showsImagine());
+    openWindow();
+    const auto before = told.count();
+    window.showImagine();
+    EXPECT_TRUE(window.showsImagine());
+    EXPECT_EQ(model->selectedSection(), AppSection::imagine);
+    window.showImagine();
+    EXPECT_EQ(told.count(), before + 1);
+    window.showCode();
+    EXPECT_FALSE(window.showsImagine());
+}
+
+TEST_F(WindowModelTest, ANewTaskFromImagineShowsCodeFirst)
+{
+    openWindow();
+    window.showImagine();
+    std::vector<AppSection> sections;
+    const auto observed = model->observe([&](const ModelChange& change) {
+        if (change.kind == ModelChange::Kind::selection) {
+            sections.push_back(model->selectedSection());
+        }
+    });
+    window.newTask();
+    EXPECT_EQ(model->workspaces()[0].threads.size(), 2U);
+    ASSERT_FALSE(sections.empty());
+    EXPECT_EQ(sections.front(), AppSection::build) << "the task was made in Code";
+}
+
+TEST_F(WindowModelTest, TheTaskBesideIsSelectedInCode)
+{
+    openWindow();
+    model->addWorkspace(makeFolder("other"));
+    window.showImagine();
+    window.selectNextTask();
+    EXPECT_TRUE(window.showsImagine()) << "there is none below";
+    window.selectPreviousTask();
+    EXPECT_FALSE(window.showsImagine());
+    EXPECT_EQ(model->selectedWorkspace()->name, "project");
+    window.selectNextTask();
+    EXPECT_EQ(model->selectedWorkspace()->name, "other");
+}
+
 TEST_F(WindowModelTest, AnErrorIsShownUntilItIsDismissed)
 {
     runtime.script("grok", testing::failingTurn("The wheel came off."));

@@ -1,11 +1,14 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// A menu on a card, as wide as its widest entry.
+// A menu on a card, as wide as its widest entry. It goes at once: while it faded it would still take the next press, which is meant for
+// another menu.
 T.Menu {
     id: root
 
     required property string name
+
+    signal walked(int steps) // by an arrow to the side
 
     margins: Theme.space6
     padding: Theme.space4
@@ -21,6 +24,8 @@ T.Menu {
         currentIndex: root.currentIndex
         Accessible.role: Accessible.PopupMenu
         Accessible.name: root.name
+        Keys.onLeftPressed: root.walked(-1)
+        Keys.onRightPressed: root.walked(1)
     }
 
     background: Item {
@@ -36,5 +41,4 @@ T.Menu {
     }
 
     enter: Transition { NumberAnimation { property: "opacity"; from: 0; to: 1; duration: Theme.durationShort; easing.type: Theme.easing } }
-    exit: Transition { NumberAnimation { property: "opacity"; from: 1; to: 0; duration: Theme.durationShort; easing.type: Theme.easing } }
 }

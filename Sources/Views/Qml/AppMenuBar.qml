@@ -1,70 +1,136 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Templates as T
+import Tessarin
 
-// The slim bar of menus. F10 leads there by keyboard.
-T.MenuBar {
+// The slim bar of menus, and the keys that work everywhere. F10 leads to the bar by keyboard. While a menu is open, the pointer opens the
+// one that it comes to.
+Rectangle {
     id: root
 
+    required property WindowModel windowModel
     required property bool sidebarShown
+    readonly property list<AppMenuBarItem> titles: [file, view, help]
+    readonly property bool isOpen: file.isOpen || view.isOpen || help.isOpen
 
     signal newTask()
-    signal openProject()
     signal toggleSidebar()
-    signal showShortcuts()
+    signal showCode()
+    signal showImagine()
+    signal goToMessage()
+    signal changePane()
+    signal listKeys()
+    signal left()
     signal quit()
 
+    function enter(title) {
+        if (isOpen && !title.isOpen) {
+            close()
+            title.open(-1)
+        }
+    }
+
+    function close() {
+        file.close()
+        view.close()
+        help.close()
+    }
+
+    function walk(title, steps) {
+        const next = titles[(title.position + steps + titles.length) % titles.length]
+        if (isOpen) {
+            close()
+            next.open(0)
+        } else {
+            next.forceActiveFocus(Qt.ShortcutFocusReason)
+        }
+    }
+
     implicitHeight: Theme.menuBarHeight
-    leftPadding: Theme.space8
+    color: Theme.sidebar
+    Accessible.role: Accessible.MenuBar
+    Accessible.name: "Menus"
 
-    contentItem: Row {
-        Repeater { model: root.contentModel }
+    Hairline {
+        anchors.bottom: parent.bottom
+        width: parent.width
     }
 
-    delegate: AppMenuBarItem {}
+    Row {
+        x: Theme.space8
 
-    background: Rectangle {
-        color: Theme.sidebar
+        AppMenuBarItem {
+            id: file
 
-        Hairline {
-            anchors.bottom: parent.bottom
-            width: parent.width
+            text: "File"
+            position: 0
+            onHoveredChanged: if (hovered) root.enter(file)
+            onWalked: steps => root.walk(file, steps)
+            onLeft: root.left()
+
+            AppMenuItem { text: "New Task"; keys: Shortcuts.newTask; onTriggered: root.newTask() }
+            AppMenuItem { text: "Open Project…"; keys: Shortcuts.openProject; onTriggered: root.windowModel.openProject() }
+            AppMenuSeparator {}
+            AppMenuItem {
+                text: "Stop Agent"
+                keys: Shortcuts.stopAgent
+                enabled: root.windowModel.conversation.isWorking
+                onTriggered: root.windowModel.conversation.stopWorking()
+            }
+            AppMenuSeparator {}
+            AppMenuItem { text: "Quit"; keys: Shortcuts.quit; onTriggered: root.quit() }
+        }
+
+        AppMenuBarItem {
+            id: view
+
+            text: "View"
+            position: 1
+            onHoveredChanged: if (hovered) root.enter(view)
+            onWalked: steps => root.walk(view, steps)
+            onLeft: root.left()
+
+            AppMenuItem { text: "Code"; keys: Shortcuts.showCode; onTriggered: root.showCode() }
+            AppMenuItem { text: "Imagine"; keys: Shortcuts.showImagine; onTriggered: root.showImagine() }
+            AppMenuSeparator {}
+            AppMenuItem { text: "Previous Task"; keys: Shortcuts.previousTask; onTriggered: root.windowModel.selectPreviousTask() }
+            AppMenuItem { text: "Next Task"; keys: Shortcuts.nextTask; onTriggered: root.windowModel.selectNextTask() }
+            AppMenuSeparator {}
+            AppMenuItem {
+                text: root.sidebarShown ? "Hide Sidebar" : "Show Sidebar"
+                keys: Shortcuts.toggleSidebar
+                onTriggered: root.toggleSidebar()
+            }
+        }
+
+        AppMenuBarItem {
+            id: help
+
+            text: "Help"
+            position: 2
+            onHoveredChanged: if (hovered) root.enter(help)
+            onWalked: steps => root.walk(help, steps)
+            onLeft: root.left()
+
+            AppMenuItem { text: "Keyboard Shortcuts"; keys: Shortcuts.listKeys; onTriggered: root.listKeys() }
         }
     }
 
-    AppMenu {
-        title: "File"
-        name: title
-
-        AppMenuItem { text: "New Task"; keys: newTaskKeys.nativeText; onTriggered: root.newTask() }
-        AppMenuItem { text: "Open Project…"; keys: openProjectKeys.nativeText; onTriggered: root.openProject() }
-        AppMenuSeparator {}
-        AppMenuItem { text: "Quit"; keys: quitKeys.nativeText; onTriggered: root.quit() }
+    Shortcut { sequence: Shortcuts.newTask; onActivated: root.newTask() }
+    Shortcut { sequence: Shortcuts.openProject; onActivated: root.windowModel.openProject() }
+    Shortcut { sequence: Shortcuts.showCode; onActivated: root.showCode() }
+    Shortcut { sequence: Shortcuts.showImagine; onActivated: root.showImagine() }
+    Shortcut { sequence: Shortcuts.previousTask; onActivated: root.windowModel.selectPreviousTask() }
+    Shortcut { sequence: Shortcuts.nextTask; onActivated: root.windowModel.selectNextTask() }
+    Shortcut { sequence: Shortcuts.goToMessage; onActivated: root.goToMessage() }
+    Shortcut { sequence: Shortcuts.changePane; onActivated: root.changePane() }
+    Shortcut { sequence: Shortcuts.toggleSidebar; onActivated: root.toggleSidebar() }
+    Shortcut { sequence: Shortcuts.goToMenus; onActivated: file.forceActiveFocus(Qt.ShortcutFocusReason) }
+    Shortcut { sequence: Shortcuts.listKeys; onActivated: root.listKeys() }
+    Shortcut { sequence: Shortcuts.quit; onActivated: root.quit() }
+    Shortcut {
+        sequence: Shortcuts.stopAgent
+        enabled: root.windowModel.conversation.isWorking
+        onActivated: root.windowModel.conversation.stopWorking()
     }
-
-    AppMenu {
-        title: "View"
-        name: title
-
-        AppMenuItem {
-            text: root.sidebarShown ? "Hide Sidebar" : "Show Sidebar"
-            keys: toggleKeys.nativeText
-            onTriggered: root.toggleSidebar()
-        }
-    }
-
-    AppMenu {
-        title: "Help"
-        name: title
-
-        AppMenuItem { text: "Keyboard Shortcuts"; keys: shortcutKeys.nativeText; onTriggered: root.showShortcuts() }
-    }
-
-    Shortcut { id: newTaskKeys; sequence: "Ctrl+N"; onActivated: root.newTask() }
-    Shortcut { id: openProjectKeys; sequence: "Ctrl+O"; onActivated: root.openProject() }
-    Shortcut { id: quitKeys; sequence: "Ctrl+Q"; onActivated: root.quit() }
-    Shortcut { id: toggleKeys; sequence: "F9"; onActivated: root.toggleSidebar() }
-    Shortcut { id: shortcutKeys; sequence: "Ctrl+?"; onActivated: root.showShortcuts() }
-    Shortcut { sequence: "F10"; onActivated: root.itemAt(0).forceActiveFocus(Qt.ShortcutFocusReason) }
 }

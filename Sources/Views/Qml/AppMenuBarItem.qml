@@ -1,16 +1,42 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// The title of a menu in the bar.
-T.MenuBarItem {
+// A title in the bar of menus, with its menu. A press opens or closes it; the arrows lead to the titles beside it.
+T.AbstractButton {
     id: root
+
+    required property int position
+    readonly property bool menu: true
+    readonly property bool isOpen: popup.visible
+    default property alias entries: popup.contentData
+
+    signal walked(int steps)
+    signal left()
+
+    // With that entry chosen, or none for -1.
+    function open(entry) {
+        popup.open()
+        popup.currentIndex = entry
+    }
+
+    function close() {
+        popup.close()
+    }
 
     implicitWidth: label.implicitWidth + 2 * Theme.spaceRow
     implicitHeight: Theme.menuBarHeight - Theme.hairline
     font: Theme.calloutFont
+    focusPolicy: Qt.NoFocus
     Accessible.name: text
-    Accessible.onPressAction: menu.open()
-    Keys.onDownPressed: menu.open()
+    Accessible.description: "Menu"
+    Accessible.onPressAction: open(-1)
+    Keys.onDownPressed: open(0)
+    Keys.onReturnPressed: open(0)
+    Keys.onEnterPressed: open(0)
+    Keys.onLeftPressed: walked(-1)
+    Keys.onRightPressed: walked(1)
+    Keys.onEscapePressed: left()
+    onPressed: isOpen ? close() : open(-1)
 
     Line {
         id: label
@@ -19,8 +45,17 @@ T.MenuBarItem {
         horizontalAlignment: Text.AlignHCenter
         text: root.text
         font: root.font
-        color: root.highlighted || root.hovered ? Theme.text : Theme.secondaryText
+        color: root.isOpen || root.activeFocus || root.hovered ? Theme.text : Theme.secondaryText
         Accessible.ignored: true
+    }
+
+    AppMenu {
+        id: popup
+
+        y: root.height
+        name: root.text
+        closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
+        onWalked: steps => root.walked(steps)
     }
 
     background: Item {
@@ -30,8 +65,8 @@ T.MenuBarItem {
             anchors.leftMargin: 0
             anchors.rightMargin: 0
             radius: Theme.radiusSmall
-            color: root.down || root.highlighted ? Theme.pressed : root.hovered ? Theme.hover : "transparent"
-            border.width: root.visualFocus ? Theme.focusWidth : 0
+            color: root.down || root.isOpen ? Theme.pressed : root.hovered ? Theme.hover : "transparent"
+            border.width: root.activeFocus ? Theme.focusWidth : 0
             border.color: Theme.accent
         }
     }

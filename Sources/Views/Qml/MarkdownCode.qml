@@ -58,6 +58,7 @@ BlockRow {
                 id: code
 
                 wrapMode: TextEdit.NoWrap
+                leftToRight: true
                 font: Theme.codeFont
                 lineHeight: Theme.lineCode
                 content: root.content

@@ -1,14 +1,15 @@
 import QtQuick
 import Tessarin
 
-// The heading of a project. Its menu is opened by the second button, or by the menu key while its button has the focus.
-Item {
+// The heading of a project: its name, and the way to a new task in it, which has the focus of the keyboard.
+FocusScope {
     id: root
 
     required property WindowModel windowModel
     required property string name
     required property string workspaceID
     required property bool first
+    required property bool reachable
 
     signal taskMade()
 
@@ -44,6 +45,8 @@ Item {
         anchors.bottomMargin: Theme.space2
         implicitWidth: Theme.controlTiny
         implicitHeight: Theme.controlTiny
+        focus: true
+        focusPolicy: root.reachable || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
         symbol: "plus"
         symbolSize: Theme.symbolSmall
         toolTip: "New task in " + root.name
@@ -51,7 +54,7 @@ Item {
             root.windowModel.newTaskIn(root.workspaceID)
             root.taskMade()
         }
-        Keys.onMenuPressed: menu.open()
+        Keys.onPressed: event => menu.press(event)
     }
 
     ContextMenu {

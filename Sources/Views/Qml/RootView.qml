@@ -17,6 +17,16 @@ FocusScope {
         detail.focusComposer()
     }
 
+    function showCode() {
+        windowModel.showCode()
+        detail.focusComposer()
+    }
+
+    function showImagine() {
+        windowModel.showImagine()
+        detail.focusComposer()
+    }
+
     // A focus that would be hidden goes on to the composer.
     function toggleSidebar() {
         if (sidebar.activeFocus) {
@@ -25,51 +35,94 @@ FocusScope {
         sidebarShown = !sidebarShown
     }
 
+    function changePane() {
+        if (sidebar.activeFocus) {
+            detail.focusComposer()
+        } else {
+            sidebarShown = true
+            sidebar.takeFocus()
+        }
+    }
+
     Component.onCompleted: Theme.fixedFamily = windowModel.fixedFamily
 
     AppMenuBar {
         id: menuBar
 
         width: parent.width
+        windowModel: root.windowModel
         sidebarShown: root.sidebarShown
         onNewTask: root.newTask()
-        onOpenProject: root.windowModel.openProject()
         onToggleSidebar: root.toggleSidebar()
-        onShowShortcuts: shortcuts.active = true
+        onShowCode: root.showCode()
+        onShowImagine: root.showImagine()
+        onGoToMessage: detail.focusComposer()
+        onChangePane: root.changePane()
+        onListKeys: shortcuts.active = true
+        onLeft: columns.forceActiveFocus(Qt.PopupFocusReason)
         onQuit: root.quit()
     }
 
-    Sidebar {
-        id: sidebar
+    // It remembers what in it had the focus, for when a menu or a sheet goes.
+    FocusScope {
+        id: columns
 
         anchors.top: menuBar.bottom
         anchors.bottom: parent.bottom
-        width: root.sidebarShown ? grip.x : 0
-        visible: root.sidebarShown
+        width: parent.width
+        focus: true
+
+        SidebarView {
+            id: sidebar
+
+            width: root.sidebarShown ? grip.x : 0
+            height: parent.height
+            visible: root.sidebarShown
+            windowModel: root.windowModel
+            onNewTask: root.newTask()
+            onTaskOpened: detail.focusComposer()
+        }
+
+        // Between the columns for Tab too; its own place is above both.
+        SidebarGrip {
+            id: grip
+
+            height: parent.height
+            z: 1
+            visible: root.sidebarShown
+            windowModel: root.windowModel
+        }
+
+        DetailView {
+            id: detail
+
+            anchors.left: sidebar.right
+            anchors.right: parent.right
+            height: parent.height
+            windowModel: root.windowModel
+            sidebarShown: root.sidebarShown
+            onToggleSidebar: root.toggleSidebar()
+        }
+    }
+
+    // What goes with the focus leaves it to the window as a whole, where no key is heard.
+    Connections {
+        target: root.Window.window
+
+        function onActiveFocusItemChanged() {
+            const item = root.Window.activeFocusItem
+            if (item === null || item === root.Window.contentItem) {
+                columns.forceActiveFocus(Qt.PopupFocusReason)
+            }
+        }
+    }
+
+    ProjectDrop {
+        anchors.fill: parent
         windowModel: root.windowModel
-        onNewTask: root.newTask()
-        onTaskMade: detail.focusComposer()
     }
 
-    DetailView {
-        id: detail
-
-        anchors.top: menuBar.bottom
-        anchors.bottom: parent.bottom
-        anchors.left: sidebar.right
-        anchors.right: parent.right
-        windowModel: root.windowModel
-        sidebarShown: root.sidebarShown
-        onToggleSidebar: root.toggleSidebar()
-    }
-
-    SidebarGrip {
-        id: grip
-
-        anchors.top: menuBar.bottom
-        anchors.bottom: parent.bottom
-        visible: root.sidebarShown
-    }
+    Announcement { announcer: root.windowModel.announcer }
 
     LazyItem {
         id: shortcuts

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Tessarin
 
 // The focus of the keyboard on a view that scrolls: an accent line inside its edge. When it goes to something within the view, the view
 // scrolls there.
@@ -39,7 +40,7 @@ Rectangle {
     // A pointer that gives the focus is there already.
     function isReachedByKey(item) {
         const control = item as T.Control
-        return control !== null ? control.visualFocus : item.activeFocusOnTab
+        return control !== null ? control.visualFocus || KeyboardUse.isOn : item.activeFocusOnTab
     }
 
     function follow(item) {

@@ -1,6 +1,7 @@
 import QtQuick
 
-// The keys that scroll a view which has the focus, as far as it goes.
+// The keys that scroll a view which has the focus, as far as it goes. The keys of a direction in which all is seen anyway are left
+// to what stands around the view. In a view that only scrolls across, Home and End go across.
 QtObject {
     id: root
 
@@ -8,15 +9,19 @@ QtObject {
 
     signal scrolled()
 
+    readonly property bool goesDown: view.topMargin + view.contentHeight + view.bottomMargin > view.height
+    readonly property bool goesAcross: view.contentWidth > view.width
+
     function press(event) {
         const page = view.height - Theme.space36
         const down = { [Qt.Key_Up]: -Theme.space36, [Qt.Key_Down]: Theme.space36, [Qt.Key_PageUp]: -page, [Qt.Key_PageDown]: page,
                        [Qt.Key_Home]: -view.contentHeight, [Qt.Key_End]: view.contentHeight }
-        const across = { [Qt.Key_Left]: -Theme.space36, [Qt.Key_Right]: Theme.space36 }
-        if (event.key in down || event.key in across) {
+        const across = { [Qt.Key_Left]: -Theme.space36, [Qt.Key_Right]: Theme.space36,
+                         [Qt.Key_Home]: -view.contentWidth, [Qt.Key_End]: view.contentWidth }
+        event.accepted = (event.key in down && goesDown) || (event.key in across && goesAcross)
+        if (event.accepted) {
             root.scrolled()
-            scroll(across[event.key] ?? 0, down[event.key] ?? 0)
-            event.accepted = true
+            scroll(goesDown && event.key in down ? 0 : across[event.key], goesDown ? down[event.key] ?? 0 : 0)
         }
     }
 

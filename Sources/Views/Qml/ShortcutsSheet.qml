@@ -2,71 +2,46 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 
-// The keys of the program.
+// The keys of the program, in groups.
 SheetPopup {
     id: root
 
     title: "Keyboard Shortcuts"
-    sheetHeight: column.height
+    width: Theme.shortcutsWidth
+    sheetHeight: heading.height + Theme.space12 + Math.max(first.height, others.height) + Theme.space18 + close.height
 
-    readonly property var shortcuts: [
-        { keys: "Return", does: "Send the message" }, { keys: "Shift+Return", does: "Add a line to the message" },
-        { keys: "Ctrl+N", does: "New task" }, { keys: "Ctrl+O", does: "Open a project" },
-        { keys: "F9", does: "Show or hide the sidebar" }, { keys: "F10", does: "Go to the menus" },
-        { keys: "Tab", does: "Go to the next control" }, { keys: "Page Up, Page Down", does: "Scroll the messages" },
-        { keys: "Ctrl+?", does: "Keyboard shortcuts" }, { keys: "Ctrl+Q", does: "Quit" },
-    ]
+    Line {
+        id: heading
 
-    Column {
-        id: column
+        text: root.title
+        font: Theme.titleFont
+    }
 
-        width: root.availableWidth
-        spacing: Theme.space6
+    ShortcutGroups {
+        id: first
 
-        Line {
-            bottomPadding: Theme.space8
-            text: root.title
-            font: Theme.titleFont
-        }
+        anchors.top: heading.bottom
+        anchors.topMargin: Theme.space12
+        width: (root.availableWidth - Theme.space36) / 2
+        groups: Shortcuts.groups.slice(0, 2) // as long as the others
+    }
 
-        Repeater {
-            model: root.shortcuts
+    ShortcutGroups {
+        id: others
 
-            Item {
-                id: row
+        anchors.top: first.top
+        anchors.right: parent.right
+        width: first.width
+        groups: Shortcuts.groups.slice(2)
+    }
 
-                required property var modelData
+    PushButton {
+        id: close
 
-                width: parent.width
-                height: Theme.controlTiny
-
-                Line {
-                    anchors.verticalCenter: parent.verticalCenter
-                    text: row.modelData.does
-                }
-
-                Line {
-                    anchors.right: parent.right
-                    anchors.verticalCenter: parent.verticalCenter
-                    text: row.modelData.keys
-                    color: Theme.secondaryText
-                }
-            }
-        }
-
-        Item {
-            width: parent.width
-            height: close.height + Theme.space12
-
-            PushButton {
-                id: close
-
-                anchors.right: parent.right
-                anchors.bottom: parent.bottom
-                focus: true
-                text: "Close"
-                onClicked: root.close()
-            }
-        }
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        focus: true
+        text: "Close"
+        onClicked: root.close()
     }
 }

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Tessarin
 
-// One task in the sidebar. `updated` is empty for a task that has no entries yet.
+// One task in the sidebar. `updated` is empty for a task that has no entries yet. Space shows the task, Return goes on to write in it.
 T.ItemDelegate {
     id: root
 
@@ -12,18 +12,26 @@ T.ItemDelegate {
     required property bool current
     required property string workspaceID
     required property string threadID
+    required property bool reachable
+
+    signal opened()
+
+    function open() {
+        clicked()
+        opened()
+    }
 
     implicitHeight: updated === "" ? Theme.rowTaskNew : Theme.rowTask
-    focusPolicy: Qt.StrongFocus
+    focusPolicy: reachable || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
     text: title
     Accessible.name: title
     Accessible.description: updated
     Accessible.selectable: true
     Accessible.selected: current
     Accessible.onPressAction: clicked()
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
-    Keys.onMenuPressed: menu.open()
+    Keys.onReturnPressed: open()
+    Keys.onEnterPressed: open()
+    Keys.onPressed: event => menu.press(event)
     onClicked: windowModel.selectTask(workspaceID, threadID)
 
     SystemSymbol {
@@ -58,6 +66,7 @@ T.ItemDelegate {
             text: root.updated
             font: Theme.captionFont
             color: Theme.secondaryText
+            Accessible.ignored: true
         }
     }
 

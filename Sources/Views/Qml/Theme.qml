@@ -29,6 +29,7 @@ QtObject {
     readonly property color accentFill: dark ? "#1c788b" : "#0d6678"
     readonly property color accentFillHover: dark ? "#1f8094" : "#0b5768"
     readonly property color accentFillPressed: dark ? "#186779" : "#094956"
+    readonly property color accentDepth: Qt.darker(accentFill, 2.2)
     readonly property color inkOnAccent: "#ffffff"
     readonly property color accentTint: dark ? "#1d3940" : "#e0eff1"
     readonly property real accentGlow: dark ? 0.16 : 0.12
@@ -49,6 +50,7 @@ QtObject {
     readonly property real shadowLowStrength: dark ? 0.4 : 0.11
     readonly property real shadowHighStrength: dark ? 0.7 : 0.3
     readonly property real disabledOpacity: 0.45
+    readonly property real dropGround: 0.72
 
     // Words of code. A block in a language without rules stays in `text`.
     readonly property color codeKeyword: dark ? "#7fc4e8" : "#0b5c8a"
@@ -70,10 +72,13 @@ QtObject {
     readonly property int space36: 36
 
     // Spacing of single places.
+    readonly property int spaceSections: 5
     readonly property int spaceRow: 10
     readonly property int spaceSheetHeader: 13
     readonly property int spaceBanner: 14
     readonly property int bannerInset: 20
+    readonly property int spaceProgress: 7
+    readonly property int spaceGalleryEmpty: 15
     readonly property int spaceInstall: 20
     readonly property int spaceWelcome: 22
 
@@ -81,6 +86,7 @@ QtObject {
     readonly property int radiusSmall: 6
     readonly property int radiusButton: 8
     readonly property int radiusMedium: 10
+    readonly property int radiusMedia: 11
     readonly property int radiusLarge: 12
     readonly property int radiusExtraLarge: 16
     readonly property int radiusBadge: 20
@@ -88,6 +94,7 @@ QtObject {
 
     // Type. The families are the desktop's own.
     property string fixedFamily: "monospace"
+    readonly property int sizeOverline: 11
     readonly property int sizeCaption: 12
     readonly property int sizeCallout: 13
     readonly property int sizeBody: 14
@@ -101,6 +108,7 @@ QtObject {
     readonly property int lineLarge: 38
     readonly property int lineCode: 20
     readonly property int lineCodeSmall: 18
+    readonly property font overlineFont: Qt.font({ pixelSize: sizeOverline, weight: Font.DemiBold, letterSpacing: 0.6 })
     readonly property font captionFont: Qt.font({ pixelSize: sizeCaption })
     readonly property font captionStrongFont: Qt.font({ pixelSize: sizeCaption, weight: Font.DemiBold })
     readonly property font calloutFont: Qt.font({ pixelSize: sizeCallout })
@@ -132,7 +140,9 @@ QtObject {
     readonly property int controlTiny: 24
     readonly property int sendButton: 32
     readonly property int dot: 7
+    readonly property int dotLarge: 8
     readonly property int listMark: 5
+    readonly property int taskMark: 15
     readonly property int quoteLine: 3
     readonly property int tile: 6
     readonly property int planTile: 8
@@ -162,6 +172,7 @@ QtObject {
     readonly property int rowMenu: 30
     readonly property int rowThought: 28
     readonly property int outputMaximum: 260
+    readonly property int pagesAhead: 2 // of a long text, that exist out of sight at its begin and at its end
     readonly property int composerTextMaximum: 176
     readonly property int welcomeBadge: 72
     readonly property int badge: 26
@@ -169,6 +180,7 @@ QtObject {
     readonly property int quoteIndent: 14
     readonly property int sheetWidth: 540
     readonly property int alertWidth: 420
+    readonly property int shortcutsWidth: 880
     readonly property int installWidth: 560
     readonly property int detailBoxMinimum: 100
     readonly property int detailBoxMaximum: 260
@@ -179,6 +191,14 @@ QtObject {
     readonly property int bannerLines: 3
     readonly property real planShare: 0.4
     readonly property int tableCellMaximum: 360
+    readonly property int cardMinimum: 230
+    readonly property int cardMaximum: 360
+    readonly property int cardInfo: 107
+    readonly property real previewAspect: 1.5
+    readonly property real progressShare: 0.45
+    readonly property int gallerySpacing: 14
+    readonly property int formatPickerWidth: 240
+    readonly property int promptLines: 4
 
     // Motion.
     readonly property int durationShort: reducedMotion ? 0 : 150

@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tessarin
 
-// One row of the sidebar: the heading of a project, or one of its tasks.
+// The section of one project, row by row, so that only the rows that are seen exist: its heading, and one for each of its tasks.
 OrderedItem {
     id: root
 
@@ -15,17 +15,25 @@ OrderedItem {
     required property bool current
     required property string workspaceID
     required property string threadID
+    // Whether Tab leads here; one row of the list is that.
+    readonly property bool reachable: ListView.isCurrentItem
 
-    signal taskMade()
+    signal taskOpened()
 
     order: index
     width: ListView.view ? ListView.view.width : 0
     height: row.implicitHeight
+    onActiveFocusChanged: {
+        if (activeFocus) {
+            ListView.view.currentIndex = index
+        }
+    }
 
     LazyItem {
         id: row
 
         width: parent.width
+        focus: true
         sourceComponent: root.isProject ? project : task
     }
 
@@ -33,11 +41,13 @@ OrderedItem {
         id: project
 
         ProjectHeading {
+            focus: true
             windowModel: root.windowModel
             name: root.title
             workspaceID: root.workspaceID
             first: root.index === 0
-            onTaskMade: root.taskMade()
+            reachable: root.reachable
+            onTaskMade: root.taskOpened()
         }
     }
 
@@ -45,12 +55,15 @@ OrderedItem {
         id: task
 
         TaskRow {
+            focus: true
             windowModel: root.windowModel
             title: root.title
             updated: root.updated
             current: root.current
             workspaceID: root.workspaceID
             threadID: root.threadID
+            reachable: root.reachable
+            onOpened: root.taskOpened()
         }
     }
 }
