@@ -1,6 +1,7 @@
 #include "Views/EditableLines.h"
 
 #include "Views/LineDrop.h"
+#include "Views/TextDirection.h"
 
 #include <QTextBlock>
 #include <QTextBlockFormat>
@@ -13,9 +14,19 @@ namespace tessarin
 void EditableLines::renew()
 {
     QTextDocument* document = m_document == nullptr ? nullptr : m_document->textDocument();
-    if (document == nullptr || document->begin().blockFormat().lineHeightType() == QTextBlockFormat::FixedHeight) {
+    if (document == nullptr) {
         return;
     }
+    if (document->begin().blockFormat().lineHeightType() != QTextBlockFormat::FixedHeight) {
+        giveHeight(document);
+    }
+    if (!document->isRedoAvailable()) { // else a step is being undone, and a new one would forget it
+        TextDirection::give(*document, 0);
+    }
+}
+
+void EditableLines::giveHeight(QTextDocument* document)
+{
     document->setUndoRedoEnabled(false);
     QTextCursor cursor(document);
     cursor.select(QTextCursor::Document);

@@ -8,7 +8,8 @@
 namespace tessarin
 {
 
-// Gives a text that is typed the line height of a text that is read, which an editable view of Qt Quick does not have. The height is a
+// Gives a text that is typed the line height of a text that is read, which an editable view of Qt Quick does not have, and each of its
+// lines the direction of its letters. The height is a
 // format of the document, and new lines inherit it; it must not stand among the steps that the person can undo, so it is given only to a
 // document that has just been emptied or filled, which has no such steps.
 class EditableLines : public QObject, public QQmlParserStatus
@@ -34,6 +35,8 @@ signals:
     void dropChanged();
 
 private:
+    void giveHeight(QTextDocument* document);
+
     QPointer<QQuickTextDocument> m_document;
     int m_lineHeight = 0;
     int m_drop = 0;

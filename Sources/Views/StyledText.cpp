@@ -2,6 +2,7 @@
 
 #include "Views/LineDrop.h"
 #include "Views/LinkRules.h"
+#include "Views/TextDirection.h"
 
 #include <QTextBlockFormat>
 #include <QTextCursor>
@@ -85,12 +86,20 @@ void StyledText::write(qsizetype kept, const QList<TextRun>& runs)
     if (kept == 0) {
         QTextBlockFormat format;
         format.setLineHeight(m_lineHeight, QTextBlockFormat::FixedHeight);
+        if (m_isLeftToRight) {
+            format.setLayoutDirection(Qt::LeftToRight);
+        }
         cursor.setBlockFormat(format); // the blocks that follow inherit it
     }
     for (const TextRun& run : runs) {
         cursor.insertText(run.text, formatOf(run));
     }
     cursor.endEditBlock();
+    const bool hasRightToLeft = std::any_of(
+        m_content.runs.begin(), m_content.runs.end(), [](const TextRun& run) { return TextDirection::hasRightToLeft(run.text); });
+    if (hasRightToLeft && !m_isLeftToRight) {
+        TextDirection::give(*document, static_cast<int>(kept));
+    }
     readLinks();
 }
 

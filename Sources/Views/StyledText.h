@@ -27,6 +27,8 @@ class StyledText : public QObject, public QQmlParserStatus
     Q_PROPERTY(int drop READ drop NOTIFY dropChanged)
     // The links that the keyboard stops at, the first ones of a text that has very many.
     Q_PROPERTY(QList<tessarin::TextLink> links READ links NOTIFY linksChanged)
+    // Code is never read from right to left, whatever its first letters are.
+    Q_PROPERTY(bool leftToRight MEMBER m_isLeftToRight)
     Q_PROPERTY(QString fixedFamily MEMBER m_fixedFamily NOTIFY styleChanged)
     Q_PROPERTY(int fixedSize MEMBER m_fixedSize NOTIFY styleChanged)
     Q_PROPERTY(QColor linkColor MEMBER m_linkColor NOTIFY styleChanged)
@@ -67,6 +69,7 @@ private:
     QList<TextLink> m_links;
     bool m_isComplete = false;
     int m_lineHeight = 0;
+    bool m_isLeftToRight = false;
     int m_drop = 0;
     QString m_fixedFamily;
     int m_fixedSize = 0;

@@ -211,6 +211,26 @@ TEST_F(ComposerTest, ALongPromptIsPastedAtOnceAndScrolls)
     EXPECT_LT(pasted, 3000);
 }
 
+TEST_F(ComposerTest, EachLineStandsAtTheSideWhereItBegins)
+{
+    open();
+    const auto isAtTheRight = [this](int position) {
+        QRectF place;
+        QMetaObject::invokeMethod(area(), "positionToRectangle", Q_RETURN_ARG(QRectF, place), Q_ARG(int, position));
+        return place.x() > area()->width() / 2;
+    };
+    QGuiApplication::clipboard()->setText(QStringLiteral("שלום\nhello\nמה"));
+    QTest::keySequence(&qml.view(), QKeySequence::Paste);
+    EXPECT_TRUE(isAtTheRight(0));
+    EXPECT_FALSE(isAtTheRight(5));
+    EXPECT_TRUE(isAtTheRight(11));
+    QTest::keySequence(&qml.view(), QKeySequence::Undo);
+    EXPECT_EQ(draft(), "") << "the sides are no step of their own";
+    QTest::keySequence(&qml.view(), QKeySequence::Redo);
+    EXPECT_TRUE(isAtTheRight(0));
+    EXPECT_FALSE(isAtTheRight(5));
+}
+
 TEST_F(ComposerTest, TextIsInsertedWhereItWasDroppedElseAtTheCursor)
 {
     open();

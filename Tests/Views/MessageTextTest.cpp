@@ -202,7 +202,49 @@ TEST_F(MessageTextTest, ParagraphsStandAtTheSideWhereTheyBegin)
         mark = each->isVisible() ? each : mark;
     }
     ASSERT_NE(mark, nullptr);
+    QRectF second;
+    QMetaObject::invokeMethod(texts()[4], "positionToRectangle", Q_RETURN_ARG(QRectF, second), Q_ARG(int, 5));
+    EXPECT_LT(second.x(), 4) << "each paragraph of one text stands at its own side";
     EXPECT_GT(mark->mapToScene({}).x(), texts()[2]->mapToScene(QPointF(texts()[2]->width(), 0)).x()) << "its mark stands before it";
+}
+
+TEST_F(MessageTextTest, CodeIsNeverReadFromRightToLeft)
+{
+    openAnswer("```py\n# שלום\nx = 1\n```");
+    QRectF first;
+    QMetaObject::invokeMethod(texts()[0], "positionToRectangle", Q_RETURN_ARG(QRectF, first), Q_ARG(int, 0));
+    EXPECT_LT(first.x(), 4);
+}
+
+TEST_F(MessageTextTest, ATaskItemHasADrawnMarkThatIsRead)
+{
+    openAnswer("- [x] done\n- [ ] open\n- plain");
+    QStringList names;
+    for (QQuickItem* mark : QmlFixture::items(list, "ListMark")) {
+        if (QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(mark); accessible != nullptr) {
+            names.append(accessible->text(QAccessible::Name));
+        }
+    }
+    EXPECT_TRUE(names.contains("Done"));
+    EXPECT_TRUE(names.contains("To do"));
+}
+
+TEST_F(MessageTextTest, RowsOfVeryDifferentHeightsComeToRest)
+{
+    const std::string word = std::string(5000, 'w');
+    open({ { ChatEntryKind::user, word.c_str() }, { ChatEntryKind::assistant, word.c_str() }, { ChatEntryKind::system, word.c_str() },
+        { ChatEntryKind::thought, "short" }, { ChatEntryKind::user, word.c_str() }, { ChatEntryKind::user, "go" } });
+    list->setProperty("contentY", -24);
+    QCoreApplication::processEvents();
+    entries.push_back(ChatEntry::make(ChatEntryKind::system, "broken"));
+    model.noteAppended();
+    model.flush();
+    for (const QSize& size : { QSize(700, 148), QSize(2000, 1200), QSize(700, 220) }) {
+        qml.view().resize(size);
+        EXPECT_TRUE(QmlFixture::becomes([this] { return list->property("settling").toInt() == 0; }));
+        EXPECT_FALSE(qml.view().grabWindow().isNull());
+    }
+    EXPECT_TRUE(list->property("atRest").toBool());
 }
 
 } // namespace

@@ -14,6 +14,8 @@ TextEdit {
     // For what is copied from several texts: what stands between the one before and this one, and before this one.
     property string separator: "\n"
     property string lead: ""
+    // For code, which is never read from right to left.
+    property bool leftToRight: false
 
     readOnly: true
     selectByMouse: true
@@ -38,6 +40,7 @@ TextEdit {
         document: root.textDocument
         content: root.content
         lineHeight: root.lineHeight
+        leftToRight: root.leftToRight
         fixedFamily: Theme.fixedFamily
         fixedSize: Theme.sizeCallout
         linkColor: Theme.accent
