@@ -26,5 +26,7 @@ DropArea {
         color: "transparent"
         border.width: Theme.focusWidth
         border.color: Theme.accent
+        Accessible.role: Accessible.Notification
+        Accessible.name: "Insert into the message"
     }
 }

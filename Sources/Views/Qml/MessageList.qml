@@ -2,7 +2,6 @@ pragma ComponentBehavior: Bound
 
 import Qt.labs.qmlmodels
 import QtQuick
-import QtQuick.Templates as T
 import Tessarin
 
 // The entries of a task. Rows are chosen by kind and exist only while they are seen. A change of the last entry's text pulls the list
@@ -22,7 +21,9 @@ ListView {
     boundsBehavior: Flickable.StopAtBounds
     topMargin: Theme.space24
     bottomMargin: Theme.fade
-    cacheBuffer: Theme.outputMaximum
+    // A short task keeps all of its rows: where a few rows differ very much in height, the list's guesses at those that do not exist
+    // may follow each other without end.
+    cacheBuffer: count <= Theme.rowsKept ? Theme.rowsKeptWithin : Theme.outputMaximum
     currentIndex: -1
     keyNavigationEnabled: false
     highlightFollowsCurrentItem: false
@@ -30,7 +31,6 @@ ListView {
     model: entries
     Accessible.role: Accessible.List
     Accessible.name: "Messages"
-    T.ScrollBar.vertical: ThinScrollBar {}
     onContentYChanged: atRest = contentY >= lastY() - Theme.hairline
     onWidthChanged: stay()
     onHeightChanged: stay()
@@ -45,9 +45,11 @@ ListView {
         atRest = true
     }
 
-    // Where the list is at its end. Its own mark for it is late when it has just moved.
+    // Where the list is at its end. Its own mark for it is late when it has just moved. Where a short list begins is known only while its
+    // first row exists; else that is a guess from the rows that exist, which may lie far below the end.
     function lastY() {
-        return Math.max(originY - topMargin, originY + contentHeight + bottomMargin - height)
+        const end = originY + contentHeight + bottomMargin - height
+        return itemAtIndex(0) === null ? end : Math.max(originY - topMargin, end)
     }
 
     function stay() {
@@ -88,6 +90,8 @@ ListView {
             settle()
         }
     }
+
+    ListScrollBar { view: root }
 
     ScrollFocus {
         parent: root.parent

@@ -102,7 +102,7 @@ SheetPopup {
                 }
 
                 anchors.right: parent.right
-                width: choices.width
+                width: Math.ceil(choices.width)
                 height: Math.min(choices.height, 4 * Theme.controlHeight + 3 * Theme.space8)
                 contentHeight: choices.height
                 boundsBehavior: Flickable.StopAtBounds
@@ -120,7 +120,8 @@ SheetPopup {
                 Grid {
                     id: choices
 
-                    readonly property real room: answers.width - reject.width - Theme.space24
+                    x: list.width - width
+                    readonly property int room: answers.width - Math.ceil(reject.width) - Theme.space24
 
                     columns: row.width <= room ? row.children.length : 1
                     horizontalItemAlignment: Grid.AlignRight

@@ -1,7 +1,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import QtQuick.Templates as T
 import Tessarin
 
 // The agent's plan. Closed, it is one line with a tessera for each step; open, it lists the steps.
@@ -50,9 +49,10 @@ Rectangle {
             Keys.onPressed: event => keys.press(event)
             Accessible.role: Accessible.List
             Accessible.name: root.label
-            T.ScrollBar.vertical: ThinScrollBar {}
 
             delegate: PlanStep {}
+
+            ListScrollBar { view: steps }
 
             ScrollKeys {
                 id: keys

@@ -172,6 +172,8 @@ QtObject {
     readonly property int rowMenu: 30
     readonly property int rowThought: 28
     readonly property int outputMaximum: 260
+    readonly property int rowsKept: 50
+    readonly property int rowsKeptWithin: 1000000
     readonly property int pagesAhead: 2 // of a long text, that exist out of sight at its begin and at its end
     readonly property int composerTextMaximum: 176
     readonly property int welcomeBadge: 72
