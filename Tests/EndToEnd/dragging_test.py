@@ -80,7 +80,7 @@ class Dragging(WindowCase):
         self.write('two')
         self.source('--text', 'one ')
         x, y, _, height = self.composer.rect
-        self.assertEqual(self.drag_to(x + 17, y + height // 2), 'taken')
+        self.assertEqual(self.drag_to(x + 17, y + height // 2, lambda: self.reads('Insert into the message')), 'taken')
         self.window.wait(lambda: self.composer.text == 'one two', what='the text before that of the person')
         self.assertTrue(self.composer.focused)
 
@@ -90,7 +90,7 @@ class Dragging(WindowCase):
         self.open_project(project, size=SIZE)
         file = os.path.join(project, 'notes.txt')
         self.source(file)
-        self.assertEqual(self.drag_to(*self.middle_of(self.composer)), 'taken')
+        self.assertEqual(self.drag_to(*self.middle_of(self.composer), lambda: self.reads('Insert into the message')), 'taken')
         self.window.wait(lambda: self.composer.text == file, what='the path of the file')
 
     def test_WhatIsNoFolderIsRefusedElsewhere(self):

@@ -1,8 +1,8 @@
-#include "Views/SymbolProvider.h"
+#include "QmlFixture.h"
 
 #include <QDir>
 #include <QImage>
-#include <gtest/gtest.h>
+#include <QPainter>
 
 namespace tessarin
 {
@@ -44,6 +44,37 @@ TEST(SymbolProvider, AnUnknownNameIsAnEmptyPicture)
         EXPECT_EQ(drawn(id, QSize(8, 8)).size(), QSize(8, 8)) << id;
     }
     EXPECT_EQ(qAlpha(drawn("nothing?ffffff", QSize(8, 8)).pixel(4, 4)), 0);
+}
+
+// Run on a screen of single and one of double density.
+TEST(SymbolProvider, ASymbolIsAsSharpAsItsScreen)
+{
+    QmlFixture qml;
+    qml.view().setColor(Qt::white);
+    qml.show("SystemSymbol", { { "name", "checkmark.circle.fill" }, { "color", QColor(0x0d, 0x66, 0x78) } }, QSize(16, 16));
+    const int pixels = qRound(16 * qml.view().effectiveDevicePixelRatio());
+    const QImage shown = qml.view().grabWindow().convertToFormat(QImage::Format_RGB32);
+    ASSERT_EQ(shown.size(), QSize(pixels, pixels));
+    QImage wanted(shown.size(), QImage::Format_RGB32);
+    wanted.fill(Qt::white);
+    QPainter(&wanted).drawImage(0, 0, drawn("checkmark.circle.fill?0d6678", wanted.size()));
+    for (int y = 0; y < pixels; ++y) {
+        for (int x = 0; x < pixels; ++x) {
+            EXPECT_NEAR(qGreen(shown.pixel(x, y)), qGreen(wanted.pixel(x, y)), 2) << x << ' ' << y;
+        }
+    }
+}
+
+TEST(SymbolProvider, EverySymbolOfTheWindowHasADrawing)
+{
+    for (const char* name :
+        { "arrow.triangle.branch", "arrow.up", "arrow.up.forward.square", "brain.head.profile", "bubble.left", "checklist",
+            "checkmark.circle.fill", "checkmark.shield", "checkmark.shield.fill", "chevron.left.forwardslash.chevron.right", "circle",
+            "circle.dotted", "circle.fill", "doc.text", "exclamationmark.triangle.fill", "folder", "folder.badge.plus", "folder.fill",
+            "key.slash", "magnifyingglass", "photo", "photo.on.rectangle.angled", "play.circle.fill", "plus", "sparkles",
+            "square.and.pencil", "stop.fill", "terminal", "terminal.fill", "video", "wand.and.stars", "wrench.and.screwdriver", "xmark" }) {
+        EXPECT_TRUE(QFile::exists(QStringLiteral(":/Tessarin/Symbols/%1.svg").arg(QLatin1String(name)))) << name;
+    }
 }
 
 } // namespace
