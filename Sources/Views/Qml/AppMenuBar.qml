@@ -20,7 +20,7 @@ Rectangle {
     signal goToMessage()
     signal changePane()
     signal listKeys()
-    signal left()
+    signal givenUp()
     signal quit()
 
     function enter(title) {
@@ -66,7 +66,7 @@ Rectangle {
             position: 0
             onHoveredChanged: if (hovered) root.enter(file)
             onWalked: steps => root.walk(file, steps)
-            onLeft: root.left()
+            onGivenUp: root.givenUp()
 
             AppMenuItem { text: "New Task"; keys: Shortcuts.newTask; onTriggered: root.newTask() }
             AppMenuItem { text: "Open Project…"; keys: Shortcuts.openProject; onTriggered: root.windowModel.openProject() }
@@ -88,7 +88,7 @@ Rectangle {
             position: 1
             onHoveredChanged: if (hovered) root.enter(view)
             onWalked: steps => root.walk(view, steps)
-            onLeft: root.left()
+            onGivenUp: root.givenUp()
 
             AppMenuItem { text: "Code"; keys: Shortcuts.showCode; onTriggered: root.showCode() }
             AppMenuItem { text: "Imagine"; keys: Shortcuts.showImagine; onTriggered: root.showImagine() }
@@ -110,7 +110,7 @@ Rectangle {
             position: 2
             onHoveredChanged: if (hovered) root.enter(help)
             onWalked: steps => root.walk(help, steps)
-            onLeft: root.left()
+            onGivenUp: root.givenUp()
 
             AppMenuItem { text: "Keyboard Shortcuts"; keys: Shortcuts.listKeys; onTriggered: root.listKeys() }
         }

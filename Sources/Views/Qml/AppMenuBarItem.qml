@@ -11,7 +11,7 @@ T.AbstractButton {
     default property alias entries: popup.contentData
 
     signal walked(int steps)
-    signal left()
+    signal givenUp()
 
     // With that entry chosen, or none for -1.
     function open(entry) {
@@ -35,7 +35,7 @@ T.AbstractButton {
     Keys.onEnterPressed: open(0)
     Keys.onLeftPressed: walked(-1)
     Keys.onRightPressed: walked(1)
-    Keys.onEscapePressed: left()
+    Keys.onEscapePressed: givenUp()
     onPressed: isOpen ? close() : open(-1)
 
     Line {

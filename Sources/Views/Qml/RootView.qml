@@ -59,7 +59,7 @@ FocusScope {
         onGoToMessage: detail.focusComposer()
         onChangePane: root.changePane()
         onListKeys: shortcuts.active = true
-        onLeft: columns.forceActiveFocus(Qt.PopupFocusReason)
+        onGivenUp: columns.forceActiveFocus(Qt.PopupFocusReason)
         onQuit: root.quit()
     }
 
