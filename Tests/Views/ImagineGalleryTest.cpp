@@ -65,6 +65,13 @@ protected:
     {
         return QmlFixture::becomes([this] { return menuEntries().size() == 2; });
     }
+    // The window gives the focus back to where it was.
+    bool awaitNoMenu()
+    {
+        const bool isGone = QmlFixture::becomes([this] { return menuEntries().isEmpty(); });
+        root->forceActiveFocus(Qt::PopupFocusReason);
+        return isGone;
+    }
     std::vector<std::string> stillThere() const
     {
         std::vector<std::string> out;
@@ -270,7 +277,7 @@ TEST_F(ImagineGalleryTest, TheMenuOffersToOpenAndToTrash)
     QMetaObject::invokeMethod(QmlFixture::items(qml.view().contentItem(), "AppMenuItem").value(1), "triggered");
     EXPECT_THAT(stillThere(), ElementsAre("A flight"));
     EXPECT_THAT(desktop.trashed, ElementsAre(path));
-    EXPECT_EQ(card("A harbour"), nullptr);
+    EXPECT_TRUE(QmlFixture::becomes([this] { return card("A harbour") == nullptr; }));
     EXPECT_TRUE(desktop.opened.empty());
 }
 
@@ -283,20 +290,21 @@ TEST_F(ImagineGalleryTest, TheKeysOpenTheMenuOnTheirEntry)
     ASSERT_TRUE(awaitMenu());
     press(Qt::Key_Return);
     EXPECT_EQ(desktop.opened.size(), 1U);
-    ASSERT_TRUE(QmlFixture::becomes([this] { return menuEntries().isEmpty(); }));
-    EXPECT_EQ(focusedPrompt(), "A harbour") << qml.view().activeFocusItem()->metaObject()->className();
+    ASSERT_TRUE(awaitNoMenu());
+    EXPECT_EQ(focusedPrompt(), "A harbour");
     press(Qt::Key_Delete);
     ASSERT_TRUE(awaitMenu());
     EXPECT_EQ(stillThere().size(), 2U) << "not before it is confirmed";
     press(Qt::Key_Escape);
-    ASSERT_TRUE(QmlFixture::becomes([this] { return menuEntries().isEmpty(); }));
+    ASSERT_TRUE(awaitNoMenu());
     EXPECT_EQ(stillThere().size(), 2U);
     press(Qt::Key_Delete);
     ASSERT_TRUE(awaitMenu());
     press(Qt::Key_Return);
     EXPECT_THAT(stillThere(), ElementsAre("A flight"));
-    ASSERT_TRUE(QmlFixture::becomes([this] { return menuEntries().isEmpty(); }));
-    EXPECT_EQ(focusedPrompt(), "A flight") << "the focus goes on to the next";
+    ASSERT_TRUE(awaitNoMenu());
+    EXPECT_TRUE(QmlFixture::becomes([this] { return focusedPrompt() == "A flight"; }))
+        << "the focus goes on to the next, not to " << qml.view().activeFocusItem()->metaObject()->className();
 }
 
 TEST_F(ImagineGalleryTest, TheArrowsLeadFromCardToCard)
@@ -356,6 +364,8 @@ TEST_F(ImagineGalleryTest, AfterTheLastCardIsTrashedTheFocusIsInThePrompt)
     card("A harbour")->forceActiveFocus(Qt::TabFocusReason);
     model->deleteImagineItem(model->imagineItems()[0]);
     EXPECT_TRUE(item("GalleryEmpty")->isVisible());
+    EXPECT_TRUE(QmlFixture::becomes([this] { return QmlFixture::items(root, "QQuickTextArea").value(0)->hasActiveFocus(); }))
+        << qml.view().activeFocusItem()->metaObject()->className();
     type("a");
     EXPECT_EQ(draft(), "a");
 }

@@ -15,9 +15,9 @@ Item {
     readonly property int entryTrash: 1
 
     function open(place, entry) {
-        popup.place = place
-        popup.entry = entry
-        popup.active = true
+        opening.place = place
+        opening.entry = entry
+        opening.active = true
     }
 
     // Delete leads to the entry that moves to the trash, and does nothing yet.
@@ -37,7 +37,7 @@ Item {
     }
 
     LazyItem {
-        id: popup
+        id: opening
 
         property point place
         property int entry
@@ -45,14 +45,14 @@ Item {
         active: false
 
         sourceComponent: AppMenu {
-            x: popup.place.x
-            y: popup.place.y
+            x: opening.place.x
+            y: opening.place.y
             name: "Creation"
             Component.onCompleted: {
                 open()
-                currentIndex = popup.entry
+                currentIndex = opening.entry
             }
-            onClosed: popup.active = false
+            onClosed: opening.active = false
 
             AppMenuItem {
                 text: "Open"

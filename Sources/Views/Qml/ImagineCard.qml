@@ -17,7 +17,7 @@ Item {
     readonly property bool showsFocus: activeFocus && KeyboardUse.isOn
     readonly property string kind: format === ImagineFormat.Video ? "Video" : "Image"
 
-    signal taken() // by the pointer
+    signal taken() // the focus
 
     function open() {
         imagine.open(itemID)
@@ -32,7 +32,7 @@ Item {
     Keys.onEnterPressed: open()
     Keys.onSpacePressed: open()
     Keys.onPressed: event => menu.press(event)
-    onActiveFocusChanged: if (activeFocus) taken()
+    onActiveFocusChanged: if (activeFocus && index >= 0) taken() // one that is on its way out has no index
 
     TapHandler { onTapped: root.forceActiveFocus(Qt.MouseFocusReason) }
 

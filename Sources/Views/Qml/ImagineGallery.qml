@@ -24,6 +24,14 @@ Item {
         readonly property int columns: Math.max(1, Math.floor(span / (Theme.cardMinimum + Theme.gallerySpacing)))
         readonly property int cardWidth: Math.min(Theme.cardMaximum, cellWidth - Theme.gallerySpacing)
 
+        function passFocus() {
+            if (activeFocus && currentItem !== null) {
+                currentItem.forceActiveFocus(Qt.TabFocusReason)
+            } else if (activeFocus && count === 0) {
+                root.emptied()
+            }
+        }
+
         function press(event) {
             const page = columns * Math.max(1, Math.floor(height / cellHeight))
             const steps = { [Qt.Key_PageUp]: -page, [Qt.Key_PageDown]: page, [Qt.Key_Home]: -count, [Qt.Key_End]: count }
@@ -48,8 +56,8 @@ Item {
         Accessible.name: "Creations"
         T.ScrollBar.vertical: ThinScrollBar {}
         Keys.onPressed: event => press(event)
-        onCurrentItemChanged: if (activeFocus && currentItem !== null) currentItem.forceActiveFocus(Qt.TabFocusReason)
-        onCountChanged: if (activeFocus && count === 0) root.emptied()
+        onCurrentItemChanged: passFocus()
+        onCountChanged: if (count === 0) passFocus()
 
         delegate: ImagineCard {
             width: grid.cardWidth
@@ -61,6 +69,17 @@ Item {
     }
 
     ScrollFocus { view: grid }
+
+    // A card that went leaves the focus to the view as a whole.
+    Connections {
+        target: root.Window.window
+
+        function onActiveFocusItemChanged() {
+            if (root.Window.activeFocusItem === grid) {
+                Qt.callLater(grid.passFocus)
+            }
+        }
+    }
 
     // The gallery runs out softly.
     Rectangle {
