@@ -8,6 +8,8 @@
 #include <QQmlParserStatus>
 
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,9 +18,9 @@ namespace tessarin
 
 class EntryListModel;
 
-// The text of one entry, laid out as pages of blocks. It is parsed once; while it streams, only what stands behind the last place that
-// can no longer change is parsed again, and only the blocks that differ are told. A page holds a few thousand characters, so that a view
-// can leave out the pages that nobody sees.
+// The text of one entry, laid out as pages of blocks. A page holds a few thousand characters, so that a view can leave out the pages that
+// nobody sees: blocks are made for the pages that are asked for, and dropped when they are given back. While the text streams, only what
+// stands behind the last place that can no longer change is parsed again, and only the blocks that differ are told.
 class TextPages : public QAbstractListModel, public QQmlParserStatus
 {
     Q_OBJECT
@@ -27,6 +29,7 @@ class TextPages : public QAbstractListModel, public QQmlParserStatus
     Q_PROPERTY(tessarin::EntryListModel* entries MEMBER m_entries REQUIRED)
     Q_PROPERTY(int row MEMBER m_row REQUIRED)
     Q_PROPERTY(Format format MEMBER m_format REQUIRED)
+    Q_PROPERTY(int count READ count NOTIFY countChanged)
     Q_MOC_INCLUDE("Views/EntryListModel.h")
 public:
     enum Format { Markdown, Plain };
@@ -45,6 +48,10 @@ public:
     // The text has only grown at its end since the last call, which spares the comparison.
     void growText(std::string_view text);
 
+    [[nodiscard]] int count() const { return static_cast<int>(m_pages.size()); }
+
+    // The blocks of a page, which stay true until the last one that took them is gone; null for a page that is not there.
+    Q_INVOKABLE tessarin::BlockListModel* takeBlocks(int page, QObject* taker);
     // The whole code of the block, with the blocks that go on with it.
     Q_INVOKABLE QString code(int page, int block) const;
 
@@ -55,29 +62,43 @@ public:
     void classBegin() override { }
     void componentComplete() override;
 
+signals:
+    void countChanged();
+
 private:
     struct Page {
-        std::unique_ptr<BlockListModel> blocks;
         std::size_t begin = 0; // in the text
-        int settledBlocks = 0; // those of closed segments
+        std::size_t firstSegment = 0;
+        std::unique_ptr<BlockListModel> blocks; // absent until they are asked for
+        int takers = 0;
+        std::size_t settledSegments = 0; // closed ones that stand in the blocks
+        int settledBlocks = 0; // and how many blocks they are
     };
 
     void readEntry(int row, bool hasOnlyGrown);
     void restart();
-    void layOut(std::string_view text);
-    [[nodiscard]] QList<TextBlock> parsed(std::size_t segment, std::string_view text) const;
-    void beginPage(std::size_t begin);
-    void dropPagesAfter(std::size_t count);
+    void unsettle();
+    void placePages();
+    void takePages(std::size_t first, std::vector<Page>&& pages);
+    void giveBlocksBack(std::size_t page, const BlockListModel* blocks);
+    [[nodiscard]] BlockListModel* blocksOf(std::size_t page) const;
+    void fill(std::size_t page) const;
+    [[nodiscard]] std::optional<TextBlock> blockBefore(std::size_t page) const;
+    [[nodiscard]] QList<TextBlock> parsed(std::size_t segment) const;
+    [[nodiscard]] QList<TextBlock> parsedPage(std::size_t page) const;
+    [[nodiscard]] std::string_view text() const;
 
     QPointer<EntryListModel> m_entries;
     int m_row = -1;
     Format m_format = Markdown;
 
     TextSegments m_segments;
-    std::size_t m_settledSegments = 0;
     std::size_t m_definitionBytes = 0;
-    std::vector<Page> m_pages;
-    std::size_t m_openPage = 0; // the last one that the text has reached
+    std::size_t m_placedSegments = 0; // that have their page
+    std::size_t m_placedPages = 0;
+    std::size_t m_firstOpenPage = 0; // from here on blocks may change
+    mutable std::vector<Page> m_pages; // whose blocks are made when they are asked for
+    std::string m_ownText; // without an entry to read
     std::size_t m_textSize = 0;
     std::optional<std::size_t> m_textHash; // of the whole text; absent when it has grown since
 };

@@ -100,8 +100,8 @@ void TextSegments::cutLongLine(std::string_view text, std::size_t lineBegin)
         std::size_t at = begin + openByteLimit;
         if (lineBegin > begin) {
             at = lineBegin;
-        } else if (const std::size_t blank = text.rfind(' ', at); blank != std::string_view::npos && blank > begin) {
-            at = blank + 1;
+        } else if (const std::size_t blank = text.substr(begin, openByteLimit).rfind(' '); blank != std::string_view::npos && blank > 0) {
+            at = begin + blank + 1;
         }
         while (at < text.size() && isContinuationByte(text[at])) {
             ++at;

@@ -1,5 +1,7 @@
 #include "Views/TextSelection.h"
 
+#include "Views/OutputPages.h"
+
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -7,6 +9,7 @@
 #include <QQuickWindow>
 
 #include <algorithm>
+#include <utility>
 
 namespace tessarin
 {
@@ -75,6 +78,9 @@ QList<QQuickItem*> TextSelection::texts() const
 
 QString TextSelection::selectedText() const
 {
+    if (m_isWhole && m_pages != nullptr) {
+        return m_pages->wholeText();
+    }
     QString all;
     const QList<QQuickItem*> read = texts();
     for (const QQuickItem* text : read) {
@@ -100,6 +106,7 @@ void TextSelection::copy() const
 
 void TextSelection::selectAll()
 {
+    setWhole(true);
     const QList<QQuickItem*> read = texts();
     if (!read.isEmpty()) {
         select(read, {}, { read.size() - 1, length(read.back()) });
@@ -186,6 +193,7 @@ bool TextSelection::move(const QMouseEvent& event)
         }
         return false; // the text selects within itself
     }
+    setWhole(false);
     select(read, { anchor, m_anchorPosition }, here);
     return true;
 }
@@ -245,6 +253,7 @@ void TextSelection::clear(const QQuickItem* except)
         }
     }
     m_isAcross = false;
+    setWhole(false);
     readSelection();
 }
 
@@ -259,6 +268,13 @@ void TextSelection::readSelection()
     if (isSelected != m_hasSelection) {
         m_hasSelection = isSelected;
         emit selectionChanged();
+    }
+}
+
+void TextSelection::setWhole(bool isWhole)
+{
+    if (std::exchange(m_isWhole, isWhole) != isWhole) {
+        emit wholeChanged();
     }
 }
 

@@ -9,6 +9,8 @@
 namespace tessarin
 {
 
+class OutputPages;
+
 // Stacks the texts of one message, and lets a selection run across them. Each text selects within itself as it always does; when the
 // pointer is drawn beyond the text in which it was pressed, the area selects the end of that text, all of those between, and the begin of
 // the one that the pointer is in. The keys that copy and that select all then act upon the whole message. A selection lasts until the
@@ -17,11 +19,17 @@ class TextSelection : public BlockStack
 {
     Q_OBJECT
     QML_ELEMENT
+    // Whether all of the message is selected, so that all of its texts have to exist.
+    Q_PROPERTY(bool isWhole READ isWhole NOTIFY wholeChanged)
+    // The texts of an output, of which only those that are seen exist.
+    Q_PROPERTY(tessarin::OutputPages* pages MEMBER m_pages)
+    Q_MOC_INCLUDE("Views/OutputPages.h")
     Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY selectionChanged)
 public:
     explicit TextSelection(QQuickItem* parent = nullptr);
 
     [[nodiscard]] bool hasSelection() const { return m_hasSelection; }
+    [[nodiscard]] bool isWhole() const { return m_isWhole; }
     // What is selected in all texts: between two of them stands the `separator` of the later one, before one that is selected from its
     // begin stands its `lead`.
     [[nodiscard]] Q_INVOKABLE QString selectedText() const;
@@ -30,6 +38,7 @@ public:
 
 signals:
     void selectionChanged();
+    void wholeChanged();
 
 protected:
     bool eventFilter(QObject* text, QEvent* event) override;
@@ -48,6 +57,7 @@ private:
     void select(const QList<QQuickItem*>& texts, Place from, Place to);
     void clear(const QQuickItem* except = nullptr);
     void readSelection();
+    void setWhole(bool isWhole);
     void giveUpFor(const QQuickItem* focused);
     [[nodiscard]] Place placeAt(const QList<QQuickItem*>& texts, QPointF scenePosition) const;
     // In the order in which they are read.
@@ -57,7 +67,9 @@ private:
     int m_anchorPosition = 0;
     bool m_isDrawn = false; // the pointer is down
     bool m_isAcross = false; // more than one text is selected
+    bool m_isWhole = false;
     bool m_hasSelection = false;
+    QPointer<OutputPages> m_pages;
 };
 
 } // namespace tessarin

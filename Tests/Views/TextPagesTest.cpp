@@ -3,6 +3,8 @@
 #include "Printing.h"
 
 #include <QAbstractItemModelTester>
+#include <QCoreApplication>
+#include <QPointer>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 
@@ -114,6 +116,54 @@ TEST(TextPages, ALongTextHasManyPages)
     }
     pages.setText(code + "```\n");
     EXPECT_GE(pages.rowCount(), 10);
+}
+
+TEST(TextPages, BlocksAreThereForThePagesThatAreTakenAndGoWithTheLastTaker)
+{
+    TextPages pages(TextPages::Markdown);
+    pages.setText(sample());
+    const auto first = std::make_unique<QObject>();
+    auto second = std::make_unique<QObject>();
+    QPointer<BlockListModel> blocks = pages.takeBlocks(1, first.get());
+    ASSERT_NE(blocks, nullptr);
+    EXPECT_EQ(pages.takeBlocks(1, second.get()), blocks);
+    second.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_NE(blocks, nullptr);
+    pages.growText(sample() + " with more");
+    EXPECT_TRUE(allBlocks(pages).back().content.plainText().endsWith("with more"));
+    EXPECT_EQ(pages.takeBlocks(-1, first.get()), nullptr);
+    EXPECT_EQ(pages.takeBlocks(pages.rowCount(), first.get()), nullptr);
+}
+
+TEST(TextPages, BlocksThatNobodyHasAnyMoreAreMadeAgainWhenTheyAreTaken)
+{
+    TextPages pages(TextPages::Markdown);
+    pages.setText(sample());
+    auto taker = std::make_unique<QObject>();
+    const QPointer<BlockListModel> blocks = pages.takeBlocks(1, taker.get());
+    const QList<TextBlock> before = blocks->blocks();
+    const int gap = blocks->index(0).data(BlockListModel::GapRole).toInt();
+    taker.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(blocks, nullptr);
+    EXPECT_TRUE(page(pages, 1)->blocks() == before);
+    EXPECT_EQ(page(pages, 1)->index(0).data(BlockListModel::GapRole).toInt(), gap);
+}
+
+TEST(TextPages, BlocksOfATextThatBecomesShorterGoWithTheirPages)
+{
+    TextPages pages(TextPages::Markdown);
+    pages.setText(sample());
+    auto taker = std::make_unique<QObject>();
+    const QPointer<BlockListModel> blocks = pages.takeBlocks(1, taker.get());
+    pages.setText("short");
+    EXPECT_EQ(blocks, nullptr);
+    pages.setText(sample());
+    const QPointer<BlockListModel> again = page(pages, 1);
+    taker.reset(); // of blocks that are gone
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_NE(again, nullptr);
 }
 
 TEST(TextPages, CodeThatIsLaidOutInPiecesIsCopiedWhole)

@@ -20,9 +20,22 @@ TextSelection {
             format: TextPages.Markdown
         }
 
-        delegate: MarkdownPage {
-            pages: textPages
-            label: root.label
+        delegate: LazyPage {
+            id: page
+
+            required property int index
+
+            wanted: index < Theme.pagesAhead || index >= textPages.count - Theme.pagesAhead || root.isWhole
+            kept: root.hasSelection
+
+            sourceComponent: MarkdownPage {
+                id: laidOut
+
+                blocks: textPages.takeBlocks(page.index, laidOut)
+                index: page.index
+                pages: textPages
+                label: root.label
+            }
         }
     }
 }

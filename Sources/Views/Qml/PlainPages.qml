@@ -19,29 +19,38 @@ TextSelection {
 
     Repeater {
         model: TextPages {
+            id: textPages
+
             entries: root.entries
             row: root.row
             format: TextPages.Plain
         }
 
-        delegate: BlockStack {
+        delegate: LazyPage {
             id: page
 
-            required property BlockListModel blocks
+            required property int index
 
-            Repeater {
-                model: page.blocks
+            wanted: index < Theme.pagesAhead || index >= textPages.count - Theme.pagesAhead || root.isWhole
+            kept: root.hasSelection
 
-                delegate: SelectableText {
-                    required property bool continued
+            sourceComponent: BlockStack {
+                id: laidOut
 
-                    label: root.label
-                    separator: continued ? "" : "\n"
-                    lineHeight: root.lineHeight
-                    wrapMode: root.wrapMode
-                    horizontalAlignment: root.centred ? TextEdit.AlignHCenter : undefined
-                    font: root.font
-                    color: root.color
+                Repeater {
+                    model: textPages.takeBlocks(page.index, laidOut)
+
+                    delegate: SelectableText {
+                        required property bool continued
+
+                        label: root.label
+                        separator: continued ? "" : "\n"
+                        lineHeight: root.lineHeight
+                        wrapMode: root.wrapMode
+                        horizontalAlignment: root.centred ? TextEdit.AlignHCenter : undefined
+                        font: root.font
+                        color: root.color
+                    }
                 }
             }
         }

@@ -1,8 +1,11 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Templates as T
 import Tessarin
 
-// What a tool printed, line by line as it stands. It scrolls both ways and leaves the wheel to the list at its ends.
+// What a tool printed, line by line as it stands. It scrolls both ways and leaves the wheel to the list at its ends. Only the pages that are
+// seen exist, so that it opens at once, however much it is.
 Item {
     id: root
 
@@ -10,7 +13,14 @@ Item {
     required property int row
     required property string label
 
-    implicitHeight: Math.min(Theme.outputMaximum, text.implicitHeight + 2 * Theme.space12)
+    implicitHeight: Math.min(Theme.outputMaximum, printed.lineCount * Theme.lineCodeSmall + 2 * Theme.space12)
+
+    OutputPages {
+        id: printed
+
+        entries: root.entries
+        row: root.row
+    }
 
     Rectangle {
         anchors.fill: parent
@@ -30,38 +40,61 @@ Item {
         width: parent.width - 2 * Theme.hairline
     }
 
-    Flickable {
-        id: view
-
+    TextSelection {
         anchors.fill: parent
         anchors.margins: Theme.space12
-        contentWidth: text.width
-        contentHeight: text.height
-        boundsBehavior: Flickable.StopAtBounds
-        clip: true
-        activeFocusOnTab: contentWidth > width || contentHeight > height
-        Accessible.role: Accessible.Pane
-        Accessible.name: root.label
-        Keys.onPressed: event => keys.press(event)
-        T.ScrollBar.vertical: ThinScrollBar {}
-        T.ScrollBar.horizontal: ThinScrollBar {}
+        pages: printed
 
-        ScrollKeys {
-            id: keys
+        ListView {
+            id: view
 
-            view: view
-        }
+            // The widest page that was seen.
+            property real widest: 0
 
-        PlainPages {
-            id: text
+            height: root.height - 2 * Theme.space12
+            contentWidth: Math.max(widest, width)
+            flickableDirection: Flickable.AutoFlickIfNeeded
+            boundsBehavior: Flickable.StopAtBounds
+            clip: true
+            currentIndex: -1
+            keyNavigationEnabled: false
+            model: printed
+            activeFocusOnTab: contentWidth > width || contentHeight > height
+            Accessible.role: Accessible.Pane
+            Accessible.name: root.label
+            Keys.onPressed: event => keys.press(event)
+            T.ScrollBar.vertical: ThinScrollBar {}
+            T.ScrollBar.horizontal: ThinScrollBar {}
 
-            width: Math.max(implicitWidth, view.width)
-            entries: root.entries
-            row: root.row
-            label: root.label
-            wrapMode: TextEdit.NoWrap
-            lineHeight: Theme.lineCodeSmall
-            font: Theme.codeSmallFont
+            ScrollKeys {
+                id: keys
+
+                view: view
+            }
+
+            delegate: OrderedItem {
+                id: page
+
+                required property int index
+                required property styledRuns content
+                required property bool continued
+
+                order: index
+                width: view.contentWidth
+                height: text.height
+
+                SelectableText {
+                    id: text
+
+                    content: page.content
+                    label: root.label
+                    separator: page.continued ? "" : "\n"
+                    lineHeight: Theme.lineCodeSmall
+                    wrapMode: TextEdit.NoWrap
+                    font: Theme.codeSmallFont
+                    onImplicitWidthChanged: view.widest = Math.max(view.widest, implicitWidth)
+                }
+            }
         }
     }
 

@@ -1,0 +1,159 @@
+#include "QmlFixture.h"
+#include "Views/EntryListModel.h"
+#include "Views/TextSelection.h"
+
+namespace tessarin
+{
+
+namespace
+{
+
+// A list of messages with one entry that is far longer than the view.
+class LongTextTest : public testing::Test
+{
+protected:
+    LongTextTest() : model([this]() -> const std::vector<ChatEntry>& { return entries; }) { }
+    ~LongTextTest() override { qml.view().setSource({}); }
+
+    static std::string paragraphs(int count)
+    {
+        std::string text;
+        for (int i = 0; i < count; ++i) {
+            text += "Paragraph " + std::to_string(i) + " with **some** words, which are not the same in each, so that heights differ: "
+                + std::string(static_cast<std::size_t>(i % 7) * 60, 'o') + ".\n\n";
+        }
+        return text;
+    }
+    void open(ChatEntryKind kind, std::string text)
+    {
+        entries.push_back(ChatEntry::make(kind, std::move(text)));
+        model.noteReset();
+        list = qml.show("MessageList", { { "entries", QVariant::fromValue(&model) } }, QSize(800, 500));
+        settle();
+    }
+    void settle()
+    {
+        EXPECT_TRUE(QmlFixture::becomes([this] { return list->property("settling").toInt() == 0; }));
+    }
+    void frame() { EXPECT_FALSE(qml.view().grabWindow().isNull()); }
+    void scrollBy(double distance)
+    {
+        list->setProperty("contentY", list->property("contentY").toDouble() + distance);
+        frame();
+    }
+    [[nodiscard]] QList<QQuickItem*> pages() const { return QmlFixture::items(list, "MarkdownPage"); }
+    [[nodiscard]] QRectF placeOf(const QQuickItem* item) const { return item->mapRectToItem(list, QRectF(QPointF(), item->size())); }
+    // The page in the middle of the view.
+    [[nodiscard]] QQuickItem* pageInSight() const
+    {
+        for (QQuickItem* page : pages()) {
+            if (placeOf(page).contains(QPointF(200, 250))) {
+                return page;
+            }
+        }
+        return nullptr;
+    }
+
+    std::vector<ChatEntry> entries;
+    EntryListModel model;
+    QmlFixture qml;
+    QQuickItem* list = nullptr;
+};
+
+constexpr int fewPages = 12;
+
+TEST_F(LongTextTest, OnlyThePagesInSightAndTheEndsExist)
+{
+    open(ChatEntryKind::assistant, paragraphs(4000));
+    EXPECT_TRUE(QmlFixture::becomes([this] { return pages().size() < fewPages; })) << pages().size();
+    EXPECT_TRUE(list->property("atYEnd").toBool());
+    EXPECT_NE(pageInSight(), nullptr);
+}
+
+TEST_F(LongTextTest, APageComesIntoBeingBeforeItIsSeenAndGoesAfterwards)
+{
+    open(ChatEntryKind::assistant, paragraphs(1000));
+    for (int step = 0; step < 120; ++step) {
+        scrollBy(-200);
+        ASSERT_NE(pageInSight(), nullptr) << step;
+    }
+    EXPECT_TRUE(QmlFixture::becomes([this] { return pages().size() < fewPages; })) << pages().size();
+}
+
+TEST_F(LongTextTest, WhatIsSeenStaysInItsPlaceWhenAPageAboveItComesIntoBeing)
+{
+    open(ChatEntryKind::assistant, paragraphs(1000));
+    for (int step = 0; step < 100; ++step) {
+        const QPointer<QQuickItem> page = pageInSight();
+        ASSERT_NE(page, nullptr) << step;
+        const double before = placeOf(page).top();
+        scrollBy(-60);
+        ASSERT_NE(page, nullptr) << step;
+        EXPECT_NEAR(placeOf(page).top(), before + 60, 1) << step;
+    }
+}
+
+TEST_F(LongTextTest, AStreamedAnswerKeepsOnlyThePagesInSight)
+{
+    open(ChatEntryKind::assistant, "begin\n\n");
+    for (int chunk = 0; chunk < 150; ++chunk) {
+        entries.back().text += paragraphs(5);
+        model.noteTextAppended(0);
+        model.flush();
+        frame();
+    }
+    EXPECT_TRUE(QmlFixture::becomes([this] { return pages().size() < fewPages; })) << pages().size();
+    EXPECT_TRUE(QmlFixture::becomes([this] { return list->property("atYEnd").toBool(); }));
+    EXPECT_NE(pageInSight(), nullptr);
+}
+
+TEST_F(LongTextTest, SelectingAllOfALongAnswerSelectsEveryPage)
+{
+    open(ChatEntryKind::assistant, paragraphs(600));
+    auto* selection = QmlFixture::items(list, "MarkdownPages").value(0);
+    ASSERT_NE(selection, nullptr);
+    QMetaObject::invokeMethod(selection, "selectAll");
+    QString selected;
+    QMetaObject::invokeMethod(selection, "selectedText", Q_RETURN_ARG(QString, selected));
+    for (int i = 0; i < 600; ++i) {
+        ASSERT_TRUE(selected.contains(QStringLiteral("Paragraph %1 with some").arg(i))) << i;
+    }
+}
+
+TEST_F(LongTextTest, AnOutputOfMegabytesHasOnlyThePagesInSight)
+{
+    std::string output;
+    for (int line = 0; output.size() < 3'000'000; ++line) {
+        output += "line " + std::to_string(line) + " of what the tool has printed\n";
+    }
+    open(ChatEntryKind::tool, output);
+    QMetaObject::invokeMethod(QmlFixture::items(list, "ToolCardHead").value(0), "clicked");
+    QQuickItem* shown = QmlFixture::items(list, "ToolOutput").value(0);
+    ASSERT_NE(shown, nullptr);
+    EXPECT_EQ(shown->height(), 260);
+    frame();
+    EXPECT_GT(QmlFixture::items(shown, "SelectableText").size(), 0);
+    EXPECT_LT(QmlFixture::items(shown, "SelectableText").size(), 5);
+    auto* selection = QmlFixture::items(shown, "tessarin::TextSelection").value(0);
+    ASSERT_NE(selection, nullptr);
+    QMetaObject::invokeMethod(selection, "selectAll");
+    QString selected;
+    QMetaObject::invokeMethod(selection, "selectedText", Q_RETURN_ARG(QString, selected));
+    EXPECT_EQ(selected.toStdString(), output);
+}
+
+TEST_F(LongTextTest, AShortOutputIsAsHighAsItsLines)
+{
+    open(ChatEntryKind::tool, "one\ntwo\nthree\n");
+    QMetaObject::invokeMethod(QmlFixture::items(list, "ToolCardHead").value(0), "clicked");
+    QQuickItem* shown = QmlFixture::items(list, "ToolOutput").value(0);
+    ASSERT_NE(shown, nullptr);
+    frame();
+    const QQuickItem* text = QmlFixture::items(shown, "SelectableText").value(0);
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(shown->height(), text->height() + 24);
+}
+
+} // namespace
+
+} // namespace tessarin
