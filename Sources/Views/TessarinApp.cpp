@@ -4,6 +4,9 @@
 #include "Models/WorkspaceStore.h"
 #include "Platform/InstanceLock.h"
 #include "Platform/Preferences.h"
+#include "Views/ButtonAccessible.h"
+#include "Views/CaretRest.h"
+#include "Views/FrameReport.h"
 #include "Views/ReadOnlyShortcuts.h"
 #include "Views/SignalWatch.h"
 #include "Views/SymbolProvider.h"
@@ -40,6 +43,9 @@ int TessarinApp::run(int argc, char** argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("tessarin"));
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     QGuiApplication application(argc, argv);
+    ButtonAccessible::install();
+    CaretRest caretRest;
+    application.installEventFilter(&caretRest);
     ReadOnlyShortcuts shortcuts;
     application.installEventFilter(&shortcuts);
     const SignalWatch signalWatch;
@@ -99,6 +105,7 @@ void TessarinApp::finishFirstFrame()
         static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
     m_windowModel.attach(m_model);
     m_window->installEventFilter(&m_windowModel);
+    FrameReport::beginIfAsked(*m_window);
 }
 
 void TessarinApp::close()
@@ -112,34 +119,45 @@ void TessarinApp::close()
 
 void TessarinApp::placeWindow()
 {
+    m_windowModel.setSidebarWidth(QString::fromStdString(m_preferences.text(WindowModel::sidebarWidthKey).value_or("")).toInt());
     const auto stored = WindowPlace::parse(m_preferences.text(WindowPlace::key).value_or(""));
     QList<QRect> screens;
     for (const QScreen* screen : QGuiApplication::screens()) {
         screens.append(screen->availableGeometry());
     }
-    const auto place = stored ? stored->fittedTo(screens) : std::nullopt;
+    const auto place = (stored ? *stored : WindowPlace{ QRect(QPoint(), WindowPlace::defaultSize), false }).fittedTo(screens);
     if (!place) {
         m_window->resize(WindowPlace::defaultSize);
         return;
     }
-    m_window->setGeometry(place->frame);
+    m_place = WindowPlaceKeeper(*place);
+    if (stored) {
+        m_window->setGeometry(place->frame);
+    } else {
+        m_window->resize(place->frame.size()); // where, the desktop knows best
+    }
     if (place->isMaximized) {
         m_window->setWindowStates(Qt::WindowMaximized);
+    }
+    for (const auto signal : { &QWindow::xChanged, &QWindow::yChanged, &QWindow::widthChanged, &QWindow::heightChanged }) {
+        connect(m_window, signal, this, &TessarinApp::notePlace);
+    }
+    connect(m_window, &QWindow::windowStateChanged, this, &TessarinApp::notePlace);
+}
+
+void TessarinApp::notePlace()
+{
+    const Qt::WindowStates states = m_window->windowStates();
+    const bool isMaximized = states.testFlag(Qt::WindowMaximized);
+    if (states == Qt::WindowNoState || isMaximized) {
+        m_place.note(m_window->geometry(), isMaximized);
     }
 }
 
 void TessarinApp::rememberPlace()
 {
-    if (m_window == nullptr) {
-        return;
-    }
-    WindowPlace place{ m_window->geometry(), (m_window->windowStates() & Qt::WindowMaximized) != 0 };
-    const auto stored = WindowPlace::parse(m_preferences.text(WindowPlace::key).value_or(""));
-    if (place.isMaximized) {
-        // What it goes back to when it is no longer maximized.
-        place.frame = stored ? stored->frame : QRect(place.frame.topLeft(), WindowPlace::defaultSize);
-    }
-    m_preferences.setText(WindowPlace::key, place.text());
+    m_preferences.setText(WindowPlace::key, m_place.place().text());
+    m_preferences.setText(WindowModel::sidebarWidthKey, std::to_string(m_windowModel.sidebarWidth()));
 }
 
 void TessarinApp::raise()
