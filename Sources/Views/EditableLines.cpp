@@ -21,7 +21,21 @@ void EditableLines::renew()
         giveHeight(document);
     }
     if (!document->isRedoAvailable()) { // else a step is being undone, and a new one would forget it
+        makeParagraphs(document);
         TextDirection::give(*document, 0);
+    }
+}
+
+// A line break within a paragraph, which Shift-Return makes, would keep both lines in one direction.
+void EditableLines::makeParagraphs(QTextDocument* document)
+{
+    QTextCursor separator = document->find(QString(QChar(QChar::LineSeparator)));
+    while (!separator.isNull()) {
+        separator.joinPreviousEditBlock();
+        separator.removeSelectedText();
+        separator.insertBlock();
+        separator.endEditBlock();
+        separator = document->find(QString(QChar(QChar::LineSeparator)), separator);
     }
 }
 

@@ -36,6 +36,7 @@ signals:
 
 private:
     void giveHeight(QTextDocument* document);
+    void makeParagraphs(QTextDocument* document);
 
     QPointer<QQuickTextDocument> m_document;
     int m_lineHeight = 0;

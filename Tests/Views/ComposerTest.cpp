@@ -231,6 +231,21 @@ TEST_F(ComposerTest, EachLineStandsAtTheSideWhereItBegins)
     EXPECT_FALSE(isAtTheRight(5));
 }
 
+TEST_F(ComposerTest, ALineThatIsAddedByKeyHasItsOwnSide)
+{
+    open();
+    QGuiApplication::clipboard()->setText(QStringLiteral("שלום"));
+    QTest::keySequence(&qml.view(), QKeySequence::Paste);
+    press(Qt::Key_Return, Qt::ShiftModifier);
+    type("hello");
+    EXPECT_EQ(draft(), QStringLiteral("שלום\nhello"));
+    EXPECT_EQ(area()->property("cursorPosition"), 10);
+    QRectF place;
+    QMetaObject::invokeMethod(area(), "positionToRectangle", Q_RETURN_ARG(QRectF, place), Q_ARG(int, 5));
+    EXPECT_LT(place.x(), 20);
+    EXPECT_EQ(field()->height(), 44);
+}
+
 TEST_F(ComposerTest, TextIsInsertedWhereItWasDroppedElseAtTheCursor)
 {
     open();

@@ -135,7 +135,7 @@ SheetPopup {
 
                             required property permissionChoice modelData
 
-                            width: Math.min(implicitWidth, choices.room)
+                            width: Math.min(Math.ceil(implicitWidth), choices.room)
                             prominent: modelData.isDefault
                             text: modelData.name
                             onClicked: root.allow(modelData.id)
