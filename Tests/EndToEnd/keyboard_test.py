@@ -112,7 +112,7 @@ class Keyboard(WindowCase):
         self.window.find('menu item', '=New Task')
         self.window.key('Right')
         self.window.find('menu item', '=Hide Sidebar')
-        self.window.key('Down', 'Down')
+        self.window.key('Down')
         self.await_focus('Imagine')
         self.window.key('Return')
         self.reads('IMAGINE LIBRARY')
@@ -124,8 +124,7 @@ class Keyboard(WindowCase):
         grip = self.window.find('split pane', 'Width of the sidebar')
         width = self.window.find('list', 'Projects and tasks').rect[2]
         self.window.key('F6')
-        for _ in range(3):
-            self.window.key('Tab')
+        self.window.key('Tab', 'Tab')
         self.await_focus(grip.name)
         self.window.key('Right')
         self.window.wait(lambda: self.window.find('list', 'Projects and tasks').rect[2] == width + 12, what='a wider sidebar')
