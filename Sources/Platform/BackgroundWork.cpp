@@ -28,9 +28,10 @@ void lowerPriorityOfThisThread()
 #if defined(__APPLE__)
     ::pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0);
 #else
-    constexpr int niceness = 10;
+    constexpr int nicer = 10;
+    const auto thread = static_cast<id_t>(::syscall(SYS_gettid));
     // Without the lower priority the work is done all the same.
-    static_cast<void>(::setpriority(PRIO_PROCESS, static_cast<id_t>(::syscall(SYS_gettid)), niceness));
+    static_cast<void>(::setpriority(PRIO_PROCESS, thread, ::getpriority(PRIO_PROCESS, thread) + nicer));
 #endif
 }
 
