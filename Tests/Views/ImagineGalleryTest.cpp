@@ -144,12 +144,13 @@ TEST_F(ImagineGalleryTest, OnlyTheCardsInSightExistInALibraryOfThousands)
 TEST_F(ImagineGalleryTest, WhatIsKeptOfManyPicturesIsBounded)
 {
     std::vector<ImagineItem> items;
+    items.reserve(200);
     for (int i = 0; i < 200; ++i) {
         items.push_back(creation("Creation " + std::to_string(i), picture(QColor::fromHsv(i % 360, 255, 255), { 900, 600 })));
     }
     keep(items);
     show();
-    for (double y = 0; y < 20000; y += 600) {
+    for (int y = 0; y < 20000; y += 600) {
         scrollTo(y);
         settle();
         EXPECT_LE(window.imagine()->previews()->keptBytes(), PreviewLoader::defaultByteLimit);
