@@ -50,7 +50,9 @@ void BlockStack::stack()
         }
     }
     m_isStacking = false;
-    setImplicitSize(width, y);
+    // Not both at once: who hears of the width may give another one, which gives another height before the first has been set.
+    setImplicitHeight(y);
+    setImplicitWidth(width);
 }
 
 } // namespace tessarin

@@ -101,7 +101,9 @@ void LazyItem::fit()
 void LazyItem::takeImplicitSize()
 {
     const auto* item = qobject_cast<QQuickItem*>(m_object);
-    setImplicitSize(item == nullptr ? 0 : item->implicitWidth(), item == nullptr ? 0 : item->implicitHeight());
+    // Not both at once: who hears of the width may give another one, which gives another height before the first has been set.
+    setImplicitHeight(item == nullptr ? 0 : item->implicitHeight());
+    setImplicitWidth(item == nullptr ? 0 : item->implicitWidth());
 }
 
 } // namespace tessarin

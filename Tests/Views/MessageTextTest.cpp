@@ -4,6 +4,9 @@
 #include <QAccessible>
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QQuickTextDocument>
+#include <QSignalSpy>
+#include <QTextDocument>
 
 namespace tessarin
 {
@@ -227,6 +230,43 @@ TEST_F(MessageTextTest, ATaskItemHasADrawnMarkThatIsRead)
     }
     EXPECT_TRUE(names.contains("Done"));
     EXPECT_TRUE(names.contains("To do"));
+}
+
+TEST_F(MessageTextTest, OnlyTheLastBlockIsLaidOutAgainWhileAnAnswerGrows)
+{
+    openAnswer("One paragraph.\n\n- an item\n\n```\ncode\n```\n\nThe last");
+    std::vector<std::unique_ptr<QSignalSpy>> laidOut;
+    for (const QQuickItem* text : texts()) {
+        auto* document = text->property("textDocument").value<QQuickTextDocument*>()->textDocument();
+        laidOut.push_back(std::make_unique<QSignalSpy>(document, &QTextDocument::contentsChange));
+    }
+    ASSERT_EQ(laidOut.size(), 4);
+    for (int i = 0; i < 10; ++i) {
+        entries.back().text += " word";
+        model.noteTextAppended(0);
+        model.flush();
+    }
+    EXPECT_EQ(laidOut[0]->count() + laidOut[1]->count() + laidOut[2]->count(), 0);
+    EXPECT_EQ(laidOut[3]->count(), 10) << "once for each piece";
+    EXPECT_EQ((*laidOut[3])[9][2].toInt(), 5) << "and only what was added";
+}
+
+TEST_F(MessageTextTest, ABubbleIsAsHighAsItsText)
+{
+    open({ { ChatEntryKind::user, "go" } });
+    for (const char* text : { "a word", "and a prompt of some more words, which still stands on one line" }) {
+        entries.push_back(ChatEntry::make(ChatEntryKind::user, text));
+        model.noteAppended();
+        model.flush();
+        ASSERT_TRUE(QmlFixture::becomes([&] { return texts().size() == static_cast<qsizetype>(entries.size()); }));
+    }
+    for (const QQuickItem* pages : QmlFixture::items(list, "tessarin::TextSelection")) {
+        EXPECT_EQ(pages->height(), 22);
+    }
+    EXPECT_EQ(QmlFixture::items(list, "UserRow").size(), 3);
+    for (const QQuickItem* row : QmlFixture::items(list, "UserRow")) {
+        EXPECT_LE(row->height(), 24 + 22 + 20);
+    }
 }
 
 TEST_F(MessageTextTest, RowsOfVeryDifferentHeightsComeToRest)
