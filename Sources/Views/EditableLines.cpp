@@ -14,15 +14,18 @@ namespace tessarin
 void EditableLines::renew()
 {
     QTextDocument* document = m_document == nullptr ? nullptr : m_document->textDocument();
-    if (document == nullptr) {
-        return;
+    if (document == nullptr || document->isRedoAvailable()) {
+        return; // a step is being undone, and a new one would forget it
     }
-    if (document->begin().blockFormat().lineHeightType() != QTextBlockFormat::FixedHeight) {
-        giveHeight(document);
+    const bool isFresh = !document->isUndoAvailable();
+    if (isFresh) {
+        document->setUndoRedoEnabled(false);
     }
-    if (!document->isRedoAvailable()) { // else a step is being undone, and a new one would forget it
-        makeParagraphs(document);
-        TextDirection::give(*document, 0);
+    makeParagraphs(document);
+    giveHeight(document);
+    TextDirection::give(*document, 0);
+    if (isFresh) {
+        document->setUndoRedoEnabled(true);
     }
 }
 
@@ -39,15 +42,22 @@ void EditableLines::makeParagraphs(QTextDocument* document)
     }
 }
 
+// New lines inherit it from the line before, but not what is pasted into an empty text.
 void EditableLines::giveHeight(QTextDocument* document)
 {
-    document->setUndoRedoEnabled(false);
-    QTextCursor cursor(document);
-    cursor.select(QTextCursor::Document);
-    QTextBlockFormat format;
-    format.setLineHeight(m_lineHeight, QTextBlockFormat::FixedHeight);
-    cursor.mergeBlockFormat(format);
-    document->setUndoRedoEnabled(true);
+    QTextBlock line = document->begin();
+    while (line.isValid() && line.blockFormat().lineHeightType() == QTextBlockFormat::FixedHeight) {
+        line = line.next();
+    }
+    if (line.isValid()) {
+        QTextBlockFormat format;
+        format.setLineHeight(m_lineHeight, QTextBlockFormat::FixedHeight);
+        QTextCursor cursor(document);
+        cursor.joinPreviousEditBlock();
+        cursor.select(QTextCursor::Document);
+        cursor.mergeBlockFormat(format);
+        cursor.endEditBlock();
+    }
     if (const int drop = lineDrop(document->defaultFont(), m_lineHeight); drop != m_drop) {
         m_drop = drop;
         emit dropChanged();

@@ -9,9 +9,8 @@ namespace tessarin
 {
 
 // Gives a text that is typed the line height of a text that is read, which an editable view of Qt Quick does not have, and each of its
-// lines the direction of its letters. The height is a
-// format of the document, and new lines inherit it; it must not stand among the steps that the person can undo, so it is given only to a
-// document that has just been emptied or filled, which has no such steps.
+// lines the direction of its letters. Both are formats of the document that must not be steps of their own when the person undoes
+// something: they join the step that made them necessary, and in a text that was just emptied or filled they are none.
 class EditableLines : public QObject, public QQmlParserStatus
 {
     Q_OBJECT

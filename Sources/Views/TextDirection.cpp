@@ -42,6 +42,8 @@ Qt::LayoutDirection of(QStringView text)
 void give(QTextDocument& document, int from)
 {
     const bool isFirstRightToLeft = of(document.begin().text()) == Qt::RightToLeft;
+    QTextCursor cursor(&document);
+    bool isEditing = false;
     for (QTextBlock block = document.findBlock(from); block.isValid(); block = block.next()) {
         const Qt::LayoutDirection now = block.blockFormat().layoutDirection();
         const Qt::LayoutDirection wanted = of(block.text());
@@ -50,11 +52,16 @@ void give(QTextDocument& document, int from)
         if (isAsWanted) {
             continue;
         }
+        if (!isEditing) {
+            cursor.joinPreviousEditBlock();
+            isEditing = true;
+        }
         QTextBlockFormat format;
         format.setLayoutDirection(wanted);
-        QTextCursor cursor(block);
-        cursor.joinPreviousEditBlock();
+        cursor.setPosition(block.position());
         cursor.mergeBlockFormat(format);
+    }
+    if (isEditing) {
         cursor.endEditBlock();
     }
 }

@@ -200,6 +200,7 @@ TEST_F(ComposerTest, ALongPromptIsPastedAtOnceAndScrolls)
     EXPECT_EQ(draft().size(), prompt.size());
     EXPECT_EQ(field()->height(), 176);
     EXPECT_GT(field()->property("contentHeight").toDouble(), 20000);
+    EXPECT_TRUE(area()->property("canUndo").toBool());
     EXPECT_NEAR(field()->property("contentY").toDouble() + 176, field()->property("contentHeight").toDouble(), 2) << "at the cursor";
     const qint64 pasted = time.restart();
     for (int i = 0; i < 10; ++i) {
