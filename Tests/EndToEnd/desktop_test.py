@@ -59,6 +59,36 @@ class Desktop(WindowCase):
         self.assertEqual((options['directory'], options['modal'], options['accept_label']), (True, True, 'Open Project'))
         self.assertEqual(parent, 'x11:%x' % self.window.xwindow(TITLE))
 
+    def size(self):
+        return self.window.xwindows()[self.window.xwindow(TITLE)][1][2:]
+
+    def test_AMaximizedWindowComesBackMaximizedAndKnowsItsPlace(self):
+        self.begin()
+        self.open()
+        self.reads('Subscription-first')
+        self.window.place(TITLE, 20, 30, 1100, 700)
+        self.window.screen.ask_to_maximise(self.window.xwindow(TITLE))
+        self.window.wait(lambda: self.size() == self.screen, what='the size of the screen')
+        self.app.must_live = False
+        self.window.close_window(TITLE)
+        self.assertEqual(self.app.wait(15), 0)
+        self.open()
+        self.window.wait(lambda: self.size() == self.screen, what='the size of the screen again')
+        self.window.wait(lambda: self.restored_size() == (1100, 700), what='the size of before')
+
+    def restored_size(self):
+        # Asked for again: the window manager may not have known yet that it is maximised.
+        self.window.screen.ask_to_maximise(self.window.xwindow(TITLE), wanted=False)
+        return self.size()
+
+    def test_AScreenThatGotSmallerHoldsTheWindow(self):
+        self.begin()
+        self.desk.prefer(windowPlace_v1='1800 900 1600 1300')
+        self.open()
+        self.window.wait(lambda: self.size() == self.screen, what='a window no larger than the screen')
+        x, y, _, _ = self.window.xwindows()[self.window.xwindow(TITLE)][1]
+        self.assertEqual((x, y), (0, 0))
+
     def test_GivingUpInTheDesktopsDialogChangesNothing(self):
         self.begin(answer=None)
         self.open()

@@ -82,3 +82,13 @@ class Screen:
         message.data[1] = 2  # on behalf of a person
         self._x.XSendEvent(self._display, ctypes.c_ulong(self.root), 0, ctypes.c_long(_SUBSTRUCTURE_MASKS), ctypes.byref(message))
         self._x.XSync(self._display, 0)
+
+    def ask_to_maximise(self, window, wanted=True):
+        """What a double click on a title bar does."""
+        atom = lambda name: self._x.XInternAtom(self._display, name, 0)
+        message = _ClientMessage(type=_CLIENT_MESSAGE, window=window, format=32, message_type=atom(b'_NET_WM_STATE'))
+        message.data[0] = 1 if wanted else 0
+        message.data[1], message.data[2] = atom(b'_NET_WM_STATE_MAXIMIZED_VERT'), atom(b'_NET_WM_STATE_MAXIMIZED_HORZ')
+        message.data[3] = 2  # on behalf of a person
+        self._x.XSendEvent(self._display, ctypes.c_ulong(self.root), 0, ctypes.c_long(_SUBSTRUCTURE_MASKS), ctypes.byref(message))
+        self._x.XSync(self._display, 0)
