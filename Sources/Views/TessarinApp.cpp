@@ -86,7 +86,7 @@ bool TessarinApp::openWindow()
     connect(m_window, &QQuickWindow::frameSwapped, this, &TessarinApp::finishFirstFrame,
         static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
     placeWindow();
-    m_window->show();
+    m_window->setVisible(true); // as it is: show() would take it back to its normal size
     return true;
 }
 
@@ -164,7 +164,7 @@ void TessarinApp::raise()
 {
     if (m_window != nullptr) {
         m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
-        m_window->show();
+        m_window->setVisible(true);
         m_window->raise();
         m_window->requestActivate();
     }
