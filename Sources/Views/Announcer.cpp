@@ -64,11 +64,13 @@ void Announcer::note(const ModelChange& change)
     }
 }
 
+// A failure is also told when its message is the one that stands already.
 void Announcer::noteEnd(bool& isDue, ConnectionState::Kind& earlier, const ConnectionState& now)
 {
     const ConnectionState::Kind before = std::exchange(earlier, now.kind());
     isDue = before == ConnectionState::Kind::working && now.kind() == ConnectionState::Kind::ready;
-    if (isDue) {
+    m_hasFailed = m_hasFailed || now.kind() == ConnectionState::Kind::failed;
+    if (isDue || m_hasFailed) {
         sayLater();
     }
 }

@@ -101,8 +101,12 @@ QString ButtonAccessible::text(QAccessible::Text kind) const
     return name.isEmpty() ? object()->property("text").toString() : name;
 }
 
+// A control keeps its own role to itself until somebody listens; the one that can be another one has to be known before.
 QAccessible::Role ButtonAccessible::role() const
 {
+    if (object()->inherits("QQuickRadioButton")) {
+        return QAccessible::RadioButton;
+    }
     const QObject* attached = attachedTo(object());
     const auto role = attached == nullptr ? QAccessible::NoRole : static_cast<QAccessible::Role>(attached->property("role").toInt());
     return role == QAccessible::NoRole ? QAccessible::Button : role;
@@ -130,8 +134,8 @@ void ButtonAccessible::addLook(QAccessible::State& state) const
 void ButtonAccessible::addMeaning(QAccessible::State& state) const
 {
     const QObject* attached = attachedTo(object());
-    state.checkable = isTrue(attached, "checkable");
-    state.checked = isTrue(attached, "checked");
+    state.checkable = isTrue(object(), "checkable");
+    state.checked = isTrue(object(), "checked");
     state.selectable = isTrue(attached, "selectable");
     state.selected = isTrue(attached, "selected");
     state.hasPopup = isTrue(object(), "menu");

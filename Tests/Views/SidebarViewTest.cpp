@@ -249,12 +249,15 @@ TEST_F(SidebarViewTest, TheRowWithTheFocusIsInSightAndSeen)
     takeFocus();
     press(Qt::Key_End);
     ASSERT_EQ(row(), 61);
+    ASSERT_TRUE(QmlFixture::becomes([this] { return rowAt(61) != nullptr; }));
     EXPECT_LE(placeOf(rowAt(61)).bottom(), placeOf(list()).bottom());
     EXPECT_TRUE(QmlFixture::items(rowAt(61), "FocusRing").value(0)->isVisible());
     press(Qt::Key_Home);
+    ASSERT_TRUE(QmlFixture::becomes([this] { return rowAt(0) != nullptr; }));
     EXPECT_GE(placeOf(rowAt(0)).top(), placeOf(list()).top());
     const ChatThread& last = model->workspaces()[0].threads.back();
     model->selectThread(last.id, model->workspaces()[0].id);
+    ASSERT_TRUE(QmlFixture::becomes([this] { return rowAt(61) != nullptr; }));
     EXPECT_LE(placeOf(rowAt(61)).bottom(), placeOf(list()).bottom()) << "a task that is selected comes into sight";
 }
 
@@ -318,6 +321,7 @@ TEST_F(SidebarViewTest, AProjectIsRemovedFromItsHeading)
     press(Qt::Key_Return);
     ASSERT_EQ(model->workspaces().size(), 1U);
     EXPECT_EQ(model->workspaces()[0].name, "second");
+    EXPECT_TRUE(QmlFixture::becomes([this] { return items("WorkspaceSection").size() == 3; })) << "its rows went with it";
 }
 
 TEST_F(SidebarViewTest, ThreeHundredProjectsHaveOnlyTheirVisibleRows)

@@ -27,6 +27,7 @@ Rectangle {
         if (isOpen && !title.isOpen) {
             close()
             title.open(-1)
+            title.isFresh = true
         }
     }
 

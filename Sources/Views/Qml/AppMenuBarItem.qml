@@ -8,6 +8,8 @@ T.AbstractButton {
     required property int position
     readonly property bool menu: true
     readonly property bool isOpen: popup.visible
+    // Whether the pointer has opened it by coming here, so that the press which was meant to open it does not close it.
+    property bool isFresh: false
     default property alias entries: popup.contentData
 
     signal walked(int steps)
@@ -36,7 +38,14 @@ T.AbstractButton {
     Keys.onLeftPressed: walked(-1)
     Keys.onRightPressed: walked(1)
     Keys.onEscapePressed: givenUp()
-    onPressed: isOpen ? close() : open(-1)
+    onPressed: {
+        if (!isOpen) {
+            open(-1)
+        } else if (!isFresh) {
+            close()
+        }
+        isFresh = false
+    }
 
     Line {
         id: label

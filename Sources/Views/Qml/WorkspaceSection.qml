@@ -20,14 +20,18 @@ OrderedItem {
 
     signal taskOpened()
 
-    order: index
-    width: ListView.view ? ListView.view.width : 0
-    height: row.implicitHeight
-    onActiveFocusChanged: {
+    // Where Tab leads next time.
+    function becomeCurrent() {
         if (activeFocus) {
             ListView.view.currentIndex = index
         }
     }
+
+    order: index
+    width: ListView.view ? ListView.view.width : 0
+    height: row.implicitHeight
+    // Later, because the list gives the focus to a row while it still works on its rows.
+    onActiveFocusChanged: Qt.callLater(becomeCurrent)
 
     LazyItem {
         id: row
