@@ -31,7 +31,7 @@ QtObject {
     readonly property color accentFillPressed: dark ? "#186779" : "#094956"
     readonly property color accentDepth: Qt.darker(accentFill, 2.2)
     readonly property color inkOnAccent: "#ffffff"
-    readonly property color accentTint: dark ? "#1d3940" : "#e0eff1"
+    readonly property color accentTint: dark ? "#1a343b" : "#e0eff1"
     readonly property real accentGlow: dark ? 0.16 : 0.12
 
     readonly property color green: dark ? "#63c990" : "#1b7540"
@@ -45,7 +45,7 @@ QtObject {
 
     // Laid over whatever is below.
     readonly property color hover: dark ? "#12ffffff" : "#0e1a1408"
-    readonly property color pressed: dark ? "#1fffffff" : "#1a1a1408"
+    readonly property color pressed: dark ? "#19ffffff" : "#1a1a1408"
     readonly property color scrim: dark ? "#99000000" : "#66241f16"
     readonly property real shadowLowStrength: dark ? 0.4 : 0.11
     readonly property real shadowHighStrength: dark ? 0.7 : 0.3
@@ -174,6 +174,7 @@ QtObject {
     readonly property int outputMaximum: 260
     readonly property int rowsKept: 50
     readonly property int rowsKeptWithin: 1000000
+    readonly property int outputKeptWithin: 40000 // around what is seen of an output of which a part is selected
     readonly property int pagesAhead: 2 // of a long text, that exist out of sight at its begin and at its end
     readonly property int composerTextMaximum: 176
     readonly property int welcomeBadge: 72
