@@ -78,6 +78,9 @@ bool isContinuationByte(char byte)
 
 void TextSegments::scan(std::string_view text)
 {
+    if (m_format == Format::plain) {
+        skipFullSegments(text);
+    }
     for (std::size_t end = text.find('\n', m_scanned); end != std::string_view::npos; end = text.find('\n', m_scanned)) {
         const std::size_t begin = m_scanned;
         m_scanned = end + 1;
@@ -90,6 +93,21 @@ void TextSegments::scan(std::string_view text)
         }
     }
     cutLongLine(text, m_scanned);
+}
+
+// A plain text needs no look at each of its lines: it is cut behind the last one that fits. What is left is enough for the line behind the
+// cut to be one that does not.
+void TextSegments::skipFullSegments(std::string_view text)
+{
+    while (text.size() - m_segments.back().begin > 2 * openByteLimit) {
+        const std::size_t begin = m_segments.back().begin;
+        const std::size_t end = text.substr(begin, openByteLimit).rfind('\n');
+        if (end == std::string_view::npos) {
+            return;
+        }
+        m_scanned = begin + end + 1;
+        cutByForce(m_scanned);
+    }
 }
 
 // An endless line is laid out piece by piece as well.

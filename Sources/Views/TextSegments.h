@@ -40,6 +40,7 @@ public:
     [[nodiscard]] const std::string& definitions() const { return m_definitions; }
 
 private:
+    void skipFullSegments(std::string_view text);
     void scanLine(std::string_view line, std::size_t begin);
     void scanFenced(std::string_view line);
     void scanAtLeftEdge(std::string_view line, std::size_t begin, bool followsEmptyLine);

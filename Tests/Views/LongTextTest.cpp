@@ -120,6 +120,46 @@ TEST_F(LongTextTest, SelectingAllOfALongAnswerSelectsEveryPage)
     }
 }
 
+TEST_F(LongTextTest, AShortMessageIsAsHighAsItsTextAlsoWhenItsRowIsMadeAheadOfTime)
+{
+    for (int i = 0; i < 60; ++i) {
+        entries.push_back(ChatEntry::make(i % 2 == 0 ? ChatEntryKind::user : ChatEntryKind::assistant,
+            "Some words of a message that has more than one line, some words of a message that has more than one line.\nEnd\n"));
+    }
+    open(ChatEntryKind::assistant, "end");
+    qsizetype seen = 0;
+    for (int step = 0; step < 20; ++step) {
+        scrollBy(-150);
+        QTest::qWait(20); // rows ahead are made when there is time
+        for (const QQuickItem* message : QmlFixture::items(list, "PlainPages")) {
+            const QQuickItem* text = QmlFixture::items(message, "SelectableText").value(0);
+            ASSERT_NE(text, nullptr) << step;
+            ASSERT_EQ(message->height(), text->height()) << step;
+            ++seen;
+        }
+    }
+    EXPECT_GT(seen, 20);
+}
+
+TEST_F(LongTextTest, AMessageThatWasLaidOutInANarrowListTakesItsNewHeight)
+{
+    entries.push_back(ChatEntry::make(ChatEntryKind::user, "Some words that need several lines in a narrow list.\nEnd\n"));
+    model.noteReset();
+    list = qml.show("MessageList", { { "entries", QVariant::fromValue(&model) }, { "width", 0 } }, QSize(1, 1));
+    for (const int width : { 800, 40, 800, 120, 300, 800 }) {
+        qml.view().resize(width, 500);
+        EXPECT_TRUE(QmlFixture::becomes([&] { return qRound(list->width()) == width; }));
+        frame();
+        const QQuickItem* message = QmlFixture::items(list, "PlainPages").value(0);
+        ASSERT_NE(message, nullptr) << width;
+        const QQuickItem* text = QmlFixture::items(message, "SelectableText").value(0);
+        ASSERT_NE(text, nullptr) << width;
+        EXPECT_EQ(message->height(), text->height()) << width;
+        EXPECT_EQ(message->height(), message->implicitHeight()) << width;
+    }
+    EXPECT_LT(QmlFixture::items(list, "PlainPages").value(0)->height(), 60);
+}
+
 TEST_F(LongTextTest, AnOutputOfMegabytesHasOnlyThePagesInSight)
 {
     std::string output;

@@ -121,20 +121,27 @@ TEST(TextSegments, TheDefinitionsOfLinksAreGathered)
     EXPECT_EQ(segments.definitions(), "[a]: https://example.org/a\n[b]: https://example.org/b\n");
 }
 
-TEST(TextSegments, TheCutsDoNotDependOnTheStepsInWhichTheTextGrew)
+class SegmentsOfAFormat : public testing::TestWithParam<Format>
+{
+};
+
+TEST_P(SegmentsOfAFormat, TheCutsDoNotDependOnTheStepsInWhichTheTextGrew)
 {
     std::string text = "# Title\n\nwords\nmore\n\n1. a\n\n2. b\n\n```py\n";
     for (int line = 0; line < 2000; ++line) {
         text += "print(1)\n";
     }
     text += "```\n\n- x\n\n  ```\n  y\n\nend " + std::string(30000, 'z') + " of it\n\nlast";
+    for (std::size_t line = 0; line < 40; ++line) {
+        text += std::string(line * 641 % 20000, 'l') + "\n";
+    }
     for (const std::size_t step : { 1U, 7U, 1000U, 20000U }) {
-        TextSegments grown(Format::markdown);
+        TextSegments grown(GetParam());
         for (std::size_t size = step; size < text.size(); size += step) {
             grown.scan(std::string_view(text).substr(0, size));
         }
         grown.scan(text);
-        TextSegments whole(Format::markdown);
+        TextSegments whole(GetParam());
         whole.scan(text);
         ASSERT_EQ(grown.segments().size(), whole.segments().size()) << step;
         for (std::size_t i = 0; i < whole.segments().size(); ++i) {
@@ -142,6 +149,8 @@ TEST(TextSegments, TheCutsDoNotDependOnTheStepsInWhichTheTextGrew)
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(TextSegments, SegmentsOfAFormat, testing::Values(Format::markdown, Format::plain));
 
 } // namespace
 
