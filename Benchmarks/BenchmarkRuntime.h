@@ -7,8 +7,8 @@
 namespace tessarin
 {
 
-// How much a chunk of an answer holds, and how many come in a second.
-constexpr std::size_t chunkBytes = 50;
+// How much a chunk of an answer holds, two or three tokens, and how many come in a second.
+constexpr std::size_t chunkBytes = 10;
 constexpr double chunksPerSecond = 1000;
 
 // Markdown of about that size, as agents write it: headings, paragraphs, lists, tables, code.

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 namespace tessarin
@@ -42,6 +43,10 @@ BenchmarkWindow::BenchmarkWindow(std::vector<Workspace> tree, Reports reports, E
     static_cast<void>(m_program->secondsToLine("first content"));
     m_screen = std::make_unique<BenchmarkScreen>(m_display.name());
     const ScreenArea line = composerLine();
+    const auto placeholder = m_screen->pixels(line);
+    if (std::adjacent_find(placeholder.begin(), placeholder.end(), std::not_equal_to<>()) == placeholder.end()) {
+        giveUp("the window shows no composer");
+    }
     m_screen->click(line.x + line.width / 2, line.y + line.height / 2);
 }
 

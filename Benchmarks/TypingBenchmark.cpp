@@ -68,7 +68,7 @@ void tell(const char* what, const std::vector<double>& seconds)
 
 int measure(const BenchmarkOptions& options)
 {
-    constexpr double turnSeconds = 5;
+    constexpr double turnSeconds = 8;
     constexpr double answerComesAfter = 0.7;
     const std::size_t presses = options.number("presses");
     Workspace project = benchmarkProject();
