@@ -58,7 +58,7 @@ DropArea {
                 id: said
 
                 anchors.verticalCenter: parent.verticalCenter
-                text: root.folders.length === 1 ? "Open as a project" : "Open " + root.folders.length + " projects"
+                text: root.folders.length <= 1 ? "Open as a project" : "Open " + root.folders.length + " projects"
                 font: Theme.titleFont
             }
         }

@@ -31,7 +31,7 @@ QtObject {
     readonly property color accentFillPressed: dark ? "#186779" : "#094956"
     readonly property color accentDepth: Qt.darker(accentFill, 2.2)
     readonly property color inkOnAccent: "#ffffff"
-    readonly property color accentTint: dark ? "#1a343b" : "#e0eff1"
+    readonly property color accentTint: dark ? "#19333a" : "#e0eff1"
     readonly property real accentGlow: dark ? 0.16 : 0.12
 
     readonly property color green: dark ? "#63c990" : "#1b7540"
