@@ -22,13 +22,20 @@ Item {
         x: Theme.space12
         y: Theme.space6
         width: root.width - 2 * Theme.space12
-        horizontalAlignment: root.alignment === 0 ? undefined : root.alignment // else at the side where the text begins
         content: root.content
         label: root.label
         separator: root.separator
         lineHeight: Theme.lineCallout
         font: root.heading ? Theme.captionStrongFont : Theme.calloutFont
         color: root.heading ? Theme.secondaryText : Theme.text
+    }
+
+    // Else the text stands at the side where it begins.
+    Binding {
+        target: text
+        property: "horizontalAlignment"
+        value: root.alignment
+        when: root.alignment !== 0
     }
 
     Hairline {
