@@ -107,18 +107,9 @@ void BlockCollector::enterBlock(MD_BLOCKTYPE type, void* detail)
         m_block.table.columns = static_cast<int>(static_cast<MD_BLOCK_TABLE_DETAIL*>(detail)->col_count);
         break;
     case MD_BLOCK_TH:
-    case MD_BLOCK_TD: {
-        m_cell = StyledRuns();
-        m_isInCell = true;
-        const MD_ALIGN align = static_cast<MD_BLOCK_TD_DETAIL*>(detail)->align;
-        if (m_block.table.alignments.size() < m_block.table.columns) {
-            m_block.table.alignments.append(align == MD_ALIGN_RIGHT ? Qt::AlignRight
-                    : align == MD_ALIGN_CENTER                      ? Qt::AlignHCenter
-                    : align == MD_ALIGN_LEFT                        ? Qt::AlignLeft
-                                                                    : Qt::AlignmentFlag());
-        }
+    case MD_BLOCK_TD:
+        beginCell(static_cast<MD_BLOCK_TD_DETAIL*>(detail)->align);
         break;
-    }
     case MD_BLOCK_P:
         begin(BlockKind::Paragraph);
         break;
@@ -128,6 +119,18 @@ void BlockCollector::enterBlock(MD_BLOCKTYPE type, void* detail)
     case MD_BLOCK_TBODY:
     case MD_BLOCK_TR:
         break;
+    }
+}
+
+void BlockCollector::beginCell(MD_ALIGN align)
+{
+    m_cell = StyledRuns();
+    m_isInCell = true;
+    if (m_block.table.alignments.size() < m_block.table.columns) {
+        m_block.table.alignments.append(align == MD_ALIGN_RIGHT ? Qt::AlignRight
+                : align == MD_ALIGN_CENTER                      ? Qt::AlignHCenter
+                : align == MD_ALIGN_LEFT                        ? Qt::AlignLeft
+                                                                : Qt::AlignmentFlag());
     }
 }
 

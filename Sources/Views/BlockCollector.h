@@ -33,6 +33,7 @@ private:
     void begin(BlockKind::Value kind);
     void finish();
     void beginItem(const MD_BLOCK_LI_DETAIL& detail);
+    void beginCell(MD_ALIGN align);
     void addRun(QString text);
 
     QList<TextBlock> m_blocks;

@@ -2,6 +2,7 @@
 
 #include "App/AppModel.h"
 #include "Views/ConversationRules.h"
+#include "Views/ModelChanges.h"
 #include "Views/PlanRules.h"
 #include "Views/ProviderStatusRules.h"
 
@@ -9,16 +10,6 @@
 
 namespace tessarin
 {
-
-namespace
-{
-
-QString fromView(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-} // namespace
 
 ConversationModel::ConversationModel(QObject* parent)
     : QObject(parent), m_entries([this]() -> const std::vector<ChatEntry>& { return modelEntries(); })
@@ -47,58 +38,40 @@ void ConversationModel::attach(std::shared_ptr<AppModel> model)
 
 void ConversationModel::note(const ModelChange& change)
 {
-    switch (change.kind) {
-    case ModelChange::Kind::workspaces:
+    using Kind = ModelChange::Kind;
+    noteEntries(change);
+    if (isOneOf(change.kind, { Kind::workspaces, Kind::selection })) {
         readTask();
-        break;
-    case ModelChange::Kind::selection:
-        m_entries.noteReset();
-        readTask();
+    }
+    if (isOneOf(change.kind, { Kind::selection, Kind::connectionState, Kind::permissionRequest, Kind::activeProvider })) {
         readConnection();
-        break;
-    case ModelChange::Kind::connectionState:
-    case ModelChange::Kind::permissionRequest:
-        readConnection();
+    }
+    // While the runtime of Imagine works the modes stay as they are too.
+    if (isOneOf(change.kind, { Kind::connectionState, Kind::permissionRequest, Kind::modes, Kind::imagineState })) {
         readModes();
-        break;
-    case ModelChange::Kind::activeProvider:
-        readConnection();
+    }
+    if (isOneOf(change.kind, { Kind::activeProvider, Kind::providerUsage, Kind::modes })) {
         readProvider();
-        break;
-    case ModelChange::Kind::providerUsage:
-        readProvider();
-        break;
-    case ModelChange::Kind::plan:
+    }
+    if (change.kind == Kind::plan) {
         readPlan();
-        break;
-    case ModelChange::Kind::modes:
-        readModes();
-        readProvider();
+    }
+    if (isOneOf(change.kind, { Kind::modes, Kind::installStatus })) {
         checkAgain();
-        break;
-    case ModelChange::Kind::installStatus:
-        checkAgain();
-        break;
-    case ModelChange::Kind::entriesReset:
+    }
+}
+
+void ConversationModel::noteEntries(const ModelChange& change)
+{
+    using Kind = ModelChange::Kind;
+    if (change.kind == Kind::selection || change.kind == Kind::entriesReset) {
         m_entries.noteReset();
-        break;
-    case ModelChange::Kind::entryAppended:
+    } else if (change.kind == Kind::entryAppended) {
         m_entries.noteAppended();
-        break;
-    case ModelChange::Kind::entryTextAppended:
+    } else if (change.kind == Kind::entryTextAppended) {
         m_entries.noteTextAppended(change.index);
-        break;
-    case ModelChange::Kind::entryChanged:
+    } else if (change.kind == Kind::entryChanged) {
         m_entries.noteChanged(change.index);
-        break;
-    case ModelChange::Kind::errorMessage:
-    case ModelChange::Kind::cliLog:
-    case ModelChange::Kind::section:
-    case ModelChange::Kind::imagineItems:
-    case ModelChange::Kind::imagineState:
-    case ModelChange::Kind::imagineProgress:
-    case ModelChange::Kind::copiedCommand:
-        break;
     }
 }
 
@@ -150,7 +123,7 @@ void ConversationModel::readPlan()
 void ConversationModel::readModes()
 {
     const ProviderRoutingMode current = m_model->routingMode();
-    m_routingLabel = fromView(label(current));
+    m_routingLabel = QString::fromUtf8(label(current));
     m_routingSymbol = ConversationRules::routingSymbol(current);
     m_canChangeRoutingMode = m_model->canChangeRoutingMode();
     m_routingChoices.clear();

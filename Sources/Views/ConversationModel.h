@@ -77,6 +77,7 @@ signals:
 
 private:
     [[nodiscard]] const std::vector<ChatEntry>& modelEntries() const;
+    void noteEntries(const ModelChange& change);
     void readTask();
     void readConnection();
     void readProvider();

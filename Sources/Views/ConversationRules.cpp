@@ -5,16 +5,6 @@
 namespace tessarin::ConversationRules
 {
 
-namespace
-{
-
-QString fromView(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-} // namespace
-
 Tint::Value connectionTint(const ConnectionState& state)
 {
     switch (state.kind()) {
@@ -38,23 +28,23 @@ QString workingText(std::optional<AgentProvider> active)
 
 QString speaker(std::optional<AgentProvider> provider)
 {
-    return provider ? fromView(shortLabel(*provider)) : QStringLiteral("Agent");
+    return provider ? QString::fromUtf8(shortLabel(*provider)) : QStringLiteral("Agent");
 }
 
 QString avatarSymbol(std::optional<AgentProvider> provider)
 {
-    return provider ? fromView(systemImage(*provider)) : QStringLiteral("sparkles");
+    return provider ? QString::fromUtf8(systemImage(*provider)) : QStringLiteral("sparkles");
 }
 
 QString routingSymbol(ProviderRoutingMode mode)
 {
     const auto provider = preferredProvider(mode);
-    return provider ? fromView(systemImage(*provider)) : QStringLiteral("arrow.triangle.branch");
+    return provider ? QString::fromUtf8(systemImage(*provider)) : QStringLiteral("arrow.triangle.branch");
 }
 
 QString routingMenuTitle(ProviderRoutingMode mode, ProviderRoutingMode current)
 {
-    return fromView(label(mode)) + (mode == current ? QStringLiteral("  ✓") : QString());
+    return QString::fromUtf8(label(mode)) + (mode == current ? QStringLiteral("  ✓") : QString());
 }
 
 std::optional<std::string> promptToSend(std::string_view draft, bool canSend)

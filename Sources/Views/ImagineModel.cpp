@@ -77,7 +77,7 @@ void ImagineModel::readState()
 
 void ImagineModel::readProgress()
 {
-    m_progress = QString::fromStdString(m_model->imagineProgress());
+    m_progress = ImagineRules::excerpt(QString::fromStdString(m_model->imagineProgress()));
     emit progressChanged();
 }
 

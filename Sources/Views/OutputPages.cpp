@@ -8,16 +8,6 @@
 namespace tessarin
 {
 
-namespace
-{
-
-QString fromView(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-} // namespace
-
 OutputPages::OutputPages(QObject* parent) : QAbstractListModel(parent) { }
 
 void OutputPages::componentComplete()
@@ -86,7 +76,7 @@ std::string_view OutputPages::pageText(std::size_t page) const
 
 QString OutputPages::wholeText() const
 {
-    return fromView(text());
+    return QString::fromUtf8(text());
 }
 
 int OutputPages::rowCount(const QModelIndex& parent) const
@@ -101,7 +91,7 @@ QVariant OutputPages::data(const QModelIndex& index, int role) const
     }
     const auto page = static_cast<std::size_t>(index.row());
     if (role == ContentRole) {
-        return QVariant::fromValue(StyledRuns::fromText(fromView(pageText(page))));
+        return QVariant::fromValue(StyledRuns::fromText(QString::fromUtf8(pageText(page))));
     }
     if (role == ContinuedRole) {
         const std::size_t begin = m_segments.segments()[page].begin;

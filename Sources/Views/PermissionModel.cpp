@@ -8,16 +8,6 @@
 namespace tessarin
 {
 
-namespace
-{
-
-QString fromView(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-} // namespace
-
 void PermissionModel::attach(std::shared_ptr<AppModel> model)
 {
     m_model = std::move(model);
@@ -33,7 +23,7 @@ void PermissionModel::note(const ModelChange& change)
         emit requestArrived();
     }
     if (change.kind == ModelChange::Kind::permissionRequest || change.kind == ModelChange::Kind::connectionState
-        || change.kind == ModelChange::Kind::activeProvider) {
+        || change.kind == ModelChange::Kind::imagineState || change.kind == ModelChange::Kind::activeProvider) {
         readRequest();
         readMode();
     } else if (change.kind == ModelChange::Kind::modes) {
@@ -68,14 +58,14 @@ void PermissionModel::readRequest()
 void PermissionModel::readMode()
 {
     const GrokPermissionMode current = m_model->permissionMode();
-    m_modeLabel = fromView(label(current));
-    m_modeSymbol = fromView(systemImage(current));
+    m_modeLabel = QString::fromUtf8(label(current));
+    m_modeSymbol = QString::fromUtf8(systemImage(current));
     m_modeHelp = PermissionRules::help(current, m_model->activeProvider(), m_model->routingMode());
     m_isFullAccess = PermissionRules::modeTint(current) == Tint::Orange;
     m_canChangeMode = m_model->canChangePermissionMode();
     m_modeChoices.clear();
     for (const GrokPermissionMode mode : allGrokPermissionModes) {
-        m_modeChoices.append({ static_cast<int>(mode), PermissionRules::menuTitle(mode, current), fromView(systemImage(mode)),
+        m_modeChoices.append({ static_cast<int>(mode), PermissionRules::menuTitle(mode, current), QString::fromUtf8(systemImage(mode)),
             mode == current, mode == GrokPermissionMode::fullAccess });
     }
     emit modeChanged();

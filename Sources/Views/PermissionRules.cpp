@@ -6,19 +6,9 @@
 namespace tessarin::PermissionRules
 {
 
-namespace
-{
-
-QString fromView(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-} // namespace
-
 QString heading(std::optional<AgentProvider> active)
 {
-    return (active ? fromView(shortLabel(*active)) : QStringLiteral("Agent")) + QStringLiteral(" needs permission");
+    return (active ? QString::fromUtf8(shortLabel(*active)) : QStringLiteral("Agent")) + QStringLiteral(" needs permission");
 }
 
 std::vector<PermissionOption> offered(const PermissionRequest& request)
@@ -46,12 +36,12 @@ Tint::Value modeTint(GrokPermissionMode mode)
 
 QString menuTitle(GrokPermissionMode mode, GrokPermissionMode current)
 {
-    return fromView(label(mode)) + (mode == current ? QStringLiteral("  ✓") : QString());
+    return QString::fromUtf8(label(mode)) + (mode == current ? QStringLiteral("  ✓") : QString());
 }
 
 QString help(GrokPermissionMode mode, std::optional<AgentProvider> active, ProviderRoutingMode routing)
 {
-    return QStringLiteral("Agent permission mode: ") + fromView(detail(mode, active ? active : preferredProvider(routing)));
+    return QStringLiteral("Agent permission mode: ") + QString::fromUtf8(detail(mode, active ? active : preferredProvider(routing)));
 }
 
 } // namespace tessarin::PermissionRules

@@ -11,11 +11,6 @@ namespace tessarin::ProviderStatusRules
 namespace
 {
 
-QString fromView(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 // An abbreviated date with a short time.
 QString momentText(Instant moment, const QLocale& person)
 {
@@ -35,7 +30,7 @@ QString momentText(Instant moment, const QLocale& person)
 
 QString symbol(std::optional<AgentProvider> active)
 {
-    return active ? fromView(systemImage(*active)) : QStringLiteral("arrow.triangle.branch");
+    return active ? QString::fromUtf8(systemImage(*active)) : QStringLiteral("arrow.triangle.branch");
 }
 
 QString usageText(const ProviderUsage* usage)
@@ -51,9 +46,9 @@ Tint::Value usageTint(const ProviderUsage* usage)
 QString help(std::optional<AgentProvider> active, const ProviderUsage* usage, ProviderRoutingMode mode, const QLocale& person)
 {
     if (!active || usage == nullptr) {
-        return fromView(detail(mode));
+        return QString::fromUtf8(detail(mode));
     }
-    const QString state = fromView(label(*active)) + QStringLiteral(": ") + QString::fromStdString(usage->compactLabel());
+    const QString state = QString::fromUtf8(label(*active)) + QStringLiteral(": ") + QString::fromStdString(usage->compactLabel());
     const QString renewal = usage->resetsAt ? momentText(*usage->resetsAt, person) : QString();
     return renewal.isEmpty() ? state + QLatin1Char('.') : state + QStringLiteral(". Resets ") + renewal + QLatin1Char('.');
 }

@@ -1,6 +1,7 @@
 #include "Views/WindowModel.h"
 
 #include "App/AppModel.h"
+#include "Views/ModelChanges.h"
 
 #include <QEvent>
 #include <QFontDatabase>
@@ -41,38 +42,18 @@ void WindowModel::note(const ModelChange& change)
     m_imagine.note(change);
     m_permission.note(change);
     m_install.note(change);
-    switch (change.kind) {
-    case ModelChange::Kind::workspaces:
-    case ModelChange::Kind::selection:
+    using Kind = ModelChange::Kind;
+    if (isOneOf(change.kind, { Kind::workspaces, Kind::selection })) {
         readThreads();
-        break;
-    case ModelChange::Kind::entryAppended: // an entry makes the task newer
-    case ModelChange::Kind::entryTextAppended:
-    case ModelChange::Kind::entryChanged:
-    case ModelChange::Kind::entriesReset:
+    } else if (isOneOf(change.kind, { Kind::entryAppended, Kind::entryTextAppended, Kind::entryChanged, Kind::entriesReset })) {
+        // An entry makes the task newer.
         if (!m_threadsTimer.isActive()) {
             m_threadsTimer.start();
         }
-        break;
-    case ModelChange::Kind::errorMessage:
+    } else if (change.kind == Kind::errorMessage) {
         readError();
-        break;
-    case ModelChange::Kind::section:
+    } else if (change.kind == Kind::section) {
         emit sectionChanged();
-        break;
-    case ModelChange::Kind::connectionState:
-    case ModelChange::Kind::plan:
-    case ModelChange::Kind::permissionRequest:
-    case ModelChange::Kind::cliLog:
-    case ModelChange::Kind::modes:
-    case ModelChange::Kind::activeProvider:
-    case ModelChange::Kind::providerUsage:
-    case ModelChange::Kind::installStatus:
-    case ModelChange::Kind::copiedCommand:
-    case ModelChange::Kind::imagineItems:
-    case ModelChange::Kind::imagineState:
-    case ModelChange::Kind::imagineProgress:
-        break;
     }
 }
 
@@ -216,6 +197,9 @@ bool WindowModel::eventFilter(QObject* window, QEvent* event)
 {
     switch (event->type()) {
     case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
     case QEvent::KeyPress:
     case QEvent::Enter:
     case QEvent::FocusIn:

@@ -61,6 +61,21 @@ TEST_F(ConversationModelTest, ATurnIsShownFromConnectingToReady)
     EXPECT_EQ(window.conversation()->entries()->count(), 2);
 }
 
+TEST_F(ConversationModelTest, TheModesStayAsTheyAreWhileImagineWorks)
+{
+    runtime.script("grok", testing::hangingTurn());
+    openWindow();
+    const auto canChange = [this] {
+        EXPECT_EQ(window.permission()->property("canChangeMode"), conversation("canChangeRoutingMode"));
+        return conversation("canChangeRoutingMode").toBool();
+    };
+    EXPECT_TRUE(canChange());
+    model->generateImagine("a lighthouse", ImagineKind::image);
+    EXPECT_FALSE(canChange());
+    model->cancelImagine();
+    EXPECT_TRUE(canChange());
+}
+
 TEST_F(ConversationModelTest, ADraftLeavesOnlyWhenItCanBeSent)
 {
     openWindow();

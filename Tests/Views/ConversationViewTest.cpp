@@ -116,7 +116,7 @@ TEST_F(ConversationViewTest, TheHeaderTellsTaskFolderProviderAndConnection)
     open();
     EXPECT_EQ(placeOf("ConversationHeader").top(), 0);
     EXPECT_EQ(of("StatusLabel", "label").toString(), "Not connected");
-    const QList<QQuickItem*> lines = QmlFixture::items(item("ConversationHeader"), "Line");
+    const QList<QQuickItem*> lines = QmlFixture::items(item("ConversationHeader"), "TipLine");
     ASSERT_GE(lines.size(), 2);
     EXPECT_EQ(lines[0]->property("text").toString(), "New task");
     EXPECT_EQ(lines[1]->property("text").toString().toStdString(), runtime.workspace());
@@ -132,9 +132,16 @@ TEST_F(ConversationViewTest, ALongTitleLeavesRoomForTheProviderAndTheConnection)
     runtime.script("grok", testing::oneTurn("Done."));
     open();
     runTurn(std::string(400, 'W'));
-    const QList<QQuickItem*> lines = QmlFixture::items(item("ConversationHeader"), "Line");
+    const QList<QQuickItem*> lines = QmlFixture::items(item("ConversationHeader"), "TipLine");
     EXPECT_LT(lines[0]->mapRectToItem(view, QRectF(QPointF(), lines[0]->size())).right(), placeOf("ProviderStatusPill").left());
     EXPECT_LT(placeOf("StatusLabel").right(), 720);
+    const auto isTold = [&] {
+        const QQuickItem* tip = QmlFixture::items(lines[0], "HoverTip").value(0);
+        return tip->property("active").toBool() && tip->property("text") == lines[0]->property("text");
+    };
+    EXPECT_FALSE(isTold());
+    QTest::mouseMove(&qml.view(), lines[0]->mapToScene({ 40, 8 }).toPoint());
+    EXPECT_TRUE(QmlFixture::becomes(isTold)) << "under the pointer it is shown whole";
 }
 
 TEST_F(ConversationViewTest, ThePillShowsTheRoutingUntilAProviderIsActive)

@@ -256,6 +256,15 @@ TEST_F(ImagineGalleryTest, APressOnThePreviewOpensTheCreation)
     EXPECT_THAT(desktop.opened, ElementsAre(model->imagineItems()[0].localPath, model->imagineItems()[1].localPath));
 }
 
+TEST_F(ImagineGalleryTest, ADoubleClickOpensTheCreationOnce)
+{
+    keep({ creation("A harbour") });
+    show();
+    const QQuickItem* preview = QmlFixture::items(card("A harbour"), "CardPreview").value(0);
+    QTest::mouseDClick(&qml.view(), Qt::LeftButton, {}, preview->mapToScene(preview->boundingRect().center()).toPoint());
+    EXPECT_THAT(desktop.opened, ElementsAre(model->imagineItems()[0].localPath));
+}
+
 TEST_F(ImagineGalleryTest, TheButtonOpensTheCreationAndTheTextDoesNot)
 {
     keep({ creation("A harbour") });

@@ -42,6 +42,28 @@ TEST_F(ImagineViewTest, ALibraryWithCreationsIsNotEmpty)
     EXPECT_EQ(cards().size(), 1);
 }
 
+TEST_F(ImagineViewTest, AVeryLongProgressIsCutBeforeItIsLaidOut)
+{
+    show(saysOnGo(std::string(1'000'000, 'x')));
+    model->generateImagine("a", ImagineKind::image);
+    waitForImagine(State::working);
+    runtime.touch("go");
+    waitUntil([&] { return model->imagineProgress().size() == 1'000'000; }, "the line");
+    EXPECT_EQ(window.imagine()->property("progress").toString(), QString(1000, 'x') + "…");
+}
+
+TEST_F(ImagineViewTest, TheEndOfAGenerationIsToldAsItsProgressReads)
+{
+    show(testing::oneTurn("Two harbours at dawn"));
+    QStringList said;
+    QObject::connect(
+        window.announcer(), &Announcer::said, window.announcer(), [&] { said.append(window.announcer()->property("text").toString()); });
+    model->generateImagine("a harbour", ImagineKind::image);
+    waitForImagine(State::ready);
+    EXPECT_TRUE(QmlFixture::becomes([&] { return !said.isEmpty(); }));
+    EXPECT_EQ(said, QStringList("Two harbours at dawn"));
+}
+
 TEST_F(ImagineViewTest, TheProgressStandsWithASpinnerOnlyWhileAPromptRuns)
 {
     show(testing::failingTurnOnGo("No more today"));

@@ -1,6 +1,8 @@
 #include "QmlFixture.h"
 #include "Views/EntryListModel.h"
 
+#include <QPointer>
+
 namespace tessarin
 {
 
@@ -296,6 +298,30 @@ TEST_F(MessageListTest, ASelectionStaysWhileOtherMessagesGrowAndCome)
     append(ChatEntryKind::tool, "output");
     EXPECT_TRUE(QmlFixture::becomes([this] { return row(2) != nullptr; }));
     EXPECT_EQ(QmlFixture::items(row(0), "SelectableText").value(0), text) << "it is the same text";
+    EXPECT_EQ(text->property("selectedText").toString(), "these");
+}
+
+TEST_F(MessageListTest, ASelectionFarOutOfSightStays)
+{
+    fill(60);
+    open();
+    // All rows of a task of more than fifty are gone that are far out of sight.
+    append(ChatEntryKind::user, "select these words");
+    append(ChatEntryKind::assistant, "It");
+    ASSERT_TRUE(QmlFixture::becomes([this] { return row(60) != nullptr && !QmlFixture::items(row(60), "SelectableText").isEmpty(); }));
+    QPointer<QQuickItem> text = QmlFixture::items(row(60), "SelectableText").value(0);
+    QMetaObject::invokeMethod(text, "select", Q_ARG(int, 7), Q_ARG(int, 12));
+    for (int i = 0; i < 200; ++i) {
+        entries.back().text += "\n\nIt grows.";
+        model.noteTextAppended(61);
+        model.flush();
+    }
+    for (int i = 0; i < 60; ++i) {
+        append(ChatEntryKind::system, "A note.");
+    }
+    QMetaObject::invokeMethod(list, "toEnd");
+    EXPECT_TRUE(QmlFixture::becomes([this] { return row(121) != nullptr && row(61) == nullptr; })) << "others are gone";
+    ASSERT_NE(text, nullptr);
     EXPECT_EQ(text->property("selectedText").toString(), "these");
 }
 

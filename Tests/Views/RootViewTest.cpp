@@ -102,7 +102,7 @@ TEST_F(RootViewTest, TheBannerStandsOverTheDetailUntilItIsDismissed)
     QMetaObject::invokeMethod(QmlFixture::items(banner, "SymbolButton").value(0), "clicked");
     EXPECT_EQ(model->errorMessage(), std::nullopt);
     EXPECT_TRUE(QmlFixture::becomes([&] { return !banner->isVisible(); }));
-    EXPECT_EQ(placeOf(banner).top(), detail.top()) << "it leaves towards the edge";
+    EXPECT_EQ(placeOf(banner).bottom(), detail.top()) << "it leaves beyond the edge";
 }
 
 TEST_F(RootViewTest, ALongMessageIsCutInTheBanner)

@@ -46,7 +46,7 @@ protected:
     static QStringList textsOf(const QQuickItem* root)
     {
         QStringList read;
-        for (const char* name : { "Line", "Prose" }) {
+        for (const char* name : { "TipLine", "Line", "Prose" }) {
             for (const QQuickItem* text : QmlFixture::items(root, name)) {
                 if (text->isVisible()) {
                     read.append(textOf(text));

@@ -137,10 +137,19 @@ TEST_F(WindowModelTest, TimesAreReadAgainWhenAPersonIsThere)
     runTurn("mend it");
     model->newThread();
     EXPECT_EQ(row(2, ThreadListModel::UpdatedRole), "just now");
-    clock.secondsSince2001 += 180;
-    QKeyEvent key(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier);
-    window.eventFilter(nullptr, &key);
-    EXPECT_EQ(row(2, ThreadListModel::UpdatedRole), "3 minutes ago");
+    int minutes = 0;
+    for (const QEvent::Type type : { QEvent::MouseMove, QEvent::Wheel, QEvent::TouchBegin, QEvent::TouchUpdate, QEvent::KeyPress,
+             QEvent::Enter, QEvent::FocusIn, QEvent::Expose }) {
+        clock.secondsSince2001 += 120;
+        minutes += 2;
+        QEvent other(QEvent::Timer);
+        window.eventFilter(nullptr, &other);
+        const QString before = minutes == 2 ? QStringLiteral("just now") : QString::number(minutes - 2) + " minutes ago";
+        EXPECT_EQ(row(2, ThreadListModel::UpdatedRole), before) << type << " without a person";
+        QEvent event(type);
+        window.eventFilter(nullptr, &event);
+        EXPECT_EQ(row(2, ThreadListModel::UpdatedRole), QString::number(minutes) + " minutes ago") << type;
+    }
 }
 
 } // namespace

@@ -10,10 +10,13 @@ EntryRow {
     required property string symbol
 
     name: speaker
+    selecting: pages.hasSelection
 
     AvatarView { symbol: root.symbol }
 
     MarkdownPages {
+        id: pages
+
         x: Theme.avatar + Theme.space12
         y: Theme.hairline
         width: parent.width - x

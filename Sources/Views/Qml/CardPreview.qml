@@ -38,5 +38,5 @@ Item {
         cardSize: Qt.size(Theme.cardMaximum, Math.round(Theme.cardMaximum / Theme.previewAspect))
     }
 
-    TapHandler { onTapped: root.tapped() }
+    TapHandler { onSingleTapped: root.tapped() } // a double click opens it once
 }

@@ -29,13 +29,13 @@ Item {
         anchors.rightMargin: Theme.space24
         anchors.verticalCenter: parent.verticalCenter
 
-        Line {
+        TipLine {
             width: parent.width
             text: root.conversation.title
             font: Theme.bodyStrongFont
         }
 
-        Line {
+        TipLine {
             width: parent.width
             text: root.conversation.path
             elide: Text.ElideMiddle

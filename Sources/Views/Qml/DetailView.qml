@@ -76,7 +76,7 @@ Item {
         id: banner
 
         x: Theme.bannerInset
-        y: shown ? Theme.space8 : 0
+        y: shown ? Theme.space8 : -height
         width: parent.width - 2 * Theme.bannerInset
         visible: opacity > 0
         opacity: shown ? 1 : 0

@@ -8,6 +8,8 @@ OrderedItem {
     required property int index
     required property int gap
     required property string name
+    // Whether some of its text is selected.
+    property bool selecting: false
     default property alias body: column.data
 
     order: index
@@ -15,6 +17,8 @@ OrderedItem {
     height: column.y + column.childrenRect.height
     Accessible.role: Accessible.ListItem
     Accessible.name: name
+    // The list keeps its current row wherever it is scrolled to, and with it the selection.
+    onSelectingChanged: if (selecting && ListView.view) ListView.view.currentIndex = index
 
     Item {
         id: column

@@ -11,7 +11,12 @@ BlockRow {
     required property string separator
     required property int level
 
+    Accessible.role: Accessible.Heading
+    Accessible.name: text.text
+
     SelectableText {
+        id: text
+
         width: parent.width
         content: root.content
         label: root.label

@@ -130,7 +130,10 @@ ListView {
         target: root.entries
 
         function onLastTextChanged() { root.follow() }
-        function onModelReset() { root.settle() }
+        function onModelReset() {
+            root.currentIndex = -1
+            root.settle()
+        }
     }
 
     delegate: DelegateChooser {

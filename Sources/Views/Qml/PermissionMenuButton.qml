@@ -16,6 +16,7 @@ PlainButton {
     symbolColor: permission.isFullAccess ? Theme.orangeMark : Theme.secondaryText
     textColor: permission.isFullAccess ? Theme.orange : Theme.secondaryText
     enabled: permission.canChangeMode
+    Accessible.description: permission.modeHelp
     onClicked: popup.active = true
 
     HoverTip {

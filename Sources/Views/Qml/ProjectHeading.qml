@@ -26,7 +26,7 @@ FocusScope {
         color: Theme.secondaryText
     }
 
-    Line {
+    TipLine {
         anchors.left: mark.right
         anchors.leftMargin: Theme.space8
         anchors.right: button.left

@@ -16,7 +16,7 @@ Row {
         color: Theme.secondaryText
     }
 
-    Line {
+    TipLine {
         anchors.verticalCenter: parent.verticalCenter
         width: Math.min(implicitWidth, Theme.menuMinimum)
         text: root.name

@@ -8,6 +8,7 @@ EntryRow {
     required property EntryListModel entries
 
     name: "Note"
+    selecting: text.hasSelection
 
     PlainPages {
         id: text

@@ -11,6 +11,7 @@ EntryRow {
     property bool expanded: false
 
     name: "Reasoning"
+    selecting: expanded && ((pages.object as PlainPages)?.hasSelection ?? false)
 
     DisclosureButton {
         id: head
@@ -24,6 +25,8 @@ EntryRow {
     }
 
     LazyItem {
+        id: pages
+
         active: root.expanded
         x: head.x + Theme.space24
         y: head.height + Theme.space4

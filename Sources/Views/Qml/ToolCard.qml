@@ -16,6 +16,7 @@ EntryRow {
     property bool expanded: false
 
     name: title + ", " + status
+    selecting: expanded && ((output.object as ToolOutput)?.hasSelection ?? false)
 
     Rectangle {
         id: card

@@ -12,6 +12,7 @@ Item {
     required property EntryListModel entries
     required property int row
     required property string label
+    readonly property alias hasSelection: selection.hasSelection
 
     implicitHeight: Math.min(Theme.outputMaximum, printed.lineCount * Theme.lineCodeSmall + 2 * Theme.space12)
 
@@ -41,6 +42,8 @@ Item {
     }
 
     TextSelection {
+        id: selection
+
         anchors.fill: parent
         anchors.margins: Theme.space12
         pages: printed
@@ -58,6 +61,8 @@ Item {
             clip: true
             currentIndex: -1
             keyNavigationEnabled: false
+            // What is selected stays, wherever it is scrolled to.
+            cacheBuffer: selection.hasSelection ? Theme.outputKeptWithin : Theme.outputMaximum
             model: printed
             activeFocusOnTab: contentWidth > width || contentHeight > height
             Accessible.role: Accessible.Pane

@@ -8,6 +8,7 @@ EntryRow {
     required property EntryListModel entries
 
     name: "You"
+    selecting: text.hasSelection
 
     Rectangle {
         id: bubble
