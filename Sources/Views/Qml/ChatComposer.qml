@@ -23,7 +23,7 @@ Rectangle {
 
     // The button is out of reach when there is nothing to send; so the focus goes where the next message is typed.
     function press() {
-        Qt.inputMethod.commit() // qmllint disable property
+        Qt.inputMethod.commit() // qmllint disable type
         if (conversation.isWorking) {
             conversation.stopWorking()
         } else {
