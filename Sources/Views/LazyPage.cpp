@@ -74,10 +74,12 @@ void LazyPage::updatePolish()
         return;
     }
     const QRectF place = mapRectToItem(m_view, QRectF(0, 0, width(), height()));
-    const qreal reach = m_view->height();
-    if (!isActive() && place.bottom() > -reach && place.top() < 2 * reach) {
+    // What has come stays for a while, so that nothing comes and goes at an edge.
+    const qreal sight = m_view->height();
+    const qreal near = sight / 2;
+    if (!isActive() && place.bottom() > -near && place.top() < sight + near) {
         comeIntoBeing(place);
-    } else if (isActive() && !m_isKept && (place.bottom() < -2 * reach || place.top() > 3 * reach)) {
+    } else if (isActive() && !m_isKept && (place.bottom() < -sight || place.top() > 2 * sight)) {
         setActive(false);
     }
 }

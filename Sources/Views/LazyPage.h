@@ -18,7 +18,7 @@ class LazyPage : public LazyItem
     Q_PROPERTY(bool kept MEMBER m_isKept NOTIFY keptChanged)
 public:
     // The likely height of a page that has not been seen yet.
-    static constexpr qreal likelyHeight = 1200;
+    static constexpr qreal likelyHeight = 500;
 
     explicit LazyPage(QQuickItem* parent = nullptr);
 

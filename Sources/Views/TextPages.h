@@ -18,7 +18,7 @@ namespace tessarin
 
 class EntryListModel;
 
-// The text of one entry, laid out as pages of blocks. A page holds a few thousand characters, so that a view can leave out the pages that
+// The text of one entry, laid out as pages of blocks. A page holds about a thousand characters, so that a view can leave out the pages that
 // nobody sees: blocks are made for the pages that are asked for, and dropped when they are given back. While the text streams, only what
 // stands behind the last place that can no longer change is parsed again, and only the blocks that differ are told.
 class TextPages : public QAbstractListModel, public QQmlParserStatus
@@ -36,8 +36,8 @@ public:
     Q_ENUM(Format)
     enum Role { BlocksRole = Qt::UserRole };
 
-    // A page is closed above this size.
-    static constexpr std::size_t pageByteLimit = 4096;
+    // A page is closed above this size. What exists of a text is moved with each change of it, so pages are smaller than a window.
+    static constexpr std::size_t pageByteLimit = 1024;
 
     explicit TextPages(QObject* parent = nullptr);
     explicit TextPages(Format format);

@@ -25,7 +25,7 @@ TextSelection {
 
             required property int index
 
-            wanted: index < Theme.pagesAhead || index >= textPages.count - Theme.pagesAhead || root.isWhole
+            wanted: textPages.count <= Theme.pagesKept || index >= textPages.count - Theme.pagesAhead || root.isWhole
             kept: root.hasSelection
 
             sourceComponent: MarkdownPage {
