@@ -53,10 +53,16 @@ void ThreadListModel::removeMissing(const std::vector<Row>& rows)
     for (const Row& row : rows) {
         kept.emplace(row.workspaceID, row.threadID);
     }
-    for (std::size_t at = m_rows.size(); at-- > 0;) {
-        if (!kept.contains(Identity(m_rows[at].workspaceID, m_rows[at].threadID))) {
-            beginRemoveRows({}, static_cast<int>(at), static_cast<int>(at));
-            m_rows.erase(m_rows.begin() + static_cast<std::ptrdiff_t>(at));
+    const auto isMissing = [&](const Row& row) { return !kept.contains(Identity(row.workspaceID, row.threadID)); };
+    // A section goes as one: a list that has a heading as its current row and loses the rows of that section one by one keeps some.
+    for (std::size_t end = m_rows.size(), begin = end; end > 0; end = begin == 0 ? 0 : begin - 1) {
+        begin = end;
+        while (begin > 0 && isMissing(m_rows[begin - 1])) {
+            --begin;
+        }
+        if (begin < end) {
+            beginRemoveRows({}, static_cast<int>(begin), static_cast<int>(end) - 1);
+            m_rows.erase(m_rows.begin() + static_cast<std::ptrdiff_t>(begin), m_rows.begin() + static_cast<std::ptrdiff_t>(end));
             endRemoveRows();
         }
     }

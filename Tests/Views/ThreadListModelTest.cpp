@@ -84,6 +84,7 @@ TEST_F(ThreadListModelTest, ARemovedProjectTakesItsTasksWithIt)
     workspaces.erase(workspaces.begin());
     model.setWorkspaces(workspaces);
     EXPECT_EQ(titles(), (QStringList{ "second", "New task" }));
+    EXPECT_EQ(removed.count(), 1);
     EXPECT_EQ(reset.count() + changed.count() + inserted.count(), 0);
 }
 

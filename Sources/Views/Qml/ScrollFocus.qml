@@ -29,11 +29,14 @@ Rectangle {
     Connections {
         target: root.Window.window
 
-        function onActiveFocusItemChanged() {
-            const item = root.Window.activeFocusItem
-            if (item !== null && item !== root.view && root.view.activeFocus && root.isReachedByKey(item)) {
-                root.follow(item)
-            }
+        function onActiveFocusItemChanged() { Qt.callLater(root.look) }
+    }
+
+    // Later, because a list gives the focus to a row while it still works on its rows, and must not be moved then.
+    function look() {
+        const item = Window.activeFocusItem
+        if (item !== null && item !== view && view.activeFocus && isReachedByKey(item)) {
+            follow(item)
         }
     }
 

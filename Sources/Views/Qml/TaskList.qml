@@ -25,6 +25,7 @@ ListView {
         event.accepted = event.key in steps
         if (event.accepted) {
             currentIndex = Math.max(0, Math.min(count - 1, currentIndex + steps[event.key]))
+            positionViewAtIndex(currentIndex, ListView.Contain)
         }
     }
 
