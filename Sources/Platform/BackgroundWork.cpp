@@ -1,5 +1,6 @@
 #include "Platform/BackgroundWork.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -45,11 +46,11 @@ public:
         }
     }
 
-    void post(std::function<void()> work)
+    void post(std::function<void()> run, AtEnd atEnd)
     {
         {
             const std::lock_guard lock(m_mutex);
-            m_work.push_back(std::move(work));
+            m_work.push_back({ std::move(run), atEnd });
         }
         m_arrived.notify_one();
     }
@@ -57,17 +58,43 @@ public:
     void finish()
     {
         std::unique_lock lock(m_mutex);
+        waitForAll(lock);
+    }
+
+    void end()
+    {
+        std::deque<Work> dropped; // goes when the lock is free again, with all that it holds
+        std::unique_lock lock(m_mutex);
+        m_isEnding = true;
+        std::deque<Work> kept;
+        for (Work& work : m_work) {
+            (work.atEnd == AtEnd::dropped ? dropped : kept).push_back(std::move(work));
+        }
+        m_work = std::move(kept);
+        waitForAll(lock);
+        m_isEnding = false;
+    }
+
+    [[nodiscard]] bool isEnding() const { return m_isEnding; }
+
+private:
+    struct Work {
+        std::function<void()> run;
+        AtEnd atEnd = AtEnd::finished;
+    };
+
+    void waitForAll(std::unique_lock<std::mutex>& lock)
+    {
         m_finished.wait(lock, [this] { return m_work.empty() && m_running == 0; });
     }
 
-private:
     [[noreturn]] void run()
     {
         lowerPriorityOfThisThread();
         while (true) {
             std::unique_lock lock(m_mutex);
             m_arrived.wait(lock, [this] { return !m_work.empty(); });
-            std::function<void()> work = std::move(m_work.front());
+            std::function<void()> work = std::move(m_work.front().run);
             m_work.pop_front();
             ++m_running;
             lock.unlock();
@@ -79,10 +106,11 @@ private:
         }
     }
 
+    std::atomic<bool> m_isEnding = false;
     std::mutex m_mutex; // guards what follows
     std::condition_variable m_arrived;
     std::condition_variable m_finished;
-    std::deque<std::function<void()>> m_work;
+    std::deque<Work> m_work;
     int m_running = 0; // that have left m_work
 };
 
@@ -95,14 +123,24 @@ BackgroundThreads& threads()
 
 } // namespace
 
-void runInBackground(std::function<void()> work)
+void runInBackground(std::function<void()> work, AtEnd atEnd)
 {
-    threads().post(std::move(work));
+    threads().post(std::move(work), atEnd);
 }
 
 void finishBackgroundWork()
 {
     threads().finish();
+}
+
+void endBackgroundWork()
+{
+    threads().end();
+}
+
+bool isBackgroundWorkEnding()
+{
+    return threads().isEnding();
 }
 
 } // namespace tessarin

@@ -121,23 +121,29 @@ Result<void, FileError> writeAll(int descriptor, const char* bytes, std::size_t 
     return {};
 }
 
-Result<void, FileError> copyBytes(int from, int to)
+// Not to the end of the file, which may grow as fast as it is copied.
+Result<void, FileError> copyBytes(int from, int to, std::uint64_t missing, const CopyEnd& isToEnd)
 {
     std::vector<char> buffer(std::size_t{ 256 } * 1024);
-    while (true) {
-        const ssize_t count = ::read(from, buffer.data(), buffer.size());
+    while (missing > 0) {
+        if (isToEnd && isToEnd(missing)) {
+            return Failure{ FileError{ "The copy was ended", ECANCELED } };
+        }
+        const ssize_t count = ::read(from, buffer.data(), static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), missing)));
         if (count < 0 && errno != EINTR) {
             return Failure{ lastFileError() };
         }
         if (count == 0) {
-            return {};
+            return {}; // it has become shorter
         }
         if (count > 0) {
+            missing -= static_cast<std::uint64_t>(count);
             if (auto written = writeAll(to, buffer.data(), static_cast<std::size_t>(count)); !written) {
                 return written;
             }
         }
     }
+    return {};
 }
 
 // Requires: nothing has the name `to`; another program that takes it in between would lose its file.
@@ -174,7 +180,7 @@ Result<void, FileError> writeNewFile(const std::string& path, const ByteRope& by
     return makeNewFile(path, mode, [&](int descriptor) { return writePieces(descriptor, bytes.pieces()); });
 }
 
-Result<void, FileError> copyFile(const std::string& from, const std::string& to, unsigned mode)
+Result<void, FileError> copyFile(const std::string& from, const std::string& to, unsigned mode, const CopyEnd& isToEnd)
 {
     // Without waiting, because opening a pipe that nobody writes to would wait for ever.
     const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -185,7 +191,8 @@ Result<void, FileError> copyFile(const std::string& from, const std::string& to,
     if (!S_ISREG(status.st_mode)) {
         return Failure{ FileError{ "Not a regular file", EINVAL } };
     }
-    return makeNewFile(to, mode, [&](int descriptor) { return copyBytes(source.get(), descriptor); });
+    return makeNewFile(
+        to, mode, [&](int descriptor) { return copyBytes(source.get(), descriptor, static_cast<std::uint64_t>(status.st_size), isToEnd); });
 }
 
 Result<void, FileError> writeFileAtomically(const std::string& path, const ByteRope& bytes, unsigned mode)

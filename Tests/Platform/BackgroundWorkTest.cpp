@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <future>
+#include <latch>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -22,6 +23,26 @@ namespace
 {
 
 constexpr std::chrono::seconds bound{ 30 };
+
+// Occupies both threads until the end has begun, or the bound has passed.
+void occupyUntilTheEnd(std::atomic<int>& ended)
+{
+    constexpr int threadCount = 2;
+    const auto begun = std::make_shared<std::latch>(threadCount);
+    for (int thread = 0; thread < threadCount; ++thread) {
+        runInBackground(
+            [begun, &ended] {
+                begun->count_down();
+                const auto last = std::chrono::steady_clock::now() + bound;
+                while (!isBackgroundWorkEnding() && std::chrono::steady_clock::now() < last) {
+                    std::this_thread::yield();
+                }
+                ended += isBackgroundWorkEnding() ? 1 : 0;
+            },
+            AtEnd::dropped);
+    }
+    begun->wait();
+}
 
 TEST(BackgroundWorkTest, WorkRunsOnAnotherThread)
 {
@@ -83,6 +104,37 @@ TEST(BackgroundWorkTest, ManyThreadsMayAsk)
     }
     finishBackgroundWork();
     EXPECT_EQ(done, 2000);
+}
+
+TEST(BackgroundWorkTest, AtTheEndWhatHasBegunIsFinishedAndTheRestIsDropped)
+{
+    std::atomic<int> ended = 0;
+    std::atomic<int> droppedThatRan = 0;
+    std::atomic<int> kept = 0;
+    occupyUntilTheEnd(ended);
+    auto held = std::make_shared<int>(7);
+    const std::weak_ptr<int> watched = held;
+    for (int work = 0; work < 100; ++work) {
+        runInBackground([&, held] { ++droppedThatRan; }, AtEnd::dropped);
+        runInBackground([&] { ++kept; });
+    }
+    held.reset();
+    EXPECT_FALSE(isBackgroundWorkEnding());
+    endBackgroundWork();
+    EXPECT_EQ(ended, 2) << "it hears of the end while it runs";
+    EXPECT_EQ(droppedThatRan, 0);
+    EXPECT_TRUE(watched.expired()) << "what is dropped goes with all that it holds";
+    EXPECT_EQ(kept, 100);
+    EXPECT_FALSE(isBackgroundWorkEnding());
+}
+
+TEST(BackgroundWorkTest, WhatIsAskedForAfterTheEndRuns)
+{
+    endBackgroundWork();
+    std::atomic<int> done = 0;
+    runInBackground([&] { ++done; }, AtEnd::dropped);
+    finishBackgroundWork();
+    EXPECT_EQ(done, 1);
 }
 
 #if !defined(__APPLE__)

@@ -122,6 +122,52 @@ TEST(FileMovingTest, PipesDevicesAndFoldersAreNotCopied)
     EXPECT_EQ(namesIn(folder.path()), Names{ "pipe" });
 }
 
+TEST(FileMovingTest, OfAFileThatGrowsTheBytesOfTheBeginningAreCopied)
+{
+    const TemporaryFolder folder;
+    const std::string bytes(600'000, 'x');
+    writeWholeFile(folder / "from", bytes);
+    std::ofstream growing(folder / "from", std::ios::binary | std::ios::app);
+    int asked = 0;
+    const auto grow = [&](std::uint64_t) {
+        growing << bytes << std::flush;
+        return ++asked > 100; // a copy to the end of the file would never come to it
+    };
+    ASSERT_TRUE(copyFile(folder / "from", folder / "to", 0600, grow));
+    EXPECT_EQ(wholeFile(folder / "to"), bytes);
+    EXPECT_GT(asked, 1) << "it grew while it was copied";
+}
+
+TEST(FileMovingTest, OfAFileThatBecomesShorterWhatIsThereIsCopied)
+{
+    const TemporaryFolder folder;
+    writeWholeFile(folder / "from", std::string(600'000, 'x'));
+    const auto shorten = [&](std::uint64_t) {
+        fs::resize_file(folder / "from", 10);
+        return false;
+    };
+    ASSERT_TRUE(copyFile(folder / "from", folder / "to", 0600, shorten));
+    EXPECT_EQ(wholeFile(folder / "to"), std::string(10, 'x'));
+}
+
+TEST(FileMovingTest, ACopyThatIsEndedIsNotThere)
+{
+    const TemporaryFolder folder;
+    writeWholeFile(folder / "from", std::string(600'000, 'x'));
+    std::vector<std::uint64_t> missing;
+    const auto copied = copyFile(folder / "from", folder / "to", 0600, [&](std::uint64_t bytes) {
+        missing.push_back(bytes);
+        return missing.size() == 2;
+    });
+    ASSERT_FALSE(copied);
+    EXPECT_EQ(copied.error().code, ECANCELED);
+    EXPECT_EQ(namesIn(folder.path()), Names{ "from" });
+    ASSERT_EQ(missing.size(), 2U);
+    EXPECT_EQ(missing[0], 600'000U);
+    EXPECT_LT(missing[1], missing[0]);
+    EXPECT_GT(missing[1], 0U);
+}
+
 TEST(FileMovingTest, ACopyThatDoesNotFitIsNotThere)
 {
     const TemporaryFolder folder;
