@@ -244,24 +244,29 @@ void AppModel::importImagineMedia(std::vector<std::string> paths)
     const auto import = std::make_shared<const ImagineImport>(ImagineImport{
         weak_from_this(), m_surroundings.mainThread, m_currentImaginePrompt, m_surroundings.preferences.locations(), m_imagineArrivals });
     for (std::string& path : paths) {
-        runInBackground([import, path = std::move(path)] { import->run(path); });
+        runInBackground([import, path = std::move(path)] { import->run(path); }, AtEnd::dropped);
     }
 }
 
 void AppModel::takeImagineArrivals()
 {
-    for (ImagineItem& item : m_imagineArrivals->takeAll()) {
+    // Many copies may have come to their ends: they are told and saved once.
+    std::vector<ImagineItem> arrived = m_imagineArrivals->takeAll();
+    if (arrived.empty()) {
+        return;
+    }
+    const ImagineKind lastKind = arrived.back().kind;
+    for (ImagineItem& item : arrived) {
         addImagineItem(std::move(item));
     }
+    changed(ModelChange::Kind::imagineItems);
+    setImagineProgress(std::string(importedText(lastKind)));
+    m_imagineStore.save(m_imagineItems);
 }
 
 void AppModel::addImagineItem(ImagineItem item)
 {
-    const ImagineKind kind = item.kind;
     m_imagineItems.insert(m_imagineItems.begin(), std::move(item));
-    changed(ModelChange::Kind::imagineItems);
-    setImagineProgress(std::string(importedText(kind)));
-    m_imagineStore.save(m_imagineItems);
 }
 
 void AppModel::cancelImagine()
@@ -293,7 +298,8 @@ void AppModel::deleteImagineItem(const ImagineItem& item)
 
 void AppModel::finishImagineImports()
 {
-    finishBackgroundWork();
+    m_imagineStore.flush(); // a signal may end the program while it waits for the copies
+    endBackgroundWork();
     takeImagineArrivals(); // the main loop may not come round to it any more
     m_imagineStore.flush();
 }

@@ -1,6 +1,7 @@
 #include "Imagine/ImagineStore.h"
 
 #include "Imagine/ImagineHistory.h"
+#include "Platform/BackgroundWork.h"
 #include "Platform/CompactDate.h"
 #include "Platform/FileMoving.h"
 
@@ -34,6 +35,14 @@ constexpr std::array knownExtensions{
 
 // Far more than a person can make; a larger file is none of ours, and is kept aside like one that does not decode.
 constexpr std::size_t historyLimit = std::size_t{ 256 } * 1024 * 1024;
+
+// What a disk takes in seconds. A copy of which more is missing would keep the program from ending, so it is given up then.
+constexpr std::uint64_t finishedAtEndLimit = std::uint64_t{ 1024 } * 1024 * 1024;
+
+bool isCopyToEnd(std::uint64_t missing)
+{
+    return missing > finishedAtEndLimit && isBackgroundWorkEnding();
+}
 
 // ASCII only: no other letter is the upper case of one in an extension that we know.
 std::string lowerExtension(const std::string& path)
@@ -73,6 +82,19 @@ bool isRegularFile(const std::string& path)
 {
     struct stat status;
     return !isCutByTheSystem(path) && ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// Under a hidden name until it is whole, so that what a program that is killed leaves behind looks like no picture.
+Result<void, FileError> copyWhole(const std::string& source, const std::string& copy, const std::string& part)
+{
+    if (auto copied = copyFile(source, part, 0600, isCopyToEnd); !copied) {
+        return copied;
+    }
+    auto moved = moveItem(part, copy);
+    if (!moved) {
+        static_cast<void>(removeFile(part)); // the failure of the move is the one to tell
+    }
+    return moved;
 }
 
 std::string libraryFolder(const StoreLocations& locations)
@@ -125,7 +147,7 @@ Result<std::optional<ImagineItem>, FileError> ImagineStore::importMedia(
     }
     const std::string fileName = Uuid::random().text() + "." + std::string(known->text);
     const std::string copy = library.value() + "/" + fileName;
-    if (const auto copied = copyFile(source, copy); !copied) {
+    if (const auto copied = copyWhole(source, copy, library.value() + "/." + fileName + ".part"); !copied) {
         return Failure{ copied.error() };
     }
     return std::optional(ImagineItem::make(known->kind, prompt, copy, fileName));

@@ -48,6 +48,26 @@ TEST_F(AppModelImagineCancelTest, TheEndOfACancelledTurnLeavesTheText)
     EXPECT_EQ(model->imagineState().kind(), State::ready);
 }
 
+// Only another runtime is told apart, not another turn of the same one.
+TEST_F(AppModelImagineCancelTest, TheLateEndOfACancelledTurnSettlesTheNextGeneration)
+{
+    Scenario scenario = hangingTurn();
+    scenario.expect("session/cancel").waitForFile("go").replyTo("session/prompt", R"({"stopReason":"cancelled"})");
+    openImagine(scenario.expect("session/prompt").touch("second").waitForFile("end").chunk("Bye").reply(endTurn));
+    generateUntil("prompted", "one");
+    model->cancelImagine();
+    model->generateImagine("two", ImagineKind::image);
+    EXPECT_EQ(model->imagineState().kind(), State::working);
+    runtime.touch("go");
+    waitForImagine(State::ready);
+    waitForFile("second");
+    EXPECT_EQ(model->imagineProgress(), "Generation finished") << "though its own turn has no end yet";
+    runtime.touch("end");
+    waitUntil([&] { return model->imagineProgress() == "Bye"; }, "the second turn, which goes on");
+    EXPECT_EQ(model->imagineState().kind(), State::ready);
+    EXPECT_FALSE(runtime.hasStarted("grok", 2));
+}
+
 TEST_F(AppModelImagineCancelTest, ACancelledTurnThatFailsSaysSo)
 {
     Scenario scenario = hangingTurn();

@@ -1,6 +1,10 @@
 #include "AppModelImagineFixture.h"
 
+#include <atomic>
+#include <chrono>
+#include <future>
 #include <sys/stat.h>
+#include <thread>
 
 namespace tessarin::testing
 {
@@ -105,6 +109,76 @@ TEST_F(AppModelImagineImportTest, APathIsImportedOnceInAGenerationAndAgainInTheN
     waitForImagine(State::ready);
     EXPECT_THAT(itemPrompts(), ElementsAre("two", "one"));
     EXPECT_EQ(libraryFiles().size(), 2U);
+}
+
+TEST_F(AppModelImagineImportTest, APathThatIsNamedBeforeItsFileExistsIsSpentForThisGeneration)
+{
+    const std::string path = makeFolder("made") + "/early.png";
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").update(finished(path)).chunk("Named").waitForFile("go").update(finished(path));
+    scenario.update(finished(made("other.png"))).reply(endTurn);
+    openImagine(scenario.expect("session/prompt").update(finished(path)).reply(endTurn));
+    model->generateImagine("one", ImagineKind::image);
+    waitUntil([&] { return model->imagineProgress() == "Named"; }, "the name");
+    finishBackgroundWork(); // so it has been looked for
+    made("early.png", "early");
+    runtime.touch("go");
+    waitForItems(1);
+    waitForImagine(State::ready);
+    finishBackgroundWork();
+    drain();
+    EXPECT_EQ(itemPrompts().size(), 1U);
+    EXPECT_EQ(bytesOf(model->imagineItems()[0].localPath), "pixels") << "only the other one";
+    model->generateImagine("two", ImagineKind::image);
+    waitForItems(2);
+    EXPECT_EQ(bytesOf(model->imagineItems()[0].localPath), "early");
+}
+
+TEST_F(AppModelImagineImportTest, OfTheLibrarysOwnFilesThatTheRuntimeNamesEachGenerationMakesOneCopy)
+{
+    fs::create_directories(library());
+    const std::string own = library() + "/own.png";
+    std::ofstream(own) << "own";
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").update(finished(own)).update(finished(own)).reply(endTurn);
+    openImagine(scenario.expect("session/prompt").update(finished(own)).reply(endTurn));
+    for (const std::size_t generation : { 1U, 2U }) {
+        model->generateImagine("a list", ImagineKind::image);
+        waitForImagine(State::ready);
+        finishBackgroundWork();
+        drain();
+        ASSERT_EQ(model->imagineItems().size(), generation);
+        EXPECT_EQ(libraryFiles().size(), 1 + generation);
+        EXPECT_NE(model->imagineItems()[0].localPath, own);
+        EXPECT_EQ(bytesOf(model->imagineItems()[0].localPath), "own");
+    }
+}
+
+TEST_F(AppModelImagineImportTest, CopiesThatWaitForTheMainThreadAreToldOnceInTheOrderOfTheirEnds)
+{
+    std::promise<void> end;
+    std::promise<void> go;
+    runInBackground([held = end.get_future().share()] { held.wait(); }); // so that the other thread copies one after another
+    runInBackground([held = go.get_future().share()] { held.wait(); });
+    std::vector<std::string> paths = madeMany(20, 100, 1);
+    paths.push_back(made("last.mp4", std::string(120, 'x')));
+    openImagine(makes(paths));
+    model->generateImagine("a red cube", ImagineKind::image);
+    waitForImagine(State::ready);
+    lines.clear();
+    std::promise<void> copied;
+    runInBackground([&] { copied.set_value(); });
+    go.set_value();
+    ASSERT_EQ(copied.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    end.set_value();
+    drain();
+    EXPECT_EQ(itemChanges, 1);
+    EXPECT_THAT(lines, ElementsAre("Video ready"));
+    ASSERT_EQ(model->imagineItems().size(), paths.size());
+    for (std::size_t place = 0; place < paths.size(); ++place) {
+        EXPECT_EQ(fs::file_size(model->imagineItems()[place].localPath), 120 - place) << "the last is the first";
+    }
+    waitForStored(model->imagineItems());
 }
 
 TEST_F(AppModelImagineImportTest, EachPathOfOneUpdateIsImported)
@@ -221,7 +295,7 @@ TEST_F(AppModelImagineImportTest, AfterARestartEverythingIsStillThere)
     EXPECT_EQ(model->imagineProgress(), "");
 }
 
-TEST_F(AppModelImagineImportTest, AProgramThatEndsDuringImportsKeepsThemAll)
+TEST_F(AppModelImagineImportTest, AProgramThatEndsDuringImportsKeepsThoseThatHaveBegun)
 {
     constexpr std::size_t size = 400000;
     const std::vector<std::string> paths = madeMany(50, size);
@@ -230,11 +304,35 @@ TEST_F(AppModelImagineImportTest, AProgramThatEndsDuringImportsKeepsThemAll)
     waitForImagine(State::ready);
     model->finishImagineImports(); // and the main loop does not come round any more
     const std::vector<ImagineItem> before = model->imagineItems();
-    EXPECT_EQ(before.size(), paths.size());
-    EXPECT_EQ(libraryBytes(), paths.size() * size);
+    EXPECT_EQ(libraryFiles().size(), before.size()) << "none is left unlisted";
+    EXPECT_EQ(libraryBytes(), before.size() * size) << "nor half";
     EXPECT_EQ(decodeImagineHistory(bytesOf(history())), before);
     drain();
     EXPECT_EQ(model->imagineItems(), before) << "what was taken early does not come twice";
+}
+
+TEST_F(AppModelImagineImportTest, ImportsThatHaveNotBegunAreGivenUpWhenTheProgramEnds)
+{
+    std::atomic<int> begun = 0;
+    for (int thread = 0; thread < 2; ++thread) { // which are all that there are
+        runInBackground([&] {
+            ++begun;
+            const auto last = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+            while (!isBackgroundWorkEnding() && std::chrono::steady_clock::now() < last) {
+                std::this_thread::yield();
+            }
+        });
+    }
+    waitUntil([&] { return begun == 2; }, "the threads");
+    const std::string path = made("a.png");
+    openImagine(makes({ path, made("b.png") }));
+    model->generateImagine("a red cube", ImagineKind::image);
+    waitForImagine(State::ready);
+    model->finishImagineImports();
+    drain();
+    EXPECT_THAT(model->imagineItems(), IsEmpty());
+    EXPECT_THAT(libraryFiles(), IsEmpty());
+    EXPECT_EQ(bytesOf(path), "pixels") << "it stays where the agent left it";
 }
 
 TEST_F(AppModelImagineImportTest, WhatIsImportedForAModelThatIsGoneGoesWithIt)

@@ -1,6 +1,10 @@
 #include "AppModelImagineFixture.h"
 
+#include <atomic>
+#include <future>
 #include <random>
+#include <set>
+#include <thread>
 
 namespace tessarin::testing
 {
@@ -9,6 +13,21 @@ namespace
 
 class AppModelImagineStressTest : public AppModelImagineTest
 {
+protected:
+    // Posts to the main thread again and again until `isOver`, each time when the last post has run, which notes the progress line.
+    void passBy(const std::atomic<bool>& isOver, std::set<std::string>& seen)
+    {
+        while (!isOver) {
+            const auto ran = std::make_shared<std::promise<void>>();
+            mainThread.post([this, &seen, ran] {
+                seen.insert(model->imagineProgress());
+                ran->set_value();
+            });
+            if (ran->get_future().wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
+                return;
+            }
+        }
+    }
 };
 
 TEST_F(AppModelImagineStressTest, AHundredGenerationsAndCancelsUseOneProcess)
@@ -61,15 +80,28 @@ TEST_F(AppModelImagineStressTest, OfManyReplacedGenerationsNoProcessStays)
 
 TEST_F(AppModelImagineStressTest, AFloodOfReportsImportsEachFileOnceAndHoldsNothingUp)
 {
+    constexpr int rounds = 5000;
     const std::string path = made("a.png");
     Scenario flood;
     flood.update(finished(path)).update(finished("/nowhere/{n}.png")).chunk("round {n}");
     Scenario scenario;
-    openImagine(scenario.handshake().expect("session/prompt").repeat(5000, flood).reply(endTurn));
+    openImagine(scenario.handshake().expect("session/prompt").repeat(rounds, flood).reply(endTurn));
+    std::atomic<bool> isOver = false;
+    std::atomic<bool> isGone = false;
+    std::set<std::string> seen;
+    std::thread passerby([&] {
+        passBy(isOver, seen);
+        isGone = true;
+    });
     model->generateImagine("a red cube", ImagineKind::image);
     waitForItems(1);
     waitForImagine(State::ready);
+    isOver = true;
+    waitUntil([&] { return isGone.load(); }, "the last post");
+    passerby.join();
     drain();
+    const auto inTheMiddle = std::count_if(seen.begin(), seen.end(), [](const std::string& line) { return line.starts_with("round "); });
+    EXPECT_GT(inTheMiddle, 3) << "other work has its turns in between";
     EXPECT_EQ(model->imagineItems().size(), 1U);
     EXPECT_EQ(libraryFiles().size(), 1U);
 }

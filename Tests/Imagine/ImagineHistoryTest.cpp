@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <limits>
 
 namespace tessarin
@@ -61,6 +62,15 @@ TEST(ImagineHistoryTest, AnIdIsReadInAnyCaseAndSolidiMayBeEscaped)
     std::string text = sampleText;
     text.replace(text.find("/library/B"), 10, "\\/library\\/B");
     EXPECT_EQ(decodeImagineHistory("[" + text + "]"), std::vector{ sampleItem() });
+}
+
+TEST(ImagineHistoryTest, AWholeNumberOfSecondsIsWrittenWithoutAPointByOthers)
+{
+    for (const std::int64_t seconds : { 785931000LL, 0LL, -1LL }) {
+        ImagineItem item = sampleItem();
+        item.createdAt = { static_cast<double>(seconds) };
+        EXPECT_EQ(decodeImagineHistory(changed("createdAt", Json(seconds))), std::vector{ item }) << seconds;
+    }
 }
 
 TEST(ImagineHistoryTest, AMissingKeyFailsTheWholeHistory)

@@ -1,11 +1,18 @@
 #include "LibraryFixture.h"
+#include "Platform/BackgroundWork.h"
 #include "TroubledDisk.h"
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <latch>
+#include <optional>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 namespace tessarin
 {
@@ -18,6 +25,23 @@ using Names = std::vector<std::string>;
 class ImagineImportTest : public LibraryFixture
 {
 protected:
+    // An import that goes on, or begins, when the program is ending.
+    [[nodiscard]] Result<std::optional<ImagineItem>, FileError> importedAtTheEnd(const std::string& path) const
+    {
+        std::optional<Result<std::optional<ImagineItem>, FileError>> imported;
+        std::latch begun(1);
+        runInBackground([&] {
+            begun.count_down();
+            const auto last = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+            while (!isBackgroundWorkEnding() && std::chrono::steady_clock::now() < last) {
+                std::this_thread::yield();
+            }
+            imported = ImagineStore::importMedia(path, "prompt", locations());
+        });
+        begun.wait();
+        endBackgroundWork();
+        return std::move(*imported);
+    }
     // Neither a failure nor an item, and nothing in the library.
     void expectNothing(const std::string& path) const
     {
@@ -184,6 +208,53 @@ TEST_F(ImagineImportTest, ACopyThatDoesNotFitIsAFailureAndNotThere)
     });
     EXPECT_EQ(findings, "");
     EXPECT_EQ(wholeFile(path).size(), 300'000U);
+}
+
+TEST_F(ImagineImportTest, AVeryLargeFileIsGivenUpWhenTheProgramEnds)
+{
+    const std::string path = made("endless.mp4");
+    fs::resize_file(path, std::uintmax_t{ 1 } << 40); // of which the disk has nothing
+    const FileSizeLimit limit(1'000'000); // should it be copied all the same
+    const auto item = importedAtTheEnd(path);
+    ASSERT_FALSE(item);
+    EXPECT_EQ(item.error().code, ECANCELED);
+    EXPECT_EQ(namesIn(library()), Names{});
+}
+
+TEST_F(ImagineImportTest, AnUsualFileIsFinishedWhenTheProgramEnds)
+{
+    const std::string bytes(3'000'000, 'x');
+    const auto item = importedAtTheEnd(made("film.mp4", bytes));
+    ASSERT_TRUE(item && item.value());
+    EXPECT_EQ(wholeFile(item.value()->localPath), bytes);
+    EXPECT_EQ(namesIn(library()), Names{ item.value()->fileName });
+}
+
+// As one that is killed leaves it.
+TEST_F(ImagineImportTest, WhileItIsCopiedItHasAHiddenNameOfNoMedium)
+{
+    fs::create_directories(library());
+    const std::string path = made("film.mp4", std::string(300'000, 'x'));
+    const auto findings = onADiskOf(std::size_t{ 1024 } * 1024, library(), [&]() -> std::string {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            std::signal(SIGXFSZ, SIG_DFL); // which kills in the middle of the copy
+            const rlimit limit{ 100'000, 100'000 };
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+            static_cast<void>(ImagineStore::importMedia(path, "", locations()));
+            ::_exit(0);
+        }
+        int status = 0;
+        if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFSIGNALED(status)) {
+            return "It was not killed.";
+        }
+        const Names names = namesIn(library());
+        if (names.size() != 1) {
+            return "There is not one half file.";
+        }
+        return names[0].starts_with(".") && names[0].ends_with(".mp4.part") ? "" : "It looks like a film: " + names[0];
+    });
+    EXPECT_EQ(findings, "");
 }
 
 TEST_F(ImagineImportTest, ThreadsThatImportAtOnceTakeTheLegacyFolderOverOnce)

@@ -217,6 +217,20 @@ TEST_F(ImagineStoreTest, ACorruptHistoryIsKeptAsideBeforeItIsReplaced)
     EXPECT_EQ(wholeFile(library(asideName)), "not a history");
 }
 
+// Well formed, so that only its size is against it.
+TEST_F(ImagineStoreTest, AHistoryOfMoreThan256MegabytesIsKeptAside)
+{
+    constexpr std::size_t limit = std::size_t{ 256 } * 1024 * 1024;
+    const std::string encoded = encodeImagineHistory({ importedItem("a.png") }).value();
+    makeHistory(encoded + std::string(limit + 1 - encoded.size(), ' '));
+    ImagineStore store(locations(), at(aMorning));
+    EXPECT_EQ(store.load(), Items{});
+    store.save({});
+    store.flush();
+    EXPECT_EQ(wholeFile(history()), "[]");
+    EXPECT_EQ(fs::file_size(library(asideName)), limit + 1);
+}
+
 TEST_F(ImagineStoreTest, AHistoryOfALaterVersionIsKeptAsideToo)
 {
     ImagineItem item = ImagineItem::make(ImagineKind::image, "p", "/a.png", "a.png");
