@@ -19,6 +19,8 @@
 #include <QWindow>
 
 #include <cstdio>
+#include <optional>
+#include <utility>
 
 namespace tessarin
 {
@@ -48,8 +50,8 @@ int TessarinApp::run(int argc, char** argv)
     application.installEventFilter(&caretRest);
     ReadOnlyShortcuts shortcuts;
     application.installEventFilter(&shortcuts);
-    const SignalWatch signalWatch;
-    connect(&signalWatch, &SignalWatch::ended, &application, &QGuiApplication::quit);
+    std::optional<SignalWatch> signalWatch(std::in_place);
+    connect(&*signalWatch, &SignalWatch::ended, &application, &QGuiApplication::quit);
 
     TessarinApp app(preferences, store, mainThread.mainThread());
     program = &app;
@@ -57,6 +59,10 @@ int TessarinApp::run(int argc, char** argv)
         return 1;
     }
     const int status = QGuiApplication::exec();
+    app.rememberPlace();
+    preferences.flush();
+    // From here on a signal ends the program at once: nobody hears it, and closing may wait for a disk.
+    signalWatch.reset();
     app.close();
     return status;
 }
@@ -110,7 +116,6 @@ void TessarinApp::finishFirstFrame()
 
 void TessarinApp::close()
 {
-    rememberPlace();
     if (m_model) {
         m_model->finishImagineImports();
     }

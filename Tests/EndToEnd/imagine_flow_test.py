@@ -97,11 +97,23 @@ class Flow(WindowCase):
         self.open()
         self.to_imagine()
         self.generate('A slow flight')
-        self.window.wait(lambda: [name for name in os.listdir(self.library.folder) if name.endswith('.mp4')], what='the copy', every=0.002)
+        self.window.wait(lambda: [name for name in os.listdir(self.library.folder) if name.endswith('.mp4.part')], what='the copy', every=0.002)
         self.quit()
         item, = self.library.stored()
         self.assertEqual(os.path.getsize(item['localPath']), size)
         self.await_creation()
+
+    def test_QuittingDuringAVeryLongImportGivesItUp(self):
+        film = os.path.join(self.desk.folder, 'film.mp4')
+        with open(film, 'wb') as file:
+            file.truncate(8 << 30)
+        self.desk.install('grok', script(opening(), turn(made(film), {'expect': 'what never comes'})))
+        self.open()
+        self.to_imagine()
+        self.generate('A flight around the world')
+        self.window.wait(lambda: [name for name in os.listdir(self.library.folder) if name.endswith('.part')], what='the copy', every=0.002)
+        self.quit()
+        self.assertEqual([name for name in os.listdir(self.library.folder) if name != 'history.json'], [])
 
     def start_both(self):
         """A task and Imagine, both at work."""
