@@ -301,7 +301,7 @@ TEST_F(AppModelImagineImportTest, AProgramThatEndsDuringImportsKeepsThoseThatHav
     const std::vector<std::string> paths = madeMany(50, size);
     openImagine(makes(paths));
     model->generateImagine("a red cube", ImagineKind::image);
-    waitForImagine(State::ready);
+    waitForItems(1);
     model->finishImagineImports(); // and the main loop does not come round any more
     const std::vector<ImagineItem> before = model->imagineItems();
     EXPECT_EQ(libraryFiles().size(), before.size()) << "none is left unlisted";

@@ -1,6 +1,7 @@
 """Imagine from end to end: what Grok really said, said again; and what becomes of files and processes when the program ends."""
 import json
 import os
+import signal
 
 from acp import opening, script, turn
 from library import Library, png
@@ -114,6 +115,32 @@ class Flow(WindowCase):
         self.window.wait(lambda: [name for name in os.listdir(self.library.folder) if name.endswith('.part')], what='the copy', every=0.002)
         self.quit()
         self.assertEqual([name for name in os.listdir(self.library.folder) if name != 'history.json'], [])
+
+    def test_ASignalEndsAProgramThatWaitsForItsCopies(self):
+        films = [os.path.join(self.desk.folder, f'{number}.mp4') for number in range(2)]
+        for film in films:
+            with open(film, 'wb') as file:
+                file.truncate(1000 << 20)
+        self.desk.install('grok', script(opening(), turn(*map(made, films), {'expect': 'what never comes'})))
+        self.open()
+        self.to_imagine()
+        self.generate('Two slow flights')
+        self.window.wait(lambda: len([name for name in os.listdir(self.library.folder) if name.endswith('.part')]) == 2, what='the copies',
+                         every=0.002)
+        self.app.must_live = False
+        self.window.close_window('tessarin')
+        process = self.app.process
+        self.window.wait(lambda: process.poll() is not None or not self.is_caught(process.pid, signal.SIGTERM), what='closing', every=0.002)
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(self.app.wait(5), -signal.SIGTERM)
+        self.assertEqual([name for name in os.listdir(self.library.folder) if name.endswith('.mp4')], [])
+
+    @staticmethod
+    def is_caught(process, number):
+        """Whether the process has a handler of its own for the signal."""
+        with open(f'/proc/{process}/status') as file:
+            caught = next(line for line in file if line.startswith('SigCgt:'))
+        return bool(int(caught.split()[1], 16) >> number - 1 & 1)
 
     def start_both(self):
         """A task and Imagine, both at work."""
