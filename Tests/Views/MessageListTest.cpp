@@ -325,6 +325,30 @@ TEST_F(MessageListTest, ASelectionFarOutOfSightStays)
     EXPECT_EQ(text->property("selectedText").toString(), "these");
 }
 
+TEST_F(MessageListTest, ALongTaskOfVeryUnevenRowsComesToRestWhereverItIsScrolledTo)
+{
+    for (int i = 0; i < 120; ++i) {
+        std::string text = "Message " + std::to_string(i);
+        for (int line = 0; i % 7 == 3 && line < 500 * (1 + i % 3); ++line) {
+            text += "\n\nA line of a long message.";
+        }
+        entries.push_back(ChatEntry::make(i % 2 == 0 ? ChatEntryKind::user : ChatEntryKind::assistant, text));
+    }
+    model.noteReset();
+    open();
+    EXPECT_NEAR(bottomOf(119), 500 - 20, 1);
+    for (const int height : { 60, 500, 130 }) {
+        qml.view().resize(800, height);
+        for (int step = 0; step < 20; ++step) {
+            scrollTo(list->property("originY").toDouble() + list->property("contentHeight").toDouble() * (step * 13 % 20) / 20);
+            QCoreApplication::processEvents();
+        }
+        QMetaObject::invokeMethod(list, "settle");
+        ASSERT_TRUE(QmlFixture::becomes([this] { return list->property("settling").toInt() == 0; })) << height;
+        EXPECT_NEAR(bottomOf(119), height - 20, 1);
+    }
+}
+
 TEST_F(MessageListTest, AToolCardBeginsClosedAndOnlyThePersonOpensIt)
 {
     append(ChatEntryKind::tool, "");
