@@ -65,30 +65,58 @@ void LazyPage::findView()
 void LazyPage::geometryChange(const QRectF& now, const QRectF& before)
 {
     LazyItem::geometryChange(now, before);
-    polish();
+    look();
+}
+
+// A long text has a thousand pages, and each looks whenever the view moves: mapping a rectangle would cost more than all the rest.
+qreal LazyPage::topInView() const
+{
+    qreal top = 0;
+    for (const QQuickItem* item = this; item != nullptr && item != m_view; item = item->parentItem()) {
+        top += item->y();
+    }
+    return top;
+}
+
+// What has come stays for a while, so that nothing comes and goes at an edge.
+bool LazyPage::isToChange() const
+{
+    if (m_view == nullptr || m_isWanted || (isActive() && m_isKept)) {
+        return false;
+    }
+    const qreal top = topInView();
+    const qreal bottom = top + height();
+    const qreal sight = m_view->height();
+    const qreal near = sight / 2;
+    return isActive() ? bottom < -sight || top > 2 * sight : bottom > -near && top < sight + near;
+}
+
+void LazyPage::look()
+{
+    if (isToChange()) {
+        polish();
+    }
 }
 
 void LazyPage::updatePolish()
 {
-    if (m_view == nullptr || m_isWanted) {
+    if (!isToChange()) {
         return;
     }
-    const QRectF place = mapRectToItem(m_view, QRectF(0, 0, width(), height()));
-    // What has come stays for a while, so that nothing comes and goes at an edge.
-    const qreal sight = m_view->height();
-    const qreal near = sight / 2;
-    if (!isActive() && place.bottom() > -near && place.top() < sight + near) {
-        comeIntoBeing(place);
-    } else if (isActive() && !m_isKept && (place.bottom() < -sight || place.top() > 2 * sight)) {
+    if (isActive()) {
         setActive(false);
+    } else {
+        comeIntoBeing();
     }
 }
 
-void LazyPage::comeIntoBeing(const QRectF& place)
+void LazyPage::comeIntoBeing()
 {
+    const qreal before = height();
+    const bool isAbove = topInView() + before <= 0;
     setActive(true);
-    const qreal growth = height() - place.height();
-    if (place.bottom() <= 0 && growth != 0) {
+    const qreal growth = height() - before;
+    if (isAbove && growth != 0) {
         m_view->setProperty("contentY", m_view->property("contentY").toReal() + growth);
     }
 }

@@ -37,11 +37,13 @@ protected:
     void takeImplicitSize() override;
 
 private slots:
-    void look() { polish(); }
+    void look();
 
 private:
     void findView();
-    void comeIntoBeing(const QRectF& place);
+    [[nodiscard]] qreal topInView() const;
+    [[nodiscard]] bool isToChange() const;
+    void comeIntoBeing();
 
     QPointer<QQuickItem> m_view; // the Flickable around it
     bool m_isWanted = false;
