@@ -154,12 +154,22 @@ QStringList ButtonAccessible::actionNames() const
     return { pressAction(), setFocusAction() };
 }
 
+// For a radio button of Qt 6.4 the handler of a press is not called.
+void ButtonAccessible::press()
+{
+    if (role() == QAccessible::RadioButton) {
+        QMetaObject::invokeMethod(object(), "clicked");
+    } else {
+        QMetaObject::invokeMethod(attachedTo(object()), "pressAction");
+    }
+}
+
 void ButtonAccessible::doAction(const QString& name)
 {
     if (name == setFocusAction()) {
         button()->forceActiveFocus(Qt::TabFocusReason);
     } else if (name == pressAction() && button()->isEnabled()) {
-        QMetaObject::invokeMethod(attachedTo(object()), "pressAction");
+        press();
     }
 }
 

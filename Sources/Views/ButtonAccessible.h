@@ -9,7 +9,8 @@ namespace tessarin
 
 // What a screen reader gets of a button, whatever its role. Qt Quick 6.4 by itself tells neither that a control is disabled, nor that it
 // opens a menu, nor whether what it discloses is open: this reads `enabled`, `menu` and `expanded` of the button, and tells when they
-// change. Name, description, role and what a press does come from the `Accessible` of the button. Main thread only; owned by Qt.
+// change. Name, description, role and what a press does come from the `Accessible` of the button; a radio button is clicked. Main thread
+// only; owned by Qt.
 class ButtonAccessible : public QAccessibleObject, public QAccessibleActionInterface
 {
 public:
@@ -37,6 +38,7 @@ private:
     ~ButtonAccessible() override = default;
 
     [[nodiscard]] QQuickItem* button() const;
+    void press();
     void addLook(QAccessible::State& state) const;
     void addMeaning(QAccessible::State& state) const;
 };

@@ -114,6 +114,9 @@ TEST_F(ButtonAccessibleTest, TellsWhatIsChosen)
     EXPECT_EQ(spoken->role(), QAccessible::RadioButton);
     EXPECT_TRUE(spoken->state().checkable);
     EXPECT_TRUE(spoken->state().checked);
+    const QSignalSpy clicked(button, SIGNAL(clicked()));
+    press();
+    EXPECT_EQ(clicked.count(), 1);
     button->setProperty("current", false);
     EXPECT_FALSE(spoken->state().checked);
 }
