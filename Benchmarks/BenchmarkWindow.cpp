@@ -1,6 +1,7 @@
 #include "BenchmarkWindow.h"
 
 #include "App/AppModel.h"
+#include "BenchmarkLibrary.h"
 #include "BenchmarkSupport.h"
 #include "Models/WorkspaceStore.h"
 #include "Services/Locators.h"
@@ -31,9 +32,9 @@ std::string framesPath(const BenchmarkHome& home)
 
 } // namespace
 
-BenchmarkWindow::BenchmarkWindow(std::vector<Workspace> tree, Reports reports, Environment more)
+BenchmarkWindow::BenchmarkWindow(std::vector<Workspace> tree, Reports reports, Environment more, std::size_t pictures)
 {
-    store(std::move(tree));
+    store(std::move(tree), pictures);
     Environment environment = m_home.environment(m_display.name());
     environment.merge(std::move(more));
     if (reports == Reports::frames) {
@@ -50,9 +51,12 @@ BenchmarkWindow::BenchmarkWindow(std::vector<Workspace> tree, Reports reports, E
     m_screen->click(line.x + line.width / 2, line.y + line.height / 2);
 }
 
-void BenchmarkWindow::store(std::vector<Workspace>&& tree) const
+void BenchmarkWindow::store(std::vector<Workspace>&& tree, std::size_t pictures) const
 {
     Preferences preferences({ m_home.path() + "/.config/tessarin", m_home.path() + "/.local/share/tessarin" });
+    if (pictures > 0) {
+        storeLibrary(preferences.locations(), pictures);
+    }
     preferences.setText(GrokLocator::customPathKey, std::filesystem::read_symlink("/proc/self/exe").string());
     preferences.setText(AppModel::routingModeKey, "grok");
     TreeChanges changes;

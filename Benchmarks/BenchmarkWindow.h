@@ -4,6 +4,7 @@
 #include "BenchmarkScreen.h"
 #include "Models/Workspace.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -25,8 +26,8 @@ class BenchmarkWindow
 public:
     enum class Reports { nothing, frames };
 
-    // Stores the tree, starts the program and waits for its window with its content.
-    BenchmarkWindow(std::vector<Workspace> tree, Reports reports, Environment more = {});
+    // Stores the tree and a media library with so many pictures, starts the program and waits for its window with its content.
+    BenchmarkWindow(std::vector<Workspace> tree, Reports reports, Environment more = {}, std::size_t pictures = 0);
 
     [[nodiscard]] BenchmarkScreen& screen() { return *m_screen; }
     [[nodiscard]] const BenchmarkDisplay& display() const { return m_display; }
@@ -40,7 +41,7 @@ public:
     [[nodiscard]] std::vector<BenchmarkFrame> framesBetween(double begin, double end) const;
 
 private:
-    void store(std::vector<Workspace>&& tree) const;
+    void store(std::vector<Workspace>&& tree, std::size_t pictures) const;
 
     BenchmarkHome m_home;
     BenchmarkDisplay m_display;
