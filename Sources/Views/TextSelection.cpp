@@ -158,10 +158,8 @@ bool TextSelection::eventFilter(QObject* text, QEvent* event)
 // With Shift the selection reaches from where it began to here; else a new one begins.
 bool TextSelection::press(QQuickItem* text, const QMouseEvent& event)
 {
-    if (current() != nullptr && current() != this) {
-        current()->clear();
-    }
-    current() = this;
+    becomeCurrent();
+    setKeys(false);
     m_isDrawn = true;
     if ((event.modifiers() & Qt::ShiftModifier) != 0 && m_anchor != nullptr && m_anchor != text) {
         move(event);
@@ -169,14 +167,49 @@ bool TextSelection::press(QQuickItem* text, const QMouseEvent& event)
         release();
         return true;
     }
+    begin(text, positionAt(text, event.scenePosition()));
+    return false;
+}
+
+// There is one selection in the window.
+void TextSelection::becomeCurrent()
+{
+    if (current() != nullptr && current() != this) {
+        current()->clear();
+    }
+    current() = this;
+}
+
+void TextSelection::begin(QQuickItem* text, int position)
+{
     clear(text);
     if (m_anchor != nullptr) {
         m_anchor->removeEventFilter(this);
     }
     text->installEventFilter(this);
     m_anchor = text;
-    m_anchorPosition = positionAt(text, event.scenePosition());
-    return false;
+    m_anchorPosition = position;
+}
+
+bool TextSelection::takeKeys()
+{
+    const QList<QQuickItem*> read = texts();
+    if (read.isEmpty()) {
+        return false;
+    }
+    becomeCurrent();
+    begin(read.front(), 0);
+    read.front()->forceActiveFocus(Qt::TabFocusReason);
+    setKeys(true);
+    return true;
+}
+
+void TextSelection::setKeys(bool hasKeys)
+{
+    if (m_hasKeys != hasKeys) {
+        m_hasKeys = hasKeys;
+        emit keysChanged();
+    }
 }
 
 bool TextSelection::move(const QMouseEvent& event)
@@ -298,6 +331,7 @@ void TextSelection::giveUpFor(const QQuickItem* focused)
             return;
         }
     }
+    setKeys(false);
     readSelection(); // it may have been made by keys
     if (m_hasSelection) {
         clear();

@@ -25,20 +25,26 @@ class TextSelection : public BlockStack
     Q_PROPERTY(tessarin::OutputPages* pages MEMBER m_pages)
     Q_MOC_INCLUDE("Views/OutputPages.h")
     Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY selectionChanged)
+    // Whether the keys have come here by `takeKeys` and are still here.
+    Q_PROPERTY(bool hasKeys READ hasKeys NOTIFY keysChanged)
 public:
     explicit TextSelection(QQuickItem* parent = nullptr);
 
     [[nodiscard]] bool hasSelection() const { return m_hasSelection; }
     [[nodiscard]] bool isWhole() const { return m_isWhole; }
+    [[nodiscard]] bool hasKeys() const { return m_hasKeys; }
     // What is selected in all texts: between two of them stands the `separator` of the later one, before one that is selected from its
     // begin stands its `lead`.
     [[nodiscard]] Q_INVOKABLE QString selectedText() const;
     Q_INVOKABLE void copy() const;
     Q_INVOKABLE void selectAll();
+    // Gives the keys to the first text: those that select all and that copy act upon this message. False when it has no text.
+    Q_INVOKABLE bool takeKeys();
 
 signals:
     void selectionChanged();
     void wholeChanged();
+    void keysChanged();
 
 protected:
     bool eventFilter(QObject* text, QEvent* event) override;
@@ -51,6 +57,8 @@ private:
         int position = 0; // in that text
     };
 
+    void becomeCurrent();
+    void begin(QQuickItem* text, int position);
     bool press(QQuickItem* text, const QMouseEvent& event);
     bool move(const QMouseEvent& event);
     void release();
@@ -58,6 +66,7 @@ private:
     void clear(const QQuickItem* except = nullptr);
     void readSelection();
     void setWhole(bool isWhole);
+    void setKeys(bool hasKeys);
     void giveUpFor(const QQuickItem* focused);
     [[nodiscard]] Place placeAt(const QList<QQuickItem*>& texts, QPointF scenePosition) const;
     // In the order in which they are read.
@@ -69,6 +78,7 @@ private:
     bool m_isAcross = false; // more than one text is selected
     bool m_isWhole = false;
     bool m_hasSelection = false;
+    bool m_hasKeys = false;
     QPointer<OutputPages> m_pages;
 };
 

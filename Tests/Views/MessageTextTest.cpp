@@ -122,6 +122,37 @@ TEST_F(MessageTextTest, SelectAllTakesTheWholeMessage)
     EXPECT_EQ(copied(), "one\n\n- two\n  1. three\n- [x] four\n\nfive") << "with the marks of lists as Markdown writes them";
 }
 
+TEST_F(MessageTextTest, TheKeysGoFromMessageToMessageAndCopyEach)
+{
+    open({ { ChatEntryKind::user, "mine" }, { ChatEntryKind::tool, "" }, { ChatEntryKind::assistant, "one\n\ntwo" },
+        { ChatEntryKind::system, "A note." } });
+    const auto taken = [this](Qt::Key key) {
+        QTest::keyClick(&qml.view(), key, Qt::ControlModifier);
+        QTest::keySequence(&qml.view(), QKeySequence::SelectAll);
+        return copied();
+    };
+    list->forceActiveFocus(Qt::TabFocusReason);
+    EXPECT_EQ(taken(Qt::Key_Up), "A note.") << "from the lower edge";
+    EXPECT_EQ(taken(Qt::Key_Up), "one\n\ntwo");
+    EXPECT_EQ(taken(Qt::Key_Up), "mine") << "a tool that shows no text is passed over";
+    EXPECT_EQ(taken(Qt::Key_Up), "mine") << "there is none before";
+    EXPECT_EQ(taken(Qt::Key_Down), "one\n\ntwo");
+    EXPECT_EQ(selected(), (QStringList{ "", "one", "two", "" }));
+    const auto ringed = [this] {
+        QStringList names;
+        for (const QQuickItem* row : list->property("contentItem").value<QQuickItem*>()->childItems()) {
+            const auto* text = row->property("texts").value<QQuickItem*>();
+            if (text != nullptr && text->property("hasKeys").toBool()) {
+                names.append(row->property("name").toString());
+            }
+        }
+        return names;
+    };
+    EXPECT_EQ(ringed().size(), 1) << "it is seen where they are";
+    QTest::mouseClick(&qml.view(), Qt::LeftButton, {}, at(0, 1));
+    EXPECT_EQ(ringed(), QStringList());
+}
+
 TEST_F(MessageTextTest, ASelectionIsNotLostByAnotherMessagesGrowth)
 {
     open({ { ChatEntryKind::user, "one\ntwo" }, { ChatEntryKind::assistant, "three" } });

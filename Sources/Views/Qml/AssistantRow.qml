@@ -10,7 +10,7 @@ EntryRow {
     required property string symbol
 
     name: speaker
-    selecting: pages.hasSelection
+    texts: pages
 
     AvatarView { symbol: root.symbol }
 

@@ -8,8 +8,9 @@ OrderedItem {
     required property int index
     required property int gap
     required property string name
-    // Whether some of its text is selected.
-    property bool selecting: false
+    // What can be read of it, when there is any.
+    property TextSelection texts: null
+    readonly property bool selecting: texts !== null && texts.hasSelection
     default property alias body: column.data
 
     order: index
@@ -19,6 +20,19 @@ OrderedItem {
     Accessible.name: name
     // The list keeps its current row wherever it is scrolled to, and with it the selection.
     onSelectingChanged: if (selecting && ListView.view) ListView.view.currentIndex = index
+
+    // The keys have gone to this message.
+    Rectangle {
+        x: column.x - Theme.space6
+        y: column.y - Theme.space6
+        width: column.width + 2 * Theme.space6
+        height: column.childrenRect.height + 2 * Theme.space6
+        radius: Theme.radiusSmall
+        color: "transparent"
+        border.width: Theme.focusWidth
+        border.color: Theme.accent
+        visible: root.texts !== null && root.texts.hasKeys
+    }
 
     Item {
         id: column

@@ -36,7 +36,7 @@ ListView {
     onHeightChanged: stay()
     onMovementStarted: release()
     Component.onCompleted: settle()
-    Keys.onPressed: event => keys.press(event)
+    Keys.onPressed: event => press(event)
 
     function toEnd() {
         forceLayout() // with the heights that the rows have now
@@ -62,6 +62,31 @@ ListView {
         settling = 3
         toEnd()
         askForFrame()
+    }
+
+    function press(event) {
+        const step = { [Qt.Key_Up]: -1, [Qt.Key_Down]: 1 }[event.key] ?? 0
+        event.accepted = step !== 0 && event.modifiers === Qt.ControlModifier
+        if (event.accepted) {
+            readBeside(step)
+        } else {
+            keys.press(event)
+        }
+    }
+
+    // Gives the keys to the next message that has a text; at first to the one at the edge of what is seen.
+    function readBeside(step) {
+        const seen = indexAt(width / 2, step > 0 ? contentY + topMargin : contentY + height - bottomMargin)
+        const isRead = (currentItem as EntryRow)?.texts?.hasKeys ?? false
+        let row = isRead ? currentIndex + step : seen >= 0 ? seen : step > 0 ? 0 : count - 1
+        release()
+        for (; row >= 0 && row < count; row += step) {
+            positionViewAtIndex(row, ListView.Contain)
+            if ((itemAtIndex(row) as EntryRow)?.texts?.takeKeys()) {
+                currentIndex = row
+                return
+            }
+        }
     }
 
     // The person takes over.

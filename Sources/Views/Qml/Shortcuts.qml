@@ -41,6 +41,7 @@ QtObject {
             { keys: "Menu, Shift+F10, Delete", does: "Menu of the creation" } ] },
         { name: "Messages, code, tables and outputs", keys: [
             { keys: "Up, Down, PgUp, PgDown, Home, End", does: "Scroll" }, { keys: "Left, Right", does: "Scroll across" },
-            { keys: "Ctrl+A, Ctrl+C", does: "Select all, copy" }, { keys: "Return", does: "Follow the link" } ] },
+            { keys: "Ctrl+Up, Ctrl+Down", does: "Another message" }, { keys: "Ctrl+A, Ctrl+C", does: "Select all, copy" },
+            { keys: "Return", does: "Follow the link" } ] },
     ]
 }

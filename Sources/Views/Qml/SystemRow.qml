@@ -8,7 +8,7 @@ EntryRow {
     required property EntryListModel entries
 
     name: "Note"
-    selecting: text.hasSelection
+    texts: text
 
     PlainPages {
         id: text

@@ -11,7 +11,6 @@ EntryRow {
     property bool expanded: false
 
     name: "Reasoning"
-    selecting: expanded && ((pages.object as PlainPages)?.hasSelection ?? false)
 
     DisclosureButton {
         id: head
@@ -25,20 +24,21 @@ EntryRow {
     }
 
     LazyItem {
-        id: pages
-
         active: root.expanded
         x: head.x + Theme.space24
         y: head.height + Theme.space4
         width: parent.width - x
 
         sourceComponent: PlainPages {
+            id: pages
+
             entries: root.entries
             row: root.index
             label: root.name
             lineHeight: Theme.lineCallout
             font: Theme.calloutFont
             color: Theme.secondaryText
+            Component.onCompleted: root.texts = pages
         }
     }
 }

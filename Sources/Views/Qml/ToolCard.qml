@@ -16,7 +16,7 @@ EntryRow {
     property bool expanded: false
 
     name: title + ", " + status
-    selecting: expanded && ((output.object as ToolOutput)?.hasSelection ?? false)
+    texts: (output.object as ToolOutput)?.texts ?? null
 
     Rectangle {
         id: card

@@ -12,7 +12,7 @@ Item {
     required property EntryListModel entries
     required property int row
     required property string label
-    readonly property alias hasSelection: selection.hasSelection
+    readonly property alias texts: selection
 
     implicitHeight: Math.min(Theme.outputMaximum, printed.lineCount * Theme.lineCodeSmall + 2 * Theme.space12)
 

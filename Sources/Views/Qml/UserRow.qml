@@ -8,7 +8,7 @@ EntryRow {
     required property EntryListModel entries
 
     name: "You"
-    selecting: text.hasSelection
+    texts: text
 
     Rectangle {
         id: bubble
