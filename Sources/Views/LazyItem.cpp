@@ -2,6 +2,7 @@
 
 #include <QQmlContext>
 #include <QQmlEngine>
+#include <QQmlIncubator>
 
 namespace tessarin
 {
@@ -58,25 +59,42 @@ void LazyItem::renew()
     emit objectChanged();
 }
 
+// A component that creates by itself keeps what it needed for that, some ten KB, as long as it lives.
+class LazyItem::Creation : public QQmlIncubator
+{
+public:
+    explicit Creation(LazyItem& item) : QQmlIncubator(Synchronous), m_item(item) { }
+
+protected:
+    void setInitialState(QObject* object) override { m_item.hold(object); }
+
+private:
+    LazyItem& m_item;
+};
+
 void LazyItem::create()
 {
+    Creation creation(*this);
     QQmlContext* context = m_component->creationContext();
-    m_object = m_component->beginCreate(context != nullptr ? context : qmlContext(this));
-    if (m_object == nullptr) {
-        qWarning("%s", qPrintable(m_component->errorString()));
-        return;
+    m_component->create(creation, context != nullptr ? context : qmlContext(this));
+    for (const QQmlError& error : creation.errors()) {
+        qWarning("%s", qPrintable(error.toString()));
     }
-    QQmlEngine::setObjectOwnership(m_object, QQmlEngine::CppOwnership);
-    m_object->setParent(this);
-    auto* item = qobject_cast<QQuickItem*>(m_object);
-    if (item != nullptr) {
-        item->setParentItem(this);
-        fit();
-    }
-    m_component->completeCreate();
-    if (item != nullptr) {
+    if (auto* item = qobject_cast<QQuickItem*>(m_object)) {
         connect(item, &QQuickItem::implicitWidthChanged, this, &LazyItem::takeImplicitSize);
         connect(item, &QQuickItem::implicitHeightChanged, this, &LazyItem::takeImplicitSize);
+    }
+}
+
+// It has its place and its size before its bindings are evaluated.
+void LazyItem::hold(QObject* object)
+{
+    m_object = object;
+    QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
+    object->setParent(this);
+    if (auto* item = qobject_cast<QQuickItem*>(object)) {
+        item->setParentItem(this);
+        fit();
     }
 }
 

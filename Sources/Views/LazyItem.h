@@ -40,7 +40,9 @@ protected:
 
 private:
     void renew();
+    class Creation;
     void create();
+    void hold(QObject* object);
     void fit();
 
     bool m_isActive = true;

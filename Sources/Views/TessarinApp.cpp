@@ -2,6 +2,7 @@
 
 #include "App/AppModel.h"
 #include "Models/WorkspaceStore.h"
+#include "Platform/FreedMemory.h"
 #include "Platform/InstanceLock.h"
 #include "Platform/Preferences.h"
 #include "Views/ButtonAccessible.h"
@@ -109,6 +110,11 @@ void TessarinApp::finishFirstFrame()
     connect(
         m_window, &QQuickWindow::frameSwapped, this, [this] { report("first content"); },
         static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
+    m_turns = m_model->observe([this](const ModelChange& change) {
+        if (change.kind == ModelChange::Kind::connectionState && !m_model->connectionState().isBusy()) {
+            QMetaObject::invokeMethod(this, &TessarinApp::giveBackMemory, Qt::QueuedConnection);
+        }
+    });
     m_windowModel.attach(m_model);
     m_window->installEventFilter(&m_windowModel);
     FrameReport::beginIfAsked(*m_window);
@@ -173,6 +179,13 @@ void TessarinApp::raise()
         m_window->raise();
         m_window->requestActivate();
     }
+}
+
+// A long answer has made and dropped very much of what shows it, and nothing else comes that would have it collected.
+void TessarinApp::giveBackMemory()
+{
+    m_engine.collectGarbage();
+    giveBackFreedMemory();
 }
 
 // For the measurement of the start: a line as soon as it has happened.

@@ -45,6 +45,7 @@ private:
     void notePlace();
     void rememberPlace();
     void raise();
+    void giveBackMemory();
     void report(const char* what) const;
 
     Preferences& m_preferences;
@@ -55,6 +56,7 @@ private:
     FolderPicker m_folderPicker;
     QtDesktop m_desktop;
     std::shared_ptr<AppModel> m_model;
+    std::shared_ptr<void> m_turns; // the subscription to the model
     WindowModel m_windowModel;
     QQmlApplicationEngine m_engine;
     QPointer<QQuickWindow> m_window;
