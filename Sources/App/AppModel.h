@@ -94,7 +94,8 @@ public:
     void openImagineItem(const ImagineItem& item);
     // Moves the file to the trash, and forgets the item whether or not that succeeds.
     void deleteImagineItem(const ImagineItem& item);
-    // Before the program ends: returns when the copies that are under way are in the library, and the history is written.
+    // Before the program ends: drops the copies that have not begun, and returns when those under way are in the library or, where much
+    // is missing of them, given up, and the history is written.
     void finishImagineImports();
 
     // Modes and permissions.

@@ -31,7 +31,8 @@ public:
     [[nodiscard]] static Result<std::string, FileError> directory(const StoreLocations& locations = StoreLocations::current());
 
     // Copies a media file, links followed, into the library under a new name; the file stays where it is. Absent for what is no regular
-    // file or has none of the extensions that we know. Blocks while the disk works. The item is in no history until it is saved.
+    // file or has none of the extensions that we know. Blocks while the disk works, and fails when
+    // the program ends meanwhile. The item is in no history until it is saved.
     [[nodiscard]] static Result<std::optional<ImagineItem>, FileError> importMedia(
         const std::string& path, const std::string& prompt, const StoreLocations& locations = StoreLocations::current());
 
