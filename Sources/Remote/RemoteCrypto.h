@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Files.h"
 #include "Platform/Result.h"
 
 #include <cstddef>
@@ -51,6 +52,8 @@ inline constexpr std::size_t tagByteCount = 16;
 
 // A complete frame. Fails with invalidKey before anything is encrypted, and with oversizedFrame.
 [[nodiscard]] Result<std::string, RemoteCryptoFailure> seal(std::string_view plaintext, std::string_view keyData);
+// The same of a message in pieces, which need not be joined first.
+[[nodiscard]] Result<std::string, RemoteCryptoFailure> seal(const ByteRope& plaintext, std::string_view keyData);
 // The message in what follows the length bytes of a frame. Fails with invalidKey, which is looked at first, with invalidFrame for a payload
 // that is too short or too long, and with the library's error when it is not what was sealed with this key.
 [[nodiscard]] Result<std::string, RemoteCryptoFailure> open(std::string_view payload, std::string_view keyData);
