@@ -3,6 +3,7 @@
 #include "Imagine/ImagineHistory.h"
 #include "Platform/BackgroundWork.h"
 #include "Platform/CompactDate.h"
+#include "Platform/FileExtension.h"
 #include "Platform/FileMoving.h"
 
 #include <array>
@@ -44,25 +45,9 @@ bool isCopyToEnd(std::uint64_t missing)
     return missing > finishedAtEndLimit && isBackgroundWorkEnding();
 }
 
-// ASCII only: no other letter is the upper case of one in an extension that we know.
-std::string lowerExtension(const std::string& path)
-{
-    const std::string name = lastPathComponent(path);
-    const std::size_t dot = name.rfind('.');
-    // A dot at the front makes a file hidden, and what follows its name.
-    if (dot == std::string::npos || dot == 0) {
-        return {};
-    }
-    std::string extension = name.substr(dot + 1);
-    for (char& character : extension) {
-        character = character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-    }
-    return extension;
-}
-
 const KnownExtension* knownExtension(const std::string& path)
 {
-    const std::string extension = lowerExtension(path);
+    const std::string extension = lowerCasedExtension(path);
     for (const KnownExtension& known : knownExtensions) {
         if (known.text == extension) {
             return &known;

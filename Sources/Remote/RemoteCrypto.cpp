@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <memory>
 
 namespace tessarin
@@ -69,6 +70,19 @@ void writeLength(std::size_t length, char* header)
         header[place] = static_cast<char>(length & 0xFFU);
 }
 
+// Fills in what belongs around the message. The message may stand where it goes.
+Result<void, RemoteCryptoFailure> sealInto(std::string& frame, std::string_view plaintext, std::string_view keyData)
+{
+    char* const nonce = frame.data() + RemoteCrypto::lengthByteCount;
+    char* const ciphertext = nonce + RemoteCrypto::nonceByteCount;
+    writeLength(frame.size() - RemoteCrypto::lengthByteCount, frame.data());
+    if (RAND_bytes(bytes(nonce), static_cast<int>(RemoteCrypto::nonceByteCount)) != 1
+        || !encrypt(plaintext, keyData, nonce, ciphertext, ciphertext + plaintext.size())) {
+        return libraryFailure();
+    }
+    return {};
+}
+
 bool isBase64Character(char character)
 {
     return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') || (character >= '0' && character <= '9')
@@ -110,13 +124,24 @@ Result<std::string, RemoteCryptoFailure> seal(std::string_view plaintext, std::s
     if (length > maximumFrameSize)
         return Failure{ RemoteCryptoFailure(RemoteCryptoError::oversizedFrame) };
     std::string frame(lengthByteCount + length, '\0');
-    char* const nonce = frame.data() + lengthByteCount;
-    char* const ciphertext = nonce + nonceByteCount;
-    writeLength(length, frame.data());
-    if (RAND_bytes(bytes(nonce), static_cast<int>(nonceByteCount)) != 1
-        || !encrypt(plaintext, keyData, nonce, ciphertext, ciphertext + plaintext.size()))
-        return libraryFailure();
+    const auto sealed = sealInto(frame, plaintext, keyData);
+    if (!sealed) {
+        return Failure{ sealed.error() };
+    }
     return frame;
+}
+
+Result<void, RemoteCryptoFailure> sealInPlace(std::string& frame, std::string_view keyData)
+{
+    if (keyData.size() != keyByteCount) {
+        return Failure{ RemoteCryptoFailure(RemoteCryptoError::invalidKey) };
+    }
+    assert(frame.size() >= lengthByteCount + overhead);
+    const std::size_t length = frame.size() - lengthByteCount;
+    if (length > maximumFrameSize) {
+        return Failure{ RemoteCryptoFailure(RemoteCryptoError::oversizedFrame) };
+    }
+    return sealInto(frame, std::string_view(frame).substr(lengthByteCount + nonceByteCount, length - overhead), keyData);
 }
 
 Result<std::string, RemoteCryptoFailure> open(std::string_view payload, std::string_view keyData)

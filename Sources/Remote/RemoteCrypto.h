@@ -54,6 +54,8 @@ inline constexpr std::size_t tagByteCount = 16;
 [[nodiscard]] Result<std::string, RemoteCryptoFailure> seal(std::string_view plaintext, std::string_view keyData);
 // The same of a message in pieces, which need not be joined first.
 [[nodiscard]] Result<std::string, RemoteCryptoFailure> seal(const ByteRope& plaintext, std::string_view keyData);
+// The same without a copy: of a frame in which only the message stands, behind room for length and nonce and before room for the tag.
+[[nodiscard]] Result<void, RemoteCryptoFailure> sealInPlace(std::string& frame, std::string_view keyData);
 // The message in what follows the length bytes of a frame. Fails with invalidKey, which is looked at first, with invalidFrame for a payload
 // that is too short or too long, and with the library's error when it is not what was sealed with this key.
 [[nodiscard]] Result<std::string, RemoteCryptoFailure> open(std::string_view payload, std::string_view keyData);
