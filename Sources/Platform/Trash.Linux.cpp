@@ -1,6 +1,7 @@
 #include "Platform/Trash.h"
 
 #include "Platform/FileMoving.h"
+#include "Platform/PercentEncoding.h"
 #include "Platform/Preferences.h"
 #include "Platform/Utf8.h"
 
@@ -21,26 +22,11 @@ namespace tessarin
 namespace
 {
 
+constexpr std::string_view plainInPaths = "-_.!~*'()/"; // beside letters and digits (RFC 2396, 2.3)
+
 std::string homeTrash()
 {
     return parentPath(StoreLocations::current().data) + "/Trash";
-}
-
-// As a URL writes a path: all but the unreserved characters and "/" as percent and two hexadecimal digits (RFC 2396, 2.3).
-std::string percentEncoded(std::string_view path)
-{
-    constexpr std::string_view plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.!~*'()/";
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string encoded;
-    for (const char character : path) {
-        if (plain.find(character) != std::string_view::npos) {
-            encoded += character;
-        } else {
-            const auto byte = static_cast<unsigned char>(character);
-            encoded += { '%', digits[byte / 16], digits[byte % 16] };
-        }
-    }
-    return encoded;
 }
 
 std::string localTime()
@@ -86,7 +72,8 @@ Result<void, FileError> prepare(const Trash& trash)
 Result<void, FileError> put(const std::string& item, const Trash& trash)
 {
     constexpr int nameLimit = 10000;
-    const std::string record = "[Trash Info]\nPath=" + percentEncoded(trash.recordedPath) + "\nDeletionDate=" + localTime() + "\n";
+    const std::string record
+        = "[Trash Info]\nPath=" + percentEncoded(trash.recordedPath, plainInPaths) + "\nDeletionDate=" + localTime() + "\n";
     const std::string base(shortened(lastPathComponent(item)));
     std::string name = base;
     for (int number = 2; number <= nameLimit; ++number) {
