@@ -1,10 +1,9 @@
 #include "Remote/RemoteMediaStream.h"
 
-#include "Platform/JsonText.h"
 #include "Platform/OpenedFile.h"
 #include "Remote/Base64.h"
+#include "Remote/RemoteCoder.h"
 #include "Remote/RemoteCrypto.h"
-#include "Remote/RemoteEnvelope.h"
 
 #include <algorithm>
 #include <cassert>
@@ -19,37 +18,10 @@ namespace
 {
 
 constexpr std::size_t messagePlace = RemoteCrypto::lengthByteCount + RemoteCrypto::nonceByteCount;
-constexpr std::string_view jsonEnd = "\"}";
-
-// The JSON of a chunk up to its data; only the id and the index differ from one chunk to the next.
-struct ChunkText {
-    std::string beforeId;
-    std::string beforeIndex;
-    std::string beforeData;
-};
-
-void appendText(std::string& json, std::string_view key, std::string_view text)
-{
-    json += ",\"";
-    json += key;
-    json += "\":";
-    appendJsonText(json, text);
-}
-
-ChunkText chunkText(const RemoteMedia& media, std::size_t chunkCount)
-{
-    ChunkText text;
-    text.beforeId = "{\"version\":" + std::to_string(RemoteEnvelope::currentVersion) + ",\"id\":\"";
-    text.beforeIndex = "\"";
-    appendText(text.beforeIndex, "type", RemoteMessageType::mediaChunk);
-    appendText(text.beforeIndex, "mediaID", media.id);
-    appendText(text.beforeIndex, "mediaKind", media.kind);
-    appendText(text.beforeIndex, "mimeType", mimeType(media.path));
-    appendText(text.beforeIndex, "fileName", media.fileName);
-    text.beforeIndex += ",\"chunkIndex\":";
-    text.beforeData = ",\"chunkCount\":" + std::to_string(chunkCount) + ",\"data\":\"";
-    return text;
-}
+// How a message ends whose data is empty; the data belongs between the two quotes.
+constexpr std::string_view emptyData = R"("data":""})";
+constexpr std::size_t behindData = 2;
+constexpr std::size_t leastSweep = 16;
 
 std::size_t chunkCountOf(std::uint64_t size)
 {
@@ -59,45 +31,66 @@ std::size_t chunkCountOf(std::uint64_t size)
 } // namespace
 
 struct RemoteMediaStream::Implementation {
-    Implementation(OpenedFile opened, const RemoteMedia& media, std::string key)
-        : file(std::move(opened)), keyData(std::move(key)), chunkCount(chunkCountOf(file.size())), text(chunkText(media, chunkCount))
+    Implementation(OpenedFile opened, RemoteMedia opener, std::string key)
+        : file(std::move(opened)), media(std::move(opener)), keyData(std::move(key)), chunkCount(chunkCountOf(file.size()))
     {
     }
 
-    [[nodiscard]] std::shared_ptr<const std::string> makeFrame(std::size_t index) const;
+    [[nodiscard]] std::string messageWithoutData(std::size_t index);
+    [[nodiscard]] std::shared_ptr<const std::string> makeFrame(std::size_t index);
     void remember(std::size_t index, const std::shared_ptr<const std::string>& frame);
 
     // Constant after construction.
     const OpenedFile file;
+    const RemoteMedia media;
     const std::string keyData;
     const std::size_t chunkCount;
-    const ChunkText text;
 
     std::mutex mutex; // also while a frame is being made, so that two who want the same one get the same one
+    RemoteEncoder encoder;
     std::map<std::size_t, std::weak_ptr<const std::string>> frames;
-    std::size_t framesBeforeSweep = 16;
+    std::size_t framesBeforeSweep = leastSweep;
 };
+
+std::string RemoteMediaStream::Implementation::messageWithoutData(std::size_t index)
+{
+    RemoteEnvelope chunk;
+    chunk.type = RemoteMessageType::mediaChunk;
+    chunk.mediaID = media.id;
+    chunk.mediaKind = media.kind;
+    chunk.mimeType = mimeType(media.path);
+    chunk.fileName = media.fileName;
+    chunk.chunkIndex = static_cast<std::int64_t>(index);
+    chunk.chunkCount = static_cast<std::int64_t>(chunkCount);
+    chunk.data = "";
+    const auto json = encoder.encode(chunk, RemoteCrypto::maximumFrameSize);
+    return json ? json->joined() : std::string();
+}
 
 // Everything happens where it stays: the file is read to the end of the room that its Base64 needs, spreads out from there to the front,
 // and is encrypted on the spot.
-std::shared_ptr<const std::string> RemoteMediaStream::Implementation::makeFrame(std::size_t index) const
+std::shared_ptr<const std::string> RemoteMediaStream::Implementation::makeFrame(std::size_t index)
 {
+    const std::string message = messageWithoutData(index);
+    if (message.empty()) {
+        return nullptr;
+    }
+    assert(message.ends_with(emptyData));
     const std::uint64_t offset = std::uint64_t(index) * RemoteMedia::chunkSize;
     const auto byteCount = static_cast<std::size_t>(std::min<std::uint64_t>(RemoteMedia::chunkSize, file.size() - offset));
-    const std::string start = text.beforeId + Uuid::random().text() + text.beforeIndex + std::to_string(index) + text.beforeData;
     const std::size_t dataSize = base64Size(byteCount);
 
     const auto frame = std::make_shared<std::string>();
-    frame->reserve(messagePlace + start.size() + dataSize + jsonEnd.size() + RemoteCrypto::tagByteCount);
+    frame->reserve(messagePlace + message.size() + dataSize + RemoteCrypto::tagByteCount);
     frame->resize(messagePlace);
-    *frame += start;
+    frame->append(message, 0, message.size() - behindData);
     frame->resize(frame->size() + dataSize);
     char* const bytes = frame->data() + frame->size() - byteCount;
     if (!file.read(offset, bytes, byteCount)) {
         return nullptr;
     }
     writeBase64({ bytes, byteCount }, frame->data() + frame->size() - dataSize);
-    *frame += jsonEnd;
+    frame->append(message, message.size() - behindData);
     frame->resize(frame->size() + RemoteCrypto::tagByteCount);
     return RemoteCrypto::sealInPlace(*frame, keyData) ? frame : nullptr;
 }
@@ -110,7 +103,7 @@ void RemoteMediaStream::Implementation::remember(std::size_t index, const std::s
         return;
     }
     std::erase_if(frames, [](const auto& entry) { return entry.second.expired(); });
-    framesBeforeSweep = std::max<std::size_t>(16, 2 * frames.size());
+    framesBeforeSweep = std::max(leastSweep, 2 * frames.size());
 }
 
 std::shared_ptr<RemoteMediaStream> RemoteMediaStream::open(RemoteMedia media, std::string keyData)
@@ -120,7 +113,7 @@ std::shared_ptr<RemoteMediaStream> RemoteMediaStream::open(RemoteMedia media, st
         return nullptr; // a device is not told: it sees in its next state that the item is gone
     }
     return std::shared_ptr<RemoteMediaStream>(
-        new RemoteMediaStream(std::make_unique<Implementation>(std::move(file).value(), media, std::move(keyData))));
+        new RemoteMediaStream(std::make_unique<Implementation>(std::move(file).value(), std::move(media), std::move(keyData))));
 }
 
 RemoteMediaStream::RemoteMediaStream(std::unique_ptr<Implementation> implementation) : m_implementation(std::move(implementation)) { }

@@ -107,6 +107,25 @@ TEST(RemoteCryptoTest, WhatIsSealedIsOpenedAgain)
     }
 }
 
+TEST(RemoteCryptoTest, AMessageThatStandsInItsPlaceIsSealedThere)
+{
+    for (const std::size_t size : { 0U, 1U, 17U, 300'000U }) {
+        const std::string plaintext(size, 'x');
+        std::string frame = std::string(16, '-') + plaintext + std::string(16, '-');
+        ASSERT_TRUE(RemoteCrypto::sealInPlace(frame, key));
+        ASSERT_EQ(frame.size(), size + 32);
+        EXPECT_EQ(RemoteCrypto::frameLength(frame.substr(0, 4)).value(), size + 28);
+        const auto opened = RemoteCrypto::open(payloadOf(frame), key);
+        ASSERT_TRUE(opened);
+        EXPECT_TRUE(opened.value() == plaintext) << size;
+    }
+    std::string longest(16'777'188 + 32, 'x');
+    EXPECT_TRUE(RemoteCrypto::sealInPlace(longest, key));
+    std::string tooLong(longest.size() + 1, 'x');
+    EXPECT_EQ(failureOf(RemoteCrypto::sealInPlace(tooLong, key)), RemoteCryptoFailure(RemoteCryptoError::oversizedFrame));
+    EXPECT_EQ(failureOf(RemoteCrypto::sealInPlace(tooLong, "short")), RemoteCryptoFailure(RemoteCryptoError::invalidKey));
+}
+
 TEST(RemoteCryptoTest, NoTwoFramesAreAlike)
 {
     std::set<std::string> nonces;
