@@ -78,6 +78,7 @@ class NoDesktop final : public Desktop
     void open(const std::string&) override { }
     void moveToTrash(const std::string&) override { }
     void copyToPasteboard(const std::string&) override { }
+    void copySecretToPasteboard(const std::string&) override { }
     void openTerminal(std::function<void(bool wasOpened)> done) override { done(false); }
 };
 

@@ -27,6 +27,8 @@ public:
     virtual void moveToTrash(const std::string& path) = 0;
     // Replaces what is on the pasteboard.
     virtual void copyToPasteboard(const std::string& text) = 0;
+    // The same, with the mark that asks managers of the pasteboard not to keep or show it.
+    virtual void copySecretToPasteboard(const std::string& text) = 0;
     // Opens the person's terminal application; `done` tells later whether there was one.
     virtual void openTerminal(std::function<void(bool wasOpened)> done) = 0;
 };

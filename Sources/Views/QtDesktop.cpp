@@ -8,8 +8,10 @@
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QMimeData>
 #include <QUrl>
 #include <QWindow>
+#include <memory>
 
 namespace tessarin
 {
@@ -66,6 +68,16 @@ void QtDesktop::moveToTrash(const std::string& path)
 void QtDesktop::copyToPasteboard(const std::string& text)
 {
     QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+}
+
+void QtDesktop::copySecretToPasteboard(const std::string& text)
+{
+    // The managers of the common desktops agree on this mark: KDE's, KeePassXC's, CopyQ, and what follows them.
+    const QString mark = QStringLiteral("x-kde-passwordManagerHint");
+    auto data = std::make_unique<QMimeData>();
+    data->setText(QString::fromStdString(text));
+    data->setData(mark, QByteArrayLiteral("secret"));
+    QGuiApplication::clipboard()->setMimeData(data.release());
 }
 
 void QtDesktop::openTerminal(std::function<void(bool wasOpened)> done)

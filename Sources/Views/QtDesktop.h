@@ -18,6 +18,7 @@ public:
     void open(const std::string& path) override;
     void moveToTrash(const std::string& path) override;
     void copyToPasteboard(const std::string& text) override;
+    void copySecretToPasteboard(const std::string& text) override;
     void openTerminal(std::function<void(bool wasOpened)> done) override;
 
 private:

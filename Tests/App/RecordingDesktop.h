@@ -23,6 +23,11 @@ public:
     void open(const std::string& path) override { opened.push_back(path); }
     void moveToTrash(const std::string& path) override { trashed.push_back(path); }
     void copyToPasteboard(const std::string& text) override { pasteboard.push_back(text); }
+    void copySecretToPasteboard(const std::string& text) override
+    {
+        pasteboard.push_back(text);
+        secretsOnPasteboard.push_back(text);
+    }
     void openTerminal(std::function<void(bool wasOpened)> done) override
     {
         terminals.push_back(std::move(done));
@@ -35,6 +40,7 @@ public:
     std::vector<std::string> opened;
     std::vector<std::string> trashed;
     std::vector<std::string> pasteboard; // all that was ever on it
+    std::vector<std::string> secretsOnPasteboard; // those of them that were marked as secret
     std::vector<std::size_t> copiedBeforeTerminal; // how many texts had been copied when each terminal was asked for
     std::vector<std::function<void(bool wasOpened)>> terminals; // that were asked for, each to be told whether it opened
 };
