@@ -11,6 +11,7 @@
 #include <QMimeData>
 #include <QUrl>
 #include <QWindow>
+
 #include <memory>
 
 namespace tessarin
