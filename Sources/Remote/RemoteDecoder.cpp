@@ -52,8 +52,9 @@ struct FieldReader {
             return true;
         }
         const double* number = value.if_double();
-        // The bounds are exact as doubles.
-        if (!number || *number < -9223372036854775808.0 || *number >= 9223372036854775808.0 || std::trunc(*number) != *number) {
+        // Larger doubles are whole because they have no digits left for a fraction.
+        constexpr double largestExact = 9007199254740992;
+        if (!number || std::abs(*number) >= largestExact || std::trunc(*number) != *number) {
             return false;
         }
         field = static_cast<std::int64_t>(*number);
