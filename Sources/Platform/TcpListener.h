@@ -10,8 +10,8 @@ namespace tessarin
 {
 
 // Accepts TCP connections on one port of all local interfaces, IPv6 and IPv4 (IPv4 alone where there is no IPv6), with the system's
-// largest backlog. Every call and callback is on the queue; nothing is called after `cancel`. While the system has no descriptor or memory
-// left for another connection, accepting waits and tries again.
+// largest backlog. Children inherit none of it. Every call and callback is on the queue; nothing is called after `cancel`. While the system
+// has no descriptor or memory left for another connection, accepting waits and tries again.
 class TcpListener
 {
 public:
@@ -19,13 +19,16 @@ public:
         std::function<void(std::unique_ptr<TcpConnection>)> accepted;
         std::function<void(NetworkError)> failed; // accepts nothing any more
     };
-    // Fails in words that a person can act on, as when another program has the port.
+    // Listens when it returns. Fails in words for a person, as when another program has the port (EADDRINUSE).
     [[nodiscard]] static Result<std::unique_ptr<TcpListener>, NetworkError> listen(
-        SerialQueue& queue, std::uint16_t port, Callbacks callbacks);
+        const std::shared_ptr<SerialQueue>& queue, std::uint16_t port, Callbacks callbacks);
     ~TcpListener(); // cancels
     TcpListener(const TcpListener&) = delete;
     TcpListener& operator=(const TcpListener&) = delete;
 
+    // While paused connections wait in the backlog.
+    void pause();
+    void resume();
     // The port is free again when this returns. Idempotent.
     void cancel();
 

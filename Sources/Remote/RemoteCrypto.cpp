@@ -8,6 +8,7 @@
 #include <array>
 #include <cassert>
 #include <memory>
+#include <utility>
 
 namespace tessarin
 {
@@ -16,6 +17,7 @@ namespace
 {
 
 constexpr std::size_t overhead = RemoteCrypto::nonceByteCount + RemoteCrypto::tagByteCount;
+constexpr std::size_t messageOffset = RemoteCrypto::lengthByteCount + RemoteCrypto::nonceByteCount;
 
 struct ContextDeleter {
     void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
@@ -44,41 +46,107 @@ Failure<RemoteCryptoFailure> libraryFailure()
     return { CryptoLibraryError{ text.data() } };
 }
 
-bool encrypt(std::string_view plaintext, std::string_view key, const char* nonce, char* ciphertext, char* tag)
+// So much is copied and then encrypted or decrypted where it stands, while it is still at hand: cheaper than to clear a whole frame first.
+constexpr std::size_t stride = 16 * 1024;
+
+// Looked up once: that costs as much as a short message.
+const EVP_CIPHER* cipher()
 {
-    const Context context(EVP_CIPHER_CTX_new());
+    static const EVP_CIPHER* const fetched = EVP_CIPHER_fetch(nullptr, "AES-256-GCM", nullptr);
+    return fetched;
+}
+
+Context makeContext(std::string_view key, const char* nonce, bool encrypts)
+{
+    Context context(EVP_CIPHER_CTX_new());
+    if (context && EVP_CipherInit_ex2(context.get(), cipher(), bytes(key.data()), bytes(nonce), encrypts ? 1 : 0, nullptr) == 1) {
+        return context;
+    }
+    return nullptr;
+}
+
+// Encrypts or decrypts where the text stands.
+bool transform(EVP_CIPHER_CTX* context, char* text, std::size_t size)
+{
     int length = 0;
-    return context && EVP_EncryptInit_ex2(context.get(), EVP_aes_256_gcm(), bytes(key.data()), bytes(nonce), nullptr) == 1
-        && EVP_EncryptUpdate(context.get(), bytes(ciphertext), &length, bytes(plaintext.data()), static_cast<int>(plaintext.size())) == 1
-        && EVP_EncryptFinal_ex(context.get(), bytes(tag), &length) == 1
-        && EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_GET_TAG, static_cast<int>(RemoteCrypto::tagByteCount), tag) == 1;
+    return EVP_CipherUpdate(context, bytes(text), &length, bytes(text), static_cast<int>(size)) == 1;
 }
 
-bool decrypt(std::string_view ciphertext, std::string_view key, const char* nonce, std::string& tag, char* plaintext)
+// Appends to a text what is encrypted or decrypted. Pieces may be as short as a bracket, and are transformed together.
+class TransformedText
 {
-    const Context context(EVP_CIPHER_CTX_new());
+public:
+    TransformedText(EVP_CIPHER_CTX* context, std::string& text) : m_context(context), m_text(text), m_transformed(text.size()) { }
+
+    [[nodiscard]] bool append(std::string_view piece)
+    {
+        while (!piece.empty()) {
+            const std::string_view part = piece.substr(0, stride - (m_text.size() - m_transformed));
+            piece.remove_prefix(part.size());
+            m_text += part;
+            if (m_text.size() - m_transformed == stride && !transformRest()) {
+                return false;
+            }
+        }
+        return true;
+    }
+    [[nodiscard]] bool transformRest()
+    {
+        const std::size_t start = std::exchange(m_transformed, m_text.size());
+        return transform(m_context, m_text.data() + start, m_text.size() - start);
+    }
+
+private:
+    EVP_CIPHER_CTX* m_context;
+    std::string& m_text;
+    std::size_t m_transformed; // so much of the text
+};
+
+bool writeTag(EVP_CIPHER_CTX* context, char* tag)
+{
     int length = 0;
-    return context && EVP_DecryptInit_ex2(context.get(), EVP_aes_256_gcm(), bytes(key.data()), bytes(nonce), nullptr) == 1
-        && EVP_DecryptUpdate(context.get(), bytes(plaintext), &length, bytes(ciphertext.data()), static_cast<int>(ciphertext.size())) == 1
-        && EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_SET_TAG, static_cast<int>(tag.size()), tag.data()) == 1
-        && EVP_DecryptFinal_ex(context.get(), bytes(plaintext) + ciphertext.size(), &length) == 1;
+    return EVP_CipherFinal_ex(context, bytes(tag), &length) == 1
+        && EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_AEAD_GET_TAG, static_cast<int>(RemoteCrypto::tagByteCount), tag) == 1;
 }
 
-void writeLength(std::size_t length, char* header)
+bool hasTag(EVP_CIPHER_CTX* context, std::string_view expected)
 {
-    for (std::size_t place = RemoteCrypto::lengthByteCount; place-- > 0; length >>= 8U)
-        header[place] = static_cast<char>(length & 0xFFU);
+    std::array<char, RemoteCrypto::tagByteCount> tag{};
+    std::copy(expected.begin(), expected.end(), tag.begin());
+    unsigned char none = 0;
+    int length = 0;
+    return EVP_CIPHER_CTX_ctrl(context, EVP_CTRL_AEAD_SET_TAG, static_cast<int>(tag.size()), tag.data()) == 1
+        && EVP_CipherFinal_ex(context, &none, &length) == 1;
 }
 
-// Fills in what belongs around the message. The message may stand where it goes.
-Result<void, RemoteCryptoFailure> sealInto(std::string& frame, std::string_view plaintext, std::string_view keyData)
+// What stands before the message, of which so many bytes follow in all. Null when the library can't.
+Context beginFrame(char* start, std::size_t length, std::string_view keyData)
 {
-    char* const nonce = frame.data() + RemoteCrypto::lengthByteCount;
-    char* const ciphertext = nonce + RemoteCrypto::nonceByteCount;
-    writeLength(frame.size() - RemoteCrypto::lengthByteCount, frame.data());
-    if (RAND_bytes(bytes(nonce), static_cast<int>(RemoteCrypto::nonceByteCount)) != 1
-        || !encrypt(plaintext, keyData, nonce, ciphertext, ciphertext + plaintext.size())) {
-        return libraryFailure();
+    for (std::size_t place = RemoteCrypto::lengthByteCount, rest = length; place-- > 0; rest >>= 8U) {
+        start[place] = static_cast<char>(rest & 0xFFU);
+    }
+    char* const nonce = start + RemoteCrypto::lengthByteCount;
+    if (RAND_bytes(bytes(nonce), static_cast<int>(RemoteCrypto::nonceByteCount)) != 1) {
+        return nullptr;
+    }
+    return makeContext(keyData, nonce, true);
+}
+
+bool appendMessage(EVP_CIPHER_CTX* context, std::string& frame, const ByteRope& message)
+{
+    TransformedText text(context, frame);
+    return std::all_of(message.pieces().begin(), message.pieces().end(), [&](const auto& piece) { return text.append(piece.bytes); })
+        && text.transformRest();
+}
+
+// What would be too large once it is encrypted need not be encrypted first.
+Result<void, RemoteCryptoFailure> mayBeSealed(std::size_t length, std::string_view keyData)
+{
+    if (keyData.size() != RemoteCrypto::keyByteCount) {
+        return Failure{ RemoteCryptoFailure(RemoteCryptoError::invalidKey) };
+    }
+    if (length > RemoteCrypto::maximumFrameSize) {
+        return Failure{ RemoteCryptoFailure(RemoteCryptoError::oversizedFrame) };
     }
     return {};
 }
@@ -117,44 +185,65 @@ Result<std::string, RemoteCryptoFailure> makeKey()
 
 Result<std::string, RemoteCryptoFailure> seal(std::string_view plaintext, std::string_view keyData)
 {
-    if (keyData.size() != keyByteCount)
-        return Failure{ RemoteCryptoFailure(RemoteCryptoError::invalidKey) };
+    ByteRope rope;
+    rope.append({ nullptr, plaintext });
+    return seal(rope, keyData);
+}
+
+Result<std::string, RemoteCryptoFailure> seal(const ByteRope& plaintext, std::string_view keyData)
+{
     const std::size_t length = plaintext.size() + overhead;
-    // What would be too large once it is encrypted need not be encrypted first.
-    if (length > maximumFrameSize)
-        return Failure{ RemoteCryptoFailure(RemoteCryptoError::oversizedFrame) };
-    std::string frame(lengthByteCount + length, '\0');
-    const auto sealed = sealInto(frame, plaintext, keyData);
-    if (!sealed) {
-        return Failure{ sealed.error() };
+    const auto may = mayBeSealed(length, keyData);
+    if (!may) {
+        return Failure{ may.error() };
+    }
+    std::string frame;
+    frame.reserve(lengthByteCount + length);
+    frame.resize(messageOffset);
+    const Context context = beginFrame(frame.data(), length, keyData);
+    if (!context || !appendMessage(context.get(), frame, plaintext)) {
+        return libraryFailure();
+    }
+    frame.resize(frame.size() + tagByteCount);
+    if (!writeTag(context.get(), frame.data() + frame.size() - tagByteCount)) {
+        return libraryFailure();
     }
     return frame;
 }
 
 Result<void, RemoteCryptoFailure> sealInPlace(std::string& frame, std::string_view keyData)
 {
-    if (keyData.size() != keyByteCount) {
-        return Failure{ RemoteCryptoFailure(RemoteCryptoError::invalidKey) };
-    }
     assert(frame.size() >= lengthByteCount + overhead);
     const std::size_t length = frame.size() - lengthByteCount;
-    if (length > maximumFrameSize) {
-        return Failure{ RemoteCryptoFailure(RemoteCryptoError::oversizedFrame) };
+    const auto may = mayBeSealed(length, keyData);
+    if (!may) {
+        return Failure{ may.error() };
     }
-    return sealInto(frame, std::string_view(frame).substr(lengthByteCount + nonceByteCount, length - overhead), keyData);
+    const Context context = beginFrame(frame.data(), length, keyData);
+    if (!context || !transform(context.get(), frame.data() + messageOffset, length - overhead)
+        || !writeTag(context.get(), frame.data() + frame.size() - tagByteCount)) {
+        return libraryFailure();
+    }
+    return {};
 }
 
 Result<std::string, RemoteCryptoFailure> open(std::string_view payload, std::string_view keyData)
 {
-    if (keyData.size() != keyByteCount)
+    if (keyData.size() != keyByteCount) {
         return Failure{ RemoteCryptoFailure(RemoteCryptoError::invalidKey) };
-    if (payload.size() < overhead || payload.size() > maximumFrameSize)
+    }
+    if (payload.size() < overhead || payload.size() > maximumFrameSize) {
         return Failure{ RemoteCryptoFailure(RemoteCryptoError::invalidFrame) };
-    std::string tag(payload.substr(payload.size() - tagByteCount));
+    }
     const std::string_view ciphertext = payload.substr(nonceByteCount, payload.size() - overhead);
-    std::string plaintext(ciphertext.size(), '\0');
-    if (!decrypt(ciphertext, keyData, payload.data(), tag, plaintext.data()))
+    std::string plaintext;
+    plaintext.reserve(ciphertext.size());
+    const Context context = makeContext(keyData, payload.data(), false);
+    TransformedText text(context.get(), plaintext);
+    if (!context || !text.append(ciphertext) || !text.transformRest()
+        || !hasTag(context.get(), payload.substr(payload.size() - tagByteCount))) {
         return libraryFailure();
+    }
     return plaintext;
 }
 

@@ -46,6 +46,8 @@ inline constexpr std::size_t maximumFrameSize = 16 * 1024 * 1024;
 inline constexpr std::size_t lengthByteCount = 4;
 inline constexpr std::size_t nonceByteCount = 12;
 inline constexpr std::size_t tagByteCount = 16;
+// Of a message.
+inline constexpr std::size_t maximumPlaintextSize = maximumFrameSize - nonceByteCount - tagByteCount;
 
 // A new random key.
 [[nodiscard]] Result<std::string, RemoteCryptoFailure> makeKey();

@@ -29,9 +29,9 @@ class RemoteHostServer
 public:
     static constexpr std::uint16_t defaultPort = 43765;
 
-    // The main thread outlives the server.
+    // Made and destroyed on the main thread, which outlives the server.
     explicit RemoteHostServer(MainThread& mainThread);
-    ~RemoteHostServer(); // closes everything
+    ~RemoteHostServer(); // closes everything before it returns
     RemoteHostServer(const RemoteHostServer&) = delete;
     RemoteHostServer& operator=(const RemoteHostServer&) = delete;
 
