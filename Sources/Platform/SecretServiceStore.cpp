@@ -73,16 +73,38 @@ private:
 };
 
 // A service object of the library that refuses where the library would ask the person: a collection may be locked between our look at
-// it and our call.
-GVariant* refuseToPrompt(SecretService*, SecretPrompt*, GCancellable*, const GVariantType*, GError** error)
+// it and our call. The library's blocking calls come here by both ways.
+void setRefusal(GError** error)
 {
     g_set_error_literal(error, SECRET_ERROR, SECRET_ERROR_IS_LOCKED, "Nobody is asked");
+}
+
+GVariant* refuseToPrompt(SecretService*, SecretPrompt*, GCancellable*, const GVariantType*, GError** error)
+{
+    setRefusal(error);
     return nullptr;
+}
+
+void refuseToPromptLater(
+    SecretService* service, SecretPrompt*, const GVariantType*, GCancellable* cancellable, GAsyncReadyCallback callback, gpointer userData)
+{
+    const Owned<GTask> task(g_task_new(service, cancellable, callback, userData));
+    GError* error = nullptr;
+    setRefusal(&error);
+    g_task_return_error(task.get(), error);
+}
+
+GVariant* finishRefusing(SecretService*, GAsyncResult* result, GError** error)
+{
+    return static_cast<GVariant*>(g_task_propagate_pointer(G_TASK(result), error));
 }
 
 void initializeQuietService(gpointer classObject, gpointer)
 {
-    static_cast<SecretServiceClass*>(classObject)->prompt_sync = &refuseToPrompt;
+    auto* service = static_cast<SecretServiceClass*>(classObject);
+    service->prompt_sync = &refuseToPrompt;
+    service->prompt_async = &refuseToPromptLater;
+    service->prompt_finish = &finishRefusing;
 }
 
 GType quietServiceType()
@@ -129,6 +151,10 @@ Result<OpenService, Unreachable> openService(GCancellable* cancellable)
     Owned<GError> error(failure);
     if (!opened.bus) {
         return Failure{ g_cancellable_is_cancelled(cancellable) ? Unreachable::noAnswer : Unreachable::noService };
+    }
+    // The session is ending, and the connection of the whole program went with it.
+    if (g_dbus_connection_is_closed(opened.bus.get())) {
+        return Failure{ Unreachable::noAnswer };
     }
     // Otherwise the end of the bus would end the program.
     g_dbus_connection_set_exit_on_close(opened.bus.get(), FALSE);
