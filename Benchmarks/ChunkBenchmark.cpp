@@ -10,6 +10,8 @@
 
 #include "App/AppModel.h"
 #include "BenchmarkSupport.h"
+#include "BenchmarkWorld.h"
+#include "Platform/BackgroundWork.h"
 #include "Services/Locators.h"
 
 #include <cstdio>
@@ -71,17 +73,6 @@ int playRuntime()
     return 0;
 }
 
-class NoDesktop final : public Desktop
-{
-    void chooseFolder(const FolderQuestion&, std::function<void(std::optional<std::string>)> done) override { done(std::nullopt); }
-    void reveal(const std::string&) override { }
-    void open(const std::string&) override { }
-    void moveToTrash(const std::string&) override { }
-    void copyToPasteboard(const std::string&) override { }
-    void copySecretToPasteboard(const std::string&) override { }
-    void openTerminal(std::function<void(bool wasOpened)> done) override { done(false); }
-};
-
 // The program without its window, on a stored task of so many entries.
 class LoadedModel
 {
@@ -98,7 +89,8 @@ public:
         m_preferences->setText(AppModel::routingModeKey, "grok");
         m_store = std::make_unique<WorkspaceStore>(*m_preferences);
         store(entryCount);
-        m_model = AppModel::make({ *m_preferences, *m_store, m_mainThread, m_desktop, RuntimeContext::current(*m_preferences) });
+        m_model
+            = AppModel::make({ *m_preferences, *m_store, m_mainThread, m_desktop, RuntimeContext::current(*m_preferences), { m_secrets } });
         if (m_model->entries().size() != entryCount) {
             giveUp("the task was not loaded");
         }
@@ -107,6 +99,7 @@ public:
     {
         m_model->selectWorkspace(Uuid::random()); // which stops the client
         m_model.reset();
+        finishBackgroundWork(); // which uses the secrets
         m_store.reset();
         m_preferences.reset();
         std::error_code ignored; // a folder of ours in the system's place for such
@@ -159,6 +152,7 @@ private:
     std::string m_folder;
     MainThread m_mainThread;
     NoDesktop m_desktop;
+    OneSecret m_secrets;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<WorkspaceStore> m_store;
     std::shared_ptr<AppModel> m_model;

@@ -1,6 +1,7 @@
 #include "IngestBenchmarkModel.h"
 
 #include "BenchmarkSupport.h"
+#include "Platform/BackgroundWork.h"
 #include "Services/Locators.h"
 
 #include <cstdio>
@@ -87,7 +88,7 @@ IngestModel::IngestModel(const std::string& runtime, const IngestStream& stream)
     RuntimeContext runtimes = RuntimeContext::current(*m_preferences);
     runtimes.environment = ingestEnvironment(stream);
     runtimes.home = m_folder.string();
-    m_model = AppModel::make({ *m_preferences, *m_store, m_mainThread, m_desktop, std::move(runtimes) });
+    m_model = AppModel::make({ *m_preferences, *m_store, m_mainThread, m_desktop, std::move(runtimes), { m_secrets } });
     m_model->addWorkspace(project);
     m_model->setRoutingMode(route.mode);
 }
@@ -96,6 +97,7 @@ IngestModel::~IngestModel()
 {
     m_model->removeWorkspace(*m_model->selectedWorkspaceID()); // which stops the client
     m_model.reset();
+    finishBackgroundWork(); // which uses the secrets
     m_store.reset();
     m_preferences.reset();
     std::error_code ignored; // a folder of ours in the system's place for such

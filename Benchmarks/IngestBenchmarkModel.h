@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/AppModel.h"
+#include "BenchmarkWorld.h"
 #include "IngestBenchmarkStream.h"
 
 #include <chrono>
@@ -46,16 +47,6 @@ public:
     [[nodiscard]] IngestCost runTurn();
 
 private:
-    class NoDesktop : public Desktop
-    {
-        void chooseFolder(const FolderQuestion&, std::function<void(std::optional<std::string>)> done) override { done(std::nullopt); }
-        void reveal(const std::string&) override { }
-        void open(const std::string&) override { }
-        void moveToTrash(const std::string&) override { }
-        void copyToPasteboard(const std::string&) override { }
-        void copySecretToPasteboard(const std::string&) override { }
-        void openTerminal(std::function<void(bool wasOpened)> done) override { done(false); }
-    };
     void pumpUntilReady();
     void requireWholeStream() const;
 
@@ -63,6 +54,7 @@ private:
     std::filesystem::path m_folder;
     MainThread& m_mainThread = *new MainThread; // never freed: a probe of a runtime may answer after everything else has gone
     NoDesktop m_desktop;
+    OneSecret m_secrets;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<WorkspaceStore> m_store;
     std::shared_ptr<AppModel> m_model;

@@ -9,6 +9,8 @@ namespace tessarin
 std::shared_ptr<AppModel> AppModel::make(Surroundings surroundings)
 {
     std::shared_ptr<AppModel> model(new AppModel(std::move(surroundings)));
+    model->configureRemoteHost();
+    model->loadRemoteSecret();
     model->refreshInstallStatus();
     model->refreshCodexInstallStatus();
     model->refreshKimiInstallStatus();
@@ -20,6 +22,7 @@ std::shared_ptr<AppModel> AppModel::make(Surroundings surroundings)
 AppModel::AppModel(Surroundings surroundings)
     : m_surroundings(std::move(surroundings))
     , m_workspaces(m_surroundings.store.load())
+    , m_remoteHost(m_surroundings.mainThread)
     , m_imagineStore(m_surroundings.preferences.locations(), m_surroundings.now)
     , m_imagineArrivals(makeImagineArrivals())
 {
@@ -33,6 +36,9 @@ AppModel::AppModel(Surroundings surroundings)
     const Preferences& preferences = m_surroundings.preferences;
     m_permissionMode = grokPermissionModeFromRawText(preferences.text(permissionModeKey).value_or("")).value_or(GrokPermissionMode::ask);
     m_routingMode = providerRoutingModeFromRawText(preferences.text(routingModeKey).value_or("")).value_or(ProviderRoutingMode::automatic);
+    m_remoteEnabled = preferences.boolean(RemoteHostConfiguration::enabledKey).value_or(false);
+    auto advertisedHost = preferences.text(RemoteHostConfiguration::advertisedHostKey);
+    m_remoteAdvertisedHost = advertisedHost ? std::move(*advertisedHost) : m_surroundings.remote.suggestedAddress();
     m_imagineItems = m_imagineStore.load();
 }
 

@@ -4,6 +4,8 @@
 #include "App/EntryIndex.h"
 #include "App/ModelChange.h"
 #include "App/ProviderSelection.h"
+#include "App/RemoteContext.h"
+#include "App/RemoteSnapshotBuilder.h"
 #include "App/SessionUpdateReducer.h"
 #include "Imagine/ImagineItem.h"
 #include "Imagine/ImagineStore.h"
@@ -50,6 +52,7 @@ public:
         MainThread& mainThread;
         Desktop& desktop;
         RuntimeContext runtimes;
+        RemoteContext remote;
         InstantSource now = &Instant::now;
     };
 
@@ -108,6 +111,15 @@ public:
     // Answers with the first option that refuses; without one the whole work of the section that asks stops.
     void rejectPermission();
 
+    // The remote host, through which paired devices watch and drive the program.
+    void setRemoteEnabled(bool isEnabled);
+    // Blank text stands for the suggested address. Only the link changes: the host listens on all addresses.
+    void updateRemoteAdvertisedHost(const std::string& text);
+    // Nothing happens before the key is known.
+    void copyPairingLink();
+    // Unpairs every device.
+    void rotateRemoteAccessKey();
+
     // What is known of the runtimes. Each publishes at once what was found, and the version and sign-in when the program has told them;
     // of overlapping refreshes the last answer stays.
     void refreshInstallStatus(); // Grok
@@ -147,6 +159,12 @@ public:
     [[nodiscard]] const std::vector<ImagineItem>& imagineItems() const { return m_imagineItems; } // newest first
     [[nodiscard]] const ConnectionState& imagineState() const { return m_imagineState; }
     [[nodiscard]] const std::string& imagineProgress() const { return m_imagineProgress; } // one line; empty when there is none
+
+    [[nodiscard]] bool remoteEnabled() const { return m_remoteEnabled; }
+    [[nodiscard]] const RemoteHostState& remoteHostState() const { return m_remoteHostState; }
+    [[nodiscard]] std::size_t remoteClientCount() const { return m_remoteClientCount; }
+    [[nodiscard]] const std::string& remoteAdvertisedHost() const { return m_remoteAdvertisedHost; }
+    [[nodiscard]] std::optional<std::string> remotePairingURL() const; // absent before the key is known
 
     [[nodiscard]] const GrokInstallStatus& installStatus() const { return m_installStatus; }
     [[nodiscard]] const CodexInstallStatus& codexInstallStatus() const { return m_codexInstallStatus; }
@@ -250,6 +268,27 @@ private:
     void forgetAsker(const std::weak_ptr<AgentClient>& client);
     void recordPermissionMode(GrokPermissionMode mode);
 
+    // The remote host: key, snapshots, what devices ask for.
+    void configureRemoteHost();
+    using RemoteSecret = std::optional<RemoteHostConfiguration::Secret>;
+    void loadRemoteSecret();
+    void rotateRemoteSecret();
+    void askForRemoteSecret(std::function<RemoteSecret()> source);
+    static void deliverRemoteSecret(const std::weak_ptr<AppModel>& weak, MainThread& mainThread, RemoteSecret secret);
+    void takeRemoteSecret(const RemoteSecret& secret);
+    void startRemoteHost();
+    void broadcastRemoteSnapshot();
+    void broadcastRemoteSnapshotSoon();
+    void handleRemote(const RemoteEnvelope& message);
+    void selectRemoteThread(const RemoteEnvelope& message);
+    void promptFromRemote(const RemoteEnvelope& message);
+    void cancelFromRemote(const RemoteEnvelope& message);
+    void respondFromRemote(const RemoteEnvelope& message);
+    void setPermissionModeFromRemote(const RemoteEnvelope& message);
+    void setProviderModeFromRemote(const RemoteEnvelope& message);
+    void generateFromRemote(const RemoteEnvelope& message);
+    void sendRemoteMedia(const RemoteEnvelope& message);
+
     // Signing in.
     template <class Status>
     void setInstallStatus(Status& field, Status status);
@@ -305,7 +344,19 @@ private:
     ConnectionState m_imagineState;
     std::string m_imagineProgress;
 
+    bool m_remoteEnabled = false;
+    RemoteHostState m_remoteHostState;
+    std::size_t m_remoteClientCount = 0;
+    std::string m_remoteAdvertisedHost;
+    std::optional<std::string> m_remoteSecret; // absent until it is loaded
+
     // Private.
+    RemoteHostServer m_remoteHost;
+    RemoteSnapshotBuilder m_remoteSnapshots;
+    std::optional<MainThread::DelayID> m_remoteSnapshotDelay; // of the snapshot that is due
+    bool m_isRemoteSecretDue = false; // it is being loaded or made
+    bool m_isRemoteRotationDue = false; // asked for meanwhile
+    std::vector<Subscription> m_remoteObservers;
     std::shared_ptr<AgentClient> m_client; // at most one
     std::shared_ptr<ACPClient> m_imagineClient; // at most one
     std::string m_currentImaginePrompt; // of the running generation, trimmed

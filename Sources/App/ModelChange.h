@@ -25,6 +25,7 @@ struct ModelChange {
         imagineItems, // items were added or removed
         imagineState,
         imagineProgress,
+        remote, // remoteEnabled, remoteHostState, remoteClientCount, remoteAdvertisedHost or remotePairingURL
         entriesReset, // all entries of the selected task were replaced; its updatedAt stays
         // The last three also say that the updatedAt of the selected task is now; no `workspaces` is told for it.
         entryAppended, // `index` is the new last row

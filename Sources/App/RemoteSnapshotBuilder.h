@@ -1,10 +1,12 @@
 #pragma once
 
 #include "App/ModelChange.h"
+#include "Platform/Instant.h"
 #include "Platform/Uuid.h"
 #include "Remote/RemoteSnapshot.h"
 
 #include <memory>
+#include <string>
 
 namespace tessarin
 {
@@ -21,7 +23,7 @@ public:
 
     // Requires: called for each change since the last snapshot, when it is told, so that `model` has the same task selected.
     void note(const ModelChange& change, const AppModel& model);
-    [[nodiscard]] RemoteSnapshot build(const AppModel& model);
+    [[nodiscard]] RemoteSnapshot build(const AppModel& model, std::string hostName, Instant now);
 
 private:
     struct Implementation;

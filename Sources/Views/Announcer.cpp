@@ -55,6 +55,7 @@ void Announcer::note(const ModelChange& change)
     case ModelChange::Kind::installStatus:
     case ModelChange::Kind::copiedCommand:
     case ModelChange::Kind::section:
+    case ModelChange::Kind::remote:
     case ModelChange::Kind::imagineItems:
     case ModelChange::Kind::imagineProgress:
     case ModelChange::Kind::entriesReset:

@@ -51,6 +51,7 @@ void ImagineModel::note(const ModelChange& change)
     case ModelChange::Kind::providerUsage:
     case ModelChange::Kind::copiedCommand:
     case ModelChange::Kind::section:
+    case ModelChange::Kind::remote:
     case ModelChange::Kind::entriesReset:
     case ModelChange::Kind::entryAppended:
     case ModelChange::Kind::entryTextAppended:

@@ -106,7 +106,8 @@ void TessarinApp::finishFirstFrame()
     const QQmlComponent content(&m_engine, QUrl(QStringLiteral("qrc:/Tessarin/RootView.qml")));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/Tessarin/Icons/tessarin.svg")));
     m_appearance.follow(m_portal);
-    m_model = AppModel::make({ m_preferences, m_store, m_mainThread, m_desktop, RuntimeContext::current(m_preferences) });
+    m_secrets = makeSystemSecretStore(m_preferences.locations().data + "/secrets");
+    m_model = AppModel::make({ m_preferences, m_store, m_mainThread, m_desktop, RuntimeContext::current(m_preferences), { *m_secrets } });
     connect(
         m_window, &QQuickWindow::frameSwapped, this, [this] { report("first content"); },
         static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/SecretStore.h"
 #include "Views/Appearance.h"
 #include "Views/DesktopPortal.h"
 #include "Views/FolderPicker.h"
@@ -55,6 +56,7 @@ private:
     Appearance m_appearance;
     FolderPicker m_folderPicker;
     QtDesktop m_desktop;
+    std::unique_ptr<SecretStore> m_secrets; // from the first frame on
     std::shared_ptr<AppModel> m_model;
     std::shared_ptr<void> m_turns; // the subscription to the model
     WindowModel m_windowModel;

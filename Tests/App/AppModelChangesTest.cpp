@@ -18,8 +18,8 @@ protected:
     void watch()
     {
         m_subscription = model->observe([this](const ModelChange& change) {
-            // The programs are asked for their versions meanwhile and answer in their own time.
-            if (change.kind != Kind::installStatus) {
+            // The programs are asked for their versions and the key of the remote host is loaded meanwhile; both come in their own time.
+            if (change.kind != Kind::installStatus && change.kind != Kind::remote) {
                 m_changes.push_back(change);
             }
         });

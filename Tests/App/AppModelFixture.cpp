@@ -1,6 +1,7 @@
 #include "AppModelFixture.h"
 
 #include "ImmortalMainThread.h"
+#include "Platform/BackgroundWork.h"
 #include "Services/Locators.h"
 
 #include <csignal>
@@ -33,8 +34,8 @@ std::string binDirectory(const ScriptedRuntime& runtime)
 
 } // namespace
 
-AppModelTest::AppModelTest()
-    : mainThread(immortalMainThread())
+AppModelTest::AppModelTest(MainThread* ownMainThread)
+    : mainThread(ownMainThread ? *ownMainThread : immortalMainThread())
     , preferences(StoreLocations{ runtime.directory() + "/config", runtime.directory() + "/data" })
     , store(preferences)
 {
@@ -46,6 +47,8 @@ AppModelTest::~AppModelTest()
     if (model) {
         dropConnection();
     }
+    model.reset();
+    finishBackgroundWork(); // which uses the secrets
 }
 
 void AppModelTest::install(std::initializer_list<std::string_view> programs)
@@ -74,13 +77,18 @@ RuntimeContext AppModelTest::context()
     return result;
 }
 
+RemoteContext AppModelTest::remoteContext()
+{
+    return { secrets, remotePort, [this] { return suggestedAddress; }, [this] { return computerName; } };
+}
+
 void AppModelTest::openModel()
 {
     if (model) {
         dropConnection();
         model.reset();
     }
-    model = AppModel::make({ preferences, store, mainThread, desktop, context(), [this] { return clock; } });
+    model = AppModel::make({ preferences, store, mainThread, desktop, context(), remoteContext(), [this] { return clock; } });
 }
 
 void AppModelTest::openProject(std::initializer_list<std::string_view> programs)

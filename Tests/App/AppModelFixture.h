@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/AppModel.h"
+#include "MemorySecretStore.h"
 #include "RecordingDesktop.h"
 #include "ScriptedRuntime.h"
 
@@ -22,7 +23,8 @@ namespace tessarin::testing
 class AppModelTest : public ::testing::Test
 {
 protected:
-    AppModelTest();
+    // With another main thread than one that follows the clock of the system, if given; it outlives everything.
+    explicit AppModelTest(MainThread* ownMainThread = nullptr);
     ~AppModelTest() override;
 
     // The programs that a search through PATH finds from now on: "grok", "kimi", "opencode", ...
@@ -77,6 +79,11 @@ protected:
     Preferences preferences;
     WorkspaceStore store;
     RecordingDesktop desktop;
+    MemorySecretStore secrets;
+    // What the remote host of a model that is opened afterwards listens on, suggests, and calls this computer.
+    std::uint16_t remotePort = RemoteHostServer::defaultPort;
+    std::string suggestedAddress = "192.168.1.20";
+    std::optional<std::string> computerName = "Test machine";
     Instant clock{ 1000 };
     // What this process is started with besides, in the eyes of a model that is opened afterwards.
     Environment addedEnvironment;
@@ -86,6 +93,7 @@ protected:
 
 private:
     [[nodiscard]] RuntimeContext context();
+    [[nodiscard]] RemoteContext remoteContext();
     [[nodiscard]] std::string describedState() const;
 };
 

@@ -3,6 +3,8 @@
 
 #include "App/AppModel.h"
 #include "ImmortalMainThread.h"
+#include "MemorySecretStore.h"
+#include "Platform/BackgroundWork.h"
 #include "RecordingDesktop.h"
 #include "RunningAgent.h"
 #include "Services/Locators.h"
@@ -50,7 +52,7 @@ protected:
             }
             return std::nullopt;
         };
-        m_model = AppModel::make({ *m_preferences, *m_store, m_mainThread, m_desktop, std::move(runtimes) });
+        m_model = AppModel::make({ *m_preferences, *m_store, m_mainThread, m_desktop, std::move(runtimes), { m_secrets } });
     }
 
     void closeModel()
@@ -61,6 +63,7 @@ protected:
             m_model->deleteThread(*m_model->selectedThreadID(), *m_model->selectedWorkspaceID());
         }
         m_model.reset();
+        finishBackgroundWork(); // which uses the secrets
         m_store.reset();
         m_preferences.reset();
     }
@@ -91,6 +94,7 @@ protected:
     AgentFolder m_folder;
     MainThread& m_mainThread = testing::immortalMainThread();
     testing::RecordingDesktop m_desktop;
+    testing::MemorySecretStore m_secrets;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<WorkspaceStore> m_store;
     std::shared_ptr<AppModel> m_model;
