@@ -1,8 +1,6 @@
 #include "Views/LazyItem.h"
 
-#include <QQmlContext>
-#include <QQmlEngine>
-#include <QQmlIncubator>
+#include "Views/ItemCreation.h"
 
 namespace tessarin
 {
@@ -38,18 +36,13 @@ void LazyItem::componentComplete()
     renew();
 }
 
-// What is given up may be what asked for it, so it goes with the next turn of the loop, and is out of sight at once.
 void LazyItem::renew()
 {
     if (!isComponentComplete()) {
         return;
     }
     if (m_object != nullptr) {
-        if (auto* item = qobject_cast<QQuickItem*>(m_object)) {
-            item->disconnect(this);
-            item->setParentItem(nullptr);
-        }
-        m_object->deleteLater();
+        giveUpWithin(*this, *m_object);
         m_object = nullptr;
     }
     if (m_isActive && m_component != nullptr) {
@@ -59,42 +52,16 @@ void LazyItem::renew()
     emit objectChanged();
 }
 
-// A component that creates by itself keeps what it needed for that, some ten KB, as long as it lives.
-class LazyItem::Creation : public QQmlIncubator
-{
-public:
-    explicit Creation(LazyItem& item) : QQmlIncubator(Synchronous), m_item(item) { }
-
-protected:
-    void setInitialState(QObject* object) override { m_item.hold(object); }
-
-private:
-    LazyItem& m_item;
-};
-
 void LazyItem::create()
 {
-    Creation creation(*this);
-    QQmlContext* context = m_component->creationContext();
-    m_component->create(creation, context != nullptr ? context : qmlContext(this));
-    for (const QQmlError& error : creation.errors()) {
-        qWarning("%s", qPrintable(error.toString()));
-    }
-    if (auto* item = qobject_cast<QQuickItem*>(m_object)) {
+    const auto begin = [this](QObject* object) {
+        m_object = object;
+        fit();
+    };
+    auto* item = qobject_cast<QQuickItem*>(createWithin(*this, *m_component, {}, begin));
+    if (item != nullptr) {
         connect(item, &QQuickItem::implicitWidthChanged, this, &LazyItem::takeImplicitSize);
         connect(item, &QQuickItem::implicitHeightChanged, this, &LazyItem::takeImplicitSize);
-    }
-}
-
-// It has its place and its size before its bindings are evaluated.
-void LazyItem::hold(QObject* object)
-{
-    m_object = object;
-    QQmlEngine::setObjectOwnership(object, QQmlEngine::CppOwnership);
-    object->setParent(this);
-    if (auto* item = qobject_cast<QQuickItem*>(object)) {
-        item->setParentItem(this);
-        fit();
     }
 }
 

@@ -35,15 +35,13 @@ signals:
 protected:
     void componentComplete() override;
     void geometryChange(const QRectF& now, const QRectF& before) override;
-    // That of what is held, or none.
-    virtual void takeImplicitSize();
 
 private:
     void renew();
-    class Creation;
     void create();
-    void hold(QObject* object);
     void fit();
+    // That of what is held, or none.
+    void takeImplicitSize();
 
     bool m_isActive = true;
     QPointer<QQmlComponent> m_component;

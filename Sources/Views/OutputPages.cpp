@@ -27,7 +27,7 @@ void OutputPages::readEntry(int row, bool hasOnlyGrown)
         m_segments = TextSegments(TextSegments::Format::plain);
     }
     m_segments.scan(text());
-    const int pages = static_cast<int>(m_segments.segments().size());
+    const int pages = static_cast<int>(m_segments.begins().size());
     if (const int kept = std::min(pages, m_rowCount); kept > 0) {
         emit dataChanged(index(std::max(firstChanged, 0)), index(kept - 1));
     }
@@ -63,10 +63,10 @@ std::string_view OutputPages::text() const
 // The text may have changed since it was read, which is told soon.
 std::string_view OutputPages::pageText(std::size_t page) const
 {
-    const auto& segments = m_segments.segments();
+    const std::vector<std::size_t>& begins = m_segments.begins();
     const std::string_view whole = text();
-    const std::size_t begin = std::min(segments[page].begin, whole.size());
-    const std::size_t end = page + 1 < segments.size() ? segments[page + 1].begin : whole.size();
+    const std::size_t begin = std::min(begins[page], whole.size());
+    const std::size_t end = page + 1 < begins.size() ? begins[page + 1] : whole.size();
     std::string_view part = whole.substr(begin, std::max(end, begin) - begin);
     if (part.ends_with('\n')) {
         part.remove_suffix(1); // what follows begins on a line of its own
@@ -94,7 +94,7 @@ QVariant OutputPages::data(const QModelIndex& index, int role) const
         return QVariant::fromValue(StyledRuns::fromText(QString::fromUtf8(pageText(page))));
     }
     if (role == ContinuedRole) {
-        const std::size_t begin = m_segments.segments()[page].begin;
+        const std::size_t begin = m_segments.begins()[page];
         return begin > 0 && begin <= text().size() && text()[begin - 1] != '\n';
     }
     return {};

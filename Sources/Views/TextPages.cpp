@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <utility>
 
 namespace tessarin
@@ -23,7 +22,7 @@ TextSegments segmentsFor(TextPages::Format format)
 
 } // namespace
 
-TextPages::TextPages(QObject* parent) : QAbstractListModel(parent), m_segments(segmentsFor(Markdown)) { }
+TextPages::TextPages(QObject* parent) : QObject(parent), m_segments(segmentsFor(Markdown)) { }
 
 TextPages::TextPages(Format format) : m_format(format), m_segments(segmentsFor(format)) { }
 
@@ -95,65 +94,31 @@ void TextPages::unsettle()
     }
 }
 
+// Pages that are there already are used again, and so are their blocks, so that only differences are told.
 void TextPages::placePages()
 {
-    const auto& segments = m_segments.segments();
-    std::vector<Page> pages;
-    std::size_t begin = m_placedPages > 0 ? m_pages[m_placedPages - 1].begin : 0;
-    for (; m_placedSegments < segments.size(); ++m_placedSegments) {
-        if (m_placedPages + pages.size() == 0 || segments[m_placedSegments].begin - begin >= pageByteLimit) {
-            begin = segments[m_placedSegments].begin;
-            pages.push_back({ begin, m_placedSegments, nullptr });
-        }
-    }
-    takePages(std::exchange(m_placedPages, m_placedPages + pages.size()), std::move(pages));
-}
-
-// Rows of pages that are there already are used again, and so are their blocks, so that only differences are told.
-void TextPages::takePages(std::size_t first, std::vector<Page>&& pages)
-{
+    const std::vector<std::size_t>& begins = m_segments.begins();
     const std::size_t before = m_pages.size();
-    const std::size_t count = first + pages.size();
-    for (std::size_t i = first; i < std::min(before, count); ++i) {
-        m_pages[i].begin = pages[i - first].begin;
-        m_pages[i].firstSegment = pages[i - first].firstSegment;
+    for (; m_placedSegments < begins.size(); ++m_placedSegments) {
+        if (m_placedPages > 0 && begins[m_placedSegments] - begins[m_pages[m_placedPages - 1].firstSegment] < pageByteLimit) {
+            continue;
+        }
+        if (m_placedPages == m_pages.size()) {
+            m_pages.emplace_back();
+        }
+        m_pages[m_placedPages++].firstSegment = m_placedSegments;
     }
-    if (count > before) {
-        beginInsertRows({}, static_cast<int>(before), static_cast<int>(count) - 1);
-        m_pages.insert(
-            m_pages.end(), std::move_iterator(pages.end() - static_cast<std::ptrdiff_t>(count - before)), std::move_iterator(pages.end()));
-        endInsertRows();
-    } else if (count < before) {
-        beginRemoveRows({}, static_cast<int>(count), static_cast<int>(before) - 1);
-        m_pages.resize(count);
-        endRemoveRows();
-    }
-    if (count != before) {
+    m_pages.resize(m_placedPages);
+    if (m_pages.size() != before) {
         emit countChanged();
     }
 }
 
-BlockListModel* TextPages::blocksOf(std::size_t page) const
-{
-    if (page >= m_pages.size()) {
-        return nullptr;
-    }
-    std::unique_ptr<BlockListModel>& blocks = m_pages[page].blocks;
-    if (!blocks) {
-        blocks = std::make_unique<BlockListModel>(std::nullopt);
-        QQmlEngine::setObjectOwnership(blocks.get(), QQmlEngine::CppOwnership);
-        m_pages[page].settledSegments = 0;
-        m_pages[page].settledBlocks = 0;
-        fill(page);
-    }
-    return blocks.get();
-}
-
 // Parses what is not settled.
-void TextPages::fill(std::size_t at) const
+void TextPages::fill(std::size_t at)
 {
     Page& page = m_pages[at];
-    const std::size_t count = m_segments.segments().size();
+    const std::size_t count = m_segments.begins().size();
     const std::size_t end = at + 1 < m_pages.size() ? m_pages[at + 1].firstSegment : count;
     if (page.settledSegments == 0) {
         page.blocks->setBefore(blockBefore(at));
@@ -190,10 +155,10 @@ std::string_view TextPages::text() const
 // The text may have changed since it was read, which is told soon.
 QList<TextBlock> TextPages::parsed(std::size_t segment) const
 {
-    const auto& segments = m_segments.segments();
+    const std::vector<std::size_t>& begins = m_segments.begins();
     const std::string_view whole = text();
-    const std::size_t begin = std::min(segments[segment].begin, whole.size());
-    const std::size_t end = segment + 1 < segments.size() ? std::min(segments[segment + 1].begin, whole.size()) : whole.size();
+    const std::size_t begin = std::min(begins[segment], whole.size());
+    const std::size_t end = segment + 1 < begins.size() ? std::min(begins[segment + 1], whole.size()) : whole.size();
     std::string_view part = whole.substr(begin, end - begin);
     if (m_format == Plain) {
         if (part.ends_with('\n')) {
@@ -203,7 +168,7 @@ QList<TextBlock> TextPages::parsed(std::size_t segment) const
         block.isContinued = begin > 0 && whole[begin - 1] != '\n';
         return part.empty() ? QList<TextBlock>() : QList<TextBlock>{ std::move(block) };
     }
-    const std::string& opening = segments[segment].fenceOpening;
+    const std::string opening(m_segments.fenceOpening(segment));
     if (opening.empty() && m_segments.definitions().empty()) {
         return parseMarkdown(part);
     }
@@ -216,26 +181,41 @@ QList<TextBlock> TextPages::parsed(std::size_t segment) const
 
 BlockListModel* TextPages::takeBlocks(int page, QObject* taker)
 {
-    const auto at = static_cast<std::size_t>(page);
-    BlockListModel* blocks = page < 0 ? nullptr : blocksOf(at);
-    if (blocks != nullptr) {
-        ++m_pages[at].takers;
-        connect(taker, &QObject::destroyed, this, [this, at, blocks] { giveBlocksBack(at, blocks); });
+    if (page < 0 || page >= count()) {
+        return nullptr;
     }
+    const auto at = static_cast<std::size_t>(page);
+    if (!m_pages[at].blocks) {
+        makeBlocks(at);
+    }
+    ++m_pages[at].takers;
+    const QPointer<BlockListModel> blocks = m_pages[at].blocks.get();
+    connect(taker, &QObject::destroyed, this, [this, at, blocks] { giveBlocksBack(at, blocks); });
     return blocks;
+}
+
+void TextPages::makeBlocks(std::size_t at)
+{
+    Page& page = m_pages[at];
+    page.blocks = std::make_unique<BlockListModel>(std::nullopt);
+    QQmlEngine::setObjectOwnership(page.blocks.get(), QQmlEngine::CppOwnership);
+    page.takers = 0;
+    page.settledSegments = 0;
+    page.settledBlocks = 0;
+    fill(at);
 }
 
 // What shows them may not be gone as a whole, so they go with the next turn of the loop. The page may have become another one.
 void TextPages::giveBlocksBack(std::size_t page, const BlockListModel* blocks)
 {
-    if (page < m_pages.size() && m_pages[page].blocks.get() == blocks && --m_pages[page].takers == 0) {
+    if (blocks != nullptr && page < m_pages.size() && m_pages[page].blocks.get() == blocks && --m_pages[page].takers == 0) {
         m_pages[page].blocks.release()->deleteLater();
     }
 }
 
 QList<TextBlock> TextPages::parsedPage(std::size_t page) const
 {
-    const std::size_t end = page + 1 < m_pages.size() ? m_pages[page + 1].firstSegment : m_segments.segments().size();
+    const std::size_t end = page + 1 < m_pages.size() ? m_pages[page + 1].firstSegment : m_segments.begins().size();
     QList<TextBlock> blocks;
     for (std::size_t segment = m_pages[page].firstSegment; segment < end; ++segment) {
         blocks += parsed(segment);
@@ -259,24 +239,6 @@ QString TextPages::code(int page, int block) const
         }
     }
     return code;
-}
-
-int TextPages::rowCount(const QModelIndex& parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(m_pages.size());
-}
-
-QVariant TextPages::data(const QModelIndex& index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid) || role != BlocksRole) {
-        return {};
-    }
-    return QVariant::fromValue(blocksOf(static_cast<std::size_t>(index.row())));
-}
-
-QHash<int, QByteArray> TextPages::roleNames() const
-{
-    return { { BlocksRole, "blocks" } };
 }
 
 } // namespace tessarin

@@ -3,7 +3,6 @@
 #include "Views/BlockListModel.h"
 #include "Views/TextSegments.h"
 
-#include <QAbstractListModel>
 #include <QPointer>
 #include <QQmlParserStatus>
 
@@ -21,7 +20,7 @@ class EntryListModel;
 // The text of one entry, laid out as pages of blocks. A page holds about a thousand characters, so that a view can leave out the pages that
 // nobody sees: blocks are made for the pages that are asked for, and dropped when they are given back. While the text streams, only what
 // stands behind the last place that can no longer change is parsed again, and only the blocks that differ are told.
-class TextPages : public QAbstractListModel, public QQmlParserStatus
+class TextPages : public QObject, public QQmlParserStatus
 {
     Q_OBJECT
     QML_ELEMENT
@@ -34,7 +33,6 @@ class TextPages : public QAbstractListModel, public QQmlParserStatus
 public:
     enum Format { Markdown, Plain };
     Q_ENUM(Format)
-    enum Role { BlocksRole = Qt::UserRole };
 
     // A page is closed above this size. What exists of a text is moved with each change of it, so pages are smaller than a window.
     static constexpr std::size_t pageByteLimit = 1024;
@@ -55,10 +53,6 @@ public:
     // The whole code of the block, with the blocks that go on with it.
     Q_INVOKABLE QString code(int page, int block) const;
 
-    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
-    [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
-    [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
-
     void classBegin() override { }
     void componentComplete() override;
 
@@ -67,7 +61,6 @@ signals:
 
 private:
     struct Page {
-        std::size_t begin = 0; // in the text
         std::size_t firstSegment = 0;
         std::unique_ptr<BlockListModel> blocks; // absent until they are asked for
         int takers = 0;
@@ -79,10 +72,9 @@ private:
     void restart();
     void unsettle();
     void placePages();
-    void takePages(std::size_t first, std::vector<Page>&& pages);
     void giveBlocksBack(std::size_t page, const BlockListModel* blocks);
-    [[nodiscard]] BlockListModel* blocksOf(std::size_t page) const;
-    void fill(std::size_t page) const;
+    void makeBlocks(std::size_t page);
+    void fill(std::size_t page);
     [[nodiscard]] std::optional<TextBlock> blockBefore(std::size_t page) const;
     [[nodiscard]] QList<TextBlock> parsed(std::size_t segment) const;
     [[nodiscard]] QList<TextBlock> parsedPage(std::size_t page) const;
@@ -97,7 +89,7 @@ private:
     std::size_t m_placedSegments = 0; // that have their page
     std::size_t m_placedPages = 0;
     std::size_t m_firstOpenPage = 0; // from here on blocks may change
-    mutable std::vector<Page> m_pages; // whose blocks are made when they are asked for
+    std::vector<Page> m_pages;
     std::string m_ownText; // without an entry to read
     std::size_t m_textSize = 0;
     std::optional<std::size_t> m_textHash; // of the whole text; absent when it has grown since

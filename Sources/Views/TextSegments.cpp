@@ -84,7 +84,7 @@ void TextSegments::scan(std::string_view text)
     for (std::size_t end = text.find('\n', m_scanned); end != std::string_view::npos; end = text.find('\n', m_scanned)) {
         const std::size_t begin = m_scanned;
         m_scanned = end + 1;
-        if (m_scanned - m_segments.back().begin > openByteLimit && begin > m_segments.back().begin) {
+        if (m_scanned - m_begins.back() > openByteLimit && begin > m_begins.back()) {
             cutByForce(begin);
         }
         cutLongLine(text.substr(0, m_scanned), begin);
@@ -99,8 +99,8 @@ void TextSegments::scan(std::string_view text)
 // cut to be one that does not.
 void TextSegments::skipFullSegments(std::string_view text)
 {
-    while (text.size() - m_segments.back().begin > 2 * openByteLimit) {
-        const std::size_t begin = m_segments.back().begin;
+    while (text.size() - m_begins.back() > 2 * openByteLimit) {
+        const std::size_t begin = m_begins.back();
         const std::size_t end = text.substr(begin, openByteLimit).rfind('\n');
         if (end == std::string_view::npos) {
             return;
@@ -113,8 +113,8 @@ void TextSegments::skipFullSegments(std::string_view text)
 // An endless line is laid out piece by piece as well.
 void TextSegments::cutLongLine(std::string_view text, std::size_t lineBegin)
 {
-    while (text.size() - m_segments.back().begin > 2 * openByteLimit) {
-        const std::size_t begin = m_segments.back().begin;
+    while (text.size() - m_begins.back() > 2 * openByteLimit) {
+        const std::size_t begin = m_begins.back();
         std::size_t at = begin + openByteLimit;
         if (lineBegin > begin) {
             at = lineBegin;
@@ -193,14 +193,23 @@ void TextSegments::cut(std::size_t at)
 {
     m_isInList = false;
     m_orderedDelimiter = 0;
-    if (at > m_segments.back().begin) {
-        m_segments.push_back({ at, {} });
+    if (at > m_begins.back()) {
+        m_begins.push_back(at);
     }
 }
 
 void TextSegments::cutByForce(std::size_t at)
 {
-    m_segments.push_back({ at, m_fence.opening });
+    if (!m_fence.opening.empty()) {
+        m_fenceOpenings[m_begins.size()] = m_fence.opening;
+    }
+    m_begins.push_back(at);
+}
+
+std::string_view TextSegments::fenceOpening(std::size_t segment) const
+{
+    const auto found = m_fenceOpenings.find(segment);
+    return found == m_fenceOpenings.end() ? std::string_view() : std::string_view(found->second);
 }
 
 } // namespace tessarin

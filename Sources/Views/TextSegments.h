@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,13 +17,6 @@ namespace tessarin
 class TextSegments
 {
 public:
-    // From here on to the next cut.
-    struct Segment {
-        std::size_t begin = 0;
-        // The opening line of the fence in which the segment begins, with its line end; empty outside.
-        std::string fenceOpening;
-    };
-
     enum class Format { markdown, plain };
 
     // The open part is cut by force above this size, in the midst of a line above twice as much.
@@ -34,8 +28,10 @@ public:
 
     // The text as it is now. Requires: it begins with the text of the last call.
     void scan(std::string_view text);
-    // All segments so far; the last one is open. Never empty.
-    [[nodiscard]] const std::vector<Segment>& segments() const { return m_segments; }
+    // Where the segments so far begin, each of which reaches to the next one; the last one is open. Never empty.
+    [[nodiscard]] const std::vector<std::size_t>& begins() const { return m_begins; }
+    // The opening line of the fence in which a segment begins, with its line end; empty outside.
+    [[nodiscard]] std::string_view fenceOpening(std::size_t segment) const;
     // The lines that define the targets of links, for all segments.
     [[nodiscard]] const std::string& definitions() const { return m_definitions; }
 
@@ -58,7 +54,8 @@ private:
 
     Format m_format;
     std::string m_definitions;
-    std::vector<Segment> m_segments{ Segment() };
+    std::vector<std::size_t> m_begins{ 0 };
+    std::map<std::size_t, std::string> m_fenceOpenings; // of the segments that begin in a fence, which are few
     std::size_t m_scanned = 0; // the begin of the first line that is not complete
     Fence m_fence;
     bool m_followsEmptyLine = false;

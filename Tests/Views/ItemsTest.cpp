@@ -1,3 +1,4 @@
+#include "InlineQml.h"
 #include "QmlFixture.h"
 #include "Views/BlockStack.h"
 #include "Views/KeyboardUse.h"
@@ -15,24 +16,6 @@ namespace tessarin
 
 namespace
 {
-
-// An object from QML text, with the module at hand.
-class InlineQml
-{
-public:
-    InlineQml() { m_engine.addImportPath(QStringLiteral(":/")); }
-    std::unique_ptr<QObject> create(const char* text, const QVariantMap& properties = {})
-    {
-        QQmlComponent component(&m_engine);
-        component.setData(QByteArray("import QtQuick\nimport Tessarin\n") + text, QUrl());
-        std::unique_ptr<QObject> object(component.createWithInitialProperties(properties));
-        EXPECT_NE(object, nullptr) << component.errorString().toStdString();
-        return object;
-    }
-
-private:
-    QQmlEngine m_engine;
-};
 
 TEST(BlockStack, StacksAtOnceWhenAHeightChanges)
 {

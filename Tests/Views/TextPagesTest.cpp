@@ -2,7 +2,6 @@
 
 #include "Printing.h"
 
-#include <QAbstractItemModelTester>
 #include <QCoreApplication>
 #include <QPointer>
 #include <QSignalSpy>
@@ -16,16 +15,18 @@ namespace tessarin
 namespace
 {
 
-BlockListModel* page(const TextPages& pages, int row)
+// The blocks of a page, for good.
+BlockListModel* page(TextPages& pages, int index)
 {
-    return pages.index(row).data(TextPages::BlocksRole).value<BlockListModel*>();
+    static QObject reader;
+    return pages.takeBlocks(index, &reader);
 }
 
-QList<TextBlock> allBlocks(const TextPages& pages)
+QList<TextBlock> allBlocks(TextPages& pages)
 {
     QList<TextBlock> blocks;
-    for (int row = 0; row < pages.rowCount(); ++row) {
-        blocks += page(pages, row)->blocks();
+    for (int index = 0; index < pages.count(); ++index) {
+        blocks += page(pages, index)->blocks();
     }
     return blocks;
 }
@@ -49,13 +50,12 @@ TEST(TextPages, GrowingGivesTheSameBlocksAsTheWholeText)
     std::mt19937 random(1);
     for (const std::size_t most : { 3U, 40U, 3000U }) {
         TextPages grown(TextPages::Markdown);
-        const QAbstractItemModelTester tester(&grown, QAbstractItemModelTester::FailureReportingMode::Fatal);
         for (std::size_t size = 1; size < text.size(); size += 1 + random() % most) {
             grown.growText(std::string_view(text).substr(0, size));
         }
         grown.growText(text);
         EXPECT_TRUE(allBlocks(grown) == allBlocks(whole)) << most;
-        EXPECT_EQ(grown.rowCount(), whole.rowCount());
+        EXPECT_EQ(grown.count(), whole.count());
     }
 }
 
@@ -93,29 +93,29 @@ TEST(TextPages, OnlyTheLastBlockChangesWhileTheTextGrows)
     TextPages pages(TextPages::Markdown);
     pages.setText(text);
     std::vector<std::unique_ptr<QSignalSpy>> spies;
-    for (int row = 0; row < pages.rowCount(); ++row) {
+    for (int row = 0; row < pages.count(); ++row) {
         spies.push_back(std::make_unique<QSignalSpy>(page(pages, row), &QAbstractItemModel::dataChanged));
     }
     text += " grows";
     pages.growText(text);
-    for (int row = 0; row + 1 < pages.rowCount(); ++row) {
+    for (int row = 0; row + 1 < pages.count(); ++row) {
         EXPECT_EQ(spies[static_cast<std::size_t>(row)]->count(), 0) << row;
     }
     ASSERT_EQ(spies.back()->count(), 1);
-    EXPECT_EQ((*spies.back())[0][0].toModelIndex().row(), page(pages, pages.rowCount() - 1)->rowCount() - 1);
+    EXPECT_EQ((*spies.back())[0][0].toModelIndex().row(), page(pages, pages.count() - 1)->rowCount() - 1);
 }
 
 TEST(TextPages, ALongTextHasManyPages)
 {
     TextPages pages(TextPages::Markdown);
     pages.setText(sample());
-    EXPECT_GE(pages.rowCount(), 2);
+    EXPECT_GE(pages.count(), 2);
     std::string code = "```cpp\n";
     while (code.size() < 100000) {
         code += "int answer = 42;\n";
     }
     pages.setText(code + "```\n");
-    EXPECT_GE(pages.rowCount(), 10);
+    EXPECT_GE(pages.count(), 10);
 }
 
 TEST(TextPages, BlocksAreThereForThePagesThatAreTakenAndGoWithTheLastTaker)
@@ -133,7 +133,7 @@ TEST(TextPages, BlocksAreThereForThePagesThatAreTakenAndGoWithTheLastTaker)
     pages.growText(sample() + " with more");
     EXPECT_TRUE(allBlocks(pages).back().content.plainText().endsWith("with more"));
     EXPECT_EQ(pages.takeBlocks(-1, first.get()), nullptr);
-    EXPECT_EQ(pages.takeBlocks(pages.rowCount(), first.get()), nullptr);
+    EXPECT_EQ(pages.takeBlocks(pages.count(), first.get()), nullptr);
 }
 
 TEST(TextPages, BlocksThatNobodyHasAnyMoreAreMadeAgainWhenTheyAreTaken)
@@ -185,12 +185,11 @@ TEST(TextPages, CodeThatIsLaidOutInPiecesIsCopiedWhole)
 TEST(TextPages, ATextThatIsReplacedIsLaidOutAnew)
 {
     TextPages pages(TextPages::Markdown);
-    const QAbstractItemModelTester tester(&pages, QAbstractItemModelTester::FailureReportingMode::Fatal);
     pages.setText(sample());
     pages.setText("something else");
     ASSERT_EQ(allBlocks(pages).size(), 1);
     EXPECT_EQ(allBlocks(pages)[0].content.plainText(), "something else");
-    EXPECT_EQ(pages.rowCount(), 1);
+    EXPECT_EQ(pages.count(), 1);
     pages.setText("");
     EXPECT_TRUE(allBlocks(pages).isEmpty());
 }
@@ -201,9 +200,8 @@ TEST(TextPages, ATextThatIsSetAgainWithMoreOnlyGrows)
     TextPages pages(TextPages::Plain);
     pages.setText(text);
     const QSignalSpy first(page(pages, 0), &QAbstractItemModel::dataChanged);
-    const QSignalSpy reset(&pages, &QAbstractItemModel::modelReset);
     pages.setText(text + text);
-    EXPECT_EQ(reset.count(), 0);
+    EXPECT_EQ(first.count(), 0);
     QString whole;
     for (const TextBlock& block : allBlocks(pages)) {
         whole += (whole.isEmpty() ? "" : "\n") + block.content.plainText();

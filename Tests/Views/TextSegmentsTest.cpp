@@ -15,9 +15,9 @@ std::vector<std::string> pieces(std::string_view text, Format format = Format::m
     TextSegments segments(format);
     segments.scan(text);
     std::vector<std::string> out;
-    for (std::size_t i = 0; i < segments.segments().size(); ++i) {
-        const std::size_t begin = segments.segments()[i].begin;
-        const std::size_t end = i + 1 < segments.segments().size() ? segments.segments()[i + 1].begin : text.size();
+    for (std::size_t i = 0; i < segments.begins().size(); ++i) {
+        const std::size_t begin = segments.begins()[i];
+        const std::size_t end = i + 1 < segments.begins().size() ? segments.begins()[i + 1] : text.size();
         out.emplace_back(text.substr(begin, end - begin));
     }
     return out;
@@ -76,10 +76,10 @@ TEST(TextSegments, ALongFenceIsCutBetweenLinesAndRemembersItsOpening)
     }
     TextSegments segments(Format::markdown);
     segments.scan(text);
-    ASSERT_GE(segments.segments().size(), 3U);
-    for (std::size_t i = 1; i < segments.segments().size(); ++i) {
-        EXPECT_EQ(segments.segments()[i].fenceOpening, "```cpp\n");
-        EXPECT_EQ(text[segments.segments()[i].begin - 1], '\n');
+    ASSERT_GE(segments.begins().size(), 3U);
+    for (std::size_t i = 1; i < segments.begins().size(); ++i) {
+        EXPECT_EQ(segments.fenceOpening(i), "```cpp\n");
+        EXPECT_EQ(text[segments.begins()[i] - 1], '\n');
     }
 }
 
@@ -143,9 +143,9 @@ TEST_P(SegmentsOfAFormat, TheCutsDoNotDependOnTheStepsInWhichTheTextGrew)
         grown.scan(text);
         TextSegments whole(GetParam());
         whole.scan(text);
-        ASSERT_EQ(grown.segments().size(), whole.segments().size()) << step;
-        for (std::size_t i = 0; i < whole.segments().size(); ++i) {
-            EXPECT_EQ(grown.segments()[i].begin, whole.segments()[i].begin) << step;
+        ASSERT_EQ(grown.begins().size(), whole.begins().size()) << step;
+        for (std::size_t i = 0; i < whole.begins().size(); ++i) {
+            EXPECT_EQ(grown.begins()[i], whole.begins()[i]) << step;
         }
     }
 }

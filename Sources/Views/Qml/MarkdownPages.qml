@@ -11,31 +11,25 @@ TextSelection {
     required property int row
     required property string label
 
-    Repeater {
-        model: TextPages {
-            id: textPages
+    TextPages {
+        id: textPages
 
-            entries: root.entries
-            row: root.row
-            format: TextPages.Markdown
-        }
+        entries: root.entries
+        row: root.row
+        format: TextPages.Markdown
+    }
 
-        delegate: LazyPage {
+    PageStack {
+        count: textPages.count
+        whole: root.isWhole
+        kept: root.hasSelection
+
+        delegate: MarkdownPage {
             id: page
 
-            required property int index
-
-            wanted: textPages.count <= Theme.pagesKept || index >= textPages.count - Theme.pagesAhead || root.isWhole
-            kept: root.hasSelection
-
-            sourceComponent: MarkdownPage {
-                id: laidOut
-
-                blocks: textPages.takeBlocks(page.index, laidOut)
-                index: page.index
-                pages: textPages
-                label: root.label
-            }
+            blocks: textPages.takeBlocks(page.index, page)
+            pages: textPages
+            label: root.label
         }
     }
 }

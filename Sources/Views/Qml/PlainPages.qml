@@ -17,40 +17,37 @@ TextSelection {
     // Else each paragraph stands at the side where it begins.
     property bool centred: false
 
-    Repeater {
-        model: TextPages {
-            id: textPages
+    TextPages {
+        id: textPages
 
-            entries: root.entries
-            row: root.row
-            format: TextPages.Plain
-        }
+        entries: root.entries
+        row: root.row
+        format: TextPages.Plain
+    }
 
-        delegate: LazyPage {
+    PageStack {
+        count: textPages.count
+        whole: root.isWhole
+        kept: root.hasSelection
+
+        delegate: BlockStack {
             id: page
 
             required property int index
 
-            wanted: textPages.count <= Theme.pagesKept || index >= textPages.count - Theme.pagesAhead || root.isWhole
-            kept: root.hasSelection
+            Repeater {
+                model: textPages.takeBlocks(page.index, page)
 
-            sourceComponent: BlockStack {
-                id: laidOut
+                delegate: SelectableText {
+                    required property bool continued
 
-                Repeater {
-                    model: textPages.takeBlocks(page.index, laidOut)
-
-                    delegate: SelectableText {
-                        required property bool continued
-
-                        label: root.label
-                        separator: continued ? "" : "\n"
-                        lineHeight: root.lineHeight
-                        wrapMode: root.wrapMode
-                        horizontalAlignment: root.centred ? TextEdit.AlignHCenter : undefined
-                        font: root.font
-                        color: root.color
-                    }
+                    label: root.label
+                    separator: continued ? "" : "\n"
+                    lineHeight: root.lineHeight
+                    wrapMode: root.wrapMode
+                    horizontalAlignment: root.centred ? TextEdit.AlignHCenter : undefined
+                    font: root.font
+                    color: root.color
                 }
             }
         }

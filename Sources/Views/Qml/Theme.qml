@@ -175,8 +175,6 @@ QtObject {
     readonly property int rowsKept: 50
     readonly property int rowsKeptWithin: 1000000
     readonly property int outputKeptWithin: 40000 // around what is seen of an output of which a part is selected
-    readonly property int pagesKept: 4 // that a text may have to exist as a whole
-    readonly property int pagesAhead: 2 // of a longer one, that exist at its end, where it grows
     readonly property int composerTextMaximum: 176
     readonly property int welcomeBadge: 72
     readonly property int badge: 26
