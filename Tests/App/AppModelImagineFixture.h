@@ -20,6 +20,7 @@ class AppModelImagineTest : public AppModelTest
 protected:
     using State = ConnectionState::Kind;
 
+    explicit AppModelImagineTest(MainThread* ownMainThread = nullptr) : AppModelTest(ownMainThread) { }
     ~AppModelImagineTest() override
     {
         if (model) {
