@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <unordered_set>
 #include <vector>
 
 namespace tessarin
@@ -203,6 +204,47 @@ TEST(RemoteCryptoTest, ErrorsReadAsALogTellsThem)
     EXPECT_EQ(description(RemoteCryptoError::invalidKey), "The remote pairing key is invalid.");
     EXPECT_EQ(description(RemoteCryptoError::invalidFrame), "The encrypted remote message is invalid.");
     EXPECT_EQ(description(RemoteCryptoError::oversizedFrame), "The remote message is too large.");
+}
+
+TEST(RemoteCryptoTest, ErrorsStandInTheirOrderAndAreKeysOfATable)
+{
+    EXPECT_LT(RemoteCryptoError::invalidKey, RemoteCryptoError::invalidFrame);
+    EXPECT_LT(RemoteCryptoError::invalidFrame, RemoteCryptoError::oversizedFrame);
+    const std::unordered_set<RemoteCryptoError> errors{ RemoteCryptoError::invalidKey, RemoteCryptoError::invalidFrame,
+        RemoteCryptoError::oversizedFrame, RemoteCryptoError::invalidKey };
+    EXPECT_EQ(errors.size(), 3U);
+}
+
+TEST(RemoteCryptoTest, AMessageInPiecesIsSealedLikeAWholeOne)
+{
+    for (const std::size_t pieceSize : { 1U, 15U, 16'383U, 16'384U, 16'385U, 50'000U }) {
+        std::string whole;
+        ByteRope rope;
+        while (whole.size() < 60'000) {
+            std::string piece(pieceSize, static_cast<char>('a' + whole.size() % 26));
+            whole += piece;
+            rope.append(std::move(piece));
+        }
+        const auto frame = RemoteCrypto::seal(rope, key);
+        ASSERT_TRUE(frame);
+        const auto opened = RemoteCrypto::open(payloadOf(frame.value()), key);
+        ASSERT_TRUE(opened);
+        EXPECT_TRUE(opened.value() == whole) << pieceSize;
+    }
+    const auto empty = RemoteCrypto::seal(ByteRope(), key);
+    ASSERT_TRUE(empty);
+    EXPECT_EQ(empty.value().size(), 32U);
+    EXPECT_TRUE(RemoteCrypto::open(payloadOf(empty.value()), key));
+}
+
+TEST(RemoteCryptoTest, AMessageInPiecesHasTheSameLimits)
+{
+    ByteRope longest(std::string(RemoteCrypto::maximumPlaintextSize, 'x'));
+    EXPECT_EQ(RemoteCrypto::maximumPlaintextSize, 16'777'188U);
+    EXPECT_EQ(failureOf(RemoteCrypto::seal(longest, "short")), RemoteCryptoFailure(RemoteCryptoError::invalidKey));
+    EXPECT_TRUE(RemoteCrypto::seal(longest, key));
+    longest.append("y");
+    EXPECT_EQ(failureOf(RemoteCrypto::seal(longest, key)), RemoteCryptoFailure(RemoteCryptoError::oversizedFrame));
 }
 
 TEST(RemoteCryptoTest, KeysAreThirtyTwoBytesAndNeverTheSame)
