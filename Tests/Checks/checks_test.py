@@ -34,6 +34,8 @@ class Checks(unittest.TestCase):
     def test_AnIncludeThatPointsUpIsFound(self):
         self.rejects(layers, 'Sources/Models/A.h', '#pragma once\n#include "App/AppModel.h"\n', 2)
         self.rejects(layers, 'Sources/Services/A.cpp', '#include "Remote/Wire.h"\n')
+        self.rejects(layers, 'Sources/Updates/A.cpp', '#include "Models/Workspace.h"\n')
+        self.rejects(layers, 'Sources/App/A.cpp', '#include "Updates/Appcast.h"\n')
         self.rejects(layers, 'Sources/Platform/A.cpp', '#include "../Models/A.h"\n')
         self.rejects(layers, 'Sources/Platform/A.cpp', '# include "A.h"\n')
         self.accepts(layers, 'Sources/App/A.cpp', '#include "Services/AgentClient.h"\n#include "Platform/Uuid.h"\n')

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Every include points down: Platform <- Models <- { Services, Imagine, Remote } <- App <- Views. Below Views there is no Qt, and
-Boost.Asio stays in the sources of Platform."""
+"""Every include points down: Platform <- Models <- { Services, Imagine, Remote } <- App <- Views, and Platform <- Updates <- Views.
+Below Views there is no Qt, and Boost.Asio stays in the sources of Platform."""
 import re
 
 from project import files, is_cpp, lines, report, root_from_arguments
@@ -11,8 +11,9 @@ MAY_INCLUDE = {
     'Services': {'Platform', 'Models', 'Services'},
     'Imagine': {'Platform', 'Models', 'Imagine'},
     'Remote': {'Platform', 'Models', 'Remote'},
+    'Updates': {'Platform', 'Updates'},
     'App': {'Platform', 'Models', 'Services', 'Imagine', 'Remote', 'App'},
-    'Views': {'Platform', 'Models', 'Services', 'Imagine', 'Remote', 'App', 'Views'},
+    'Views': {'Platform', 'Models', 'Services', 'Imagine', 'Remote', 'App', 'Updates', 'Views'},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 QT = re.compile(r'^Q(t|[A-Z])')
