@@ -1,0 +1,80 @@
+#include "Updates/UpdateSignature.h"
+
+#include "Updates/StrictBase64.h"
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+
+#include <cerrno>
+#include <memory>
+#include <string_view>
+
+namespace tessarin
+{
+
+namespace
+{
+
+constexpr std::size_t signatureByteCount = 64;
+
+struct KeyDeleter {
+    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+};
+struct ContextDeleter {
+    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+};
+
+const unsigned char* bytesOf(std::string_view text)
+{
+    return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+bool isGood(std::string_view message, std::string_view signature, const UpdateKey& key)
+{
+    const std::unique_ptr<EVP_PKEY, KeyDeleter> publicKey(
+        EVP_PKEY_new_raw_public_key(EVP_PKEY_ED25519, nullptr, key.bytes.data(), key.bytes.size()));
+    const std::unique_ptr<EVP_MD_CTX, ContextDeleter> context(EVP_MD_CTX_new());
+    const bool isGood = publicKey && context && EVP_DigestVerifyInit(context.get(), nullptr, nullptr, nullptr, publicKey.get()) == 1
+        && EVP_DigestVerify(context.get(), bytesOf(signature), signature.size(), bytesOf(message), message.size()) == 1;
+    ERR_clear_error(); // so that a later call of the library does not report what went wrong here
+    return isGood;
+}
+
+Failure<UpdateSignatureError> refused(const std::string& reason)
+{
+    return { UpdateSignatureError{ "The update was not installed. " + reason } };
+}
+
+} // namespace
+
+Result<VerifiedArchive, UpdateSignatureError> UpdateSignature::verify(
+    const std::string& path, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key)
+{
+    if (!key) {
+        return refused("This build of tessarin has no key to verify updates with.");
+    }
+    const auto signature = bytesFromBase64(stated.edSignature, signatureByteCount);
+    if (!signature) {
+        return refused(stated.edSignature.empty() ? "It is not signed." : "Its signature is not valid.");
+    }
+    if (!stated.length || *stated.length == 0) {
+        return refused("Its feed does not say how large it is.");
+    }
+    if (*stated.length > byteLimit) {
+        return refused("It is too large.");
+    }
+    const auto length = static_cast<std::size_t>(*stated.length);
+    auto read = readFile(path, length);
+    if (!read && read.error().code != EFBIG) {
+        return refused("It can't be read: " + read.error().description() + ".");
+    }
+    if (!read || read.value().size() != length) {
+        return refused("It is not as large as its feed says.");
+    }
+    if (!isGood(read.value(), *signature, *key)) {
+        return refused("Its signature is not valid.");
+    }
+    return VerifiedArchive(std::move(read).value());
+}
+
+} // namespace tessarin

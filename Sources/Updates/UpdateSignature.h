@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Platform/Files.h"
+#include "Platform/Result.h"
+#include "Updates/Appcast.h"
+#include "Updates/UpdateKey.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace tessarin
+{
+
+// Why an archive is not to be trusted.
+struct UpdateSignatureError {
+    std::string text;
+    [[nodiscard]] const std::string& description() const { return text; }
+};
+
+// The bytes of an archive whose signature was found good. Only UpdateSignature makes one, and what installs takes nothing else: so what
+// is installed are the bytes that were verified, whatever becomes of the file that they were read from.
+class VerifiedArchive
+{
+public:
+    [[nodiscard]] const ByteRope& bytes() const { return m_bytes; }
+
+private:
+    friend class UpdateSignature;
+    explicit VerifiedArchive(std::string bytes) : m_bytes(std::move(bytes)) { }
+
+    ByteRope m_bytes;
+};
+
+// Holds a downloaded archive against what its feed says of it: its length, and an Ed25519 signature (RFC 8032) over all of its bytes.
+class UpdateSignature
+{
+public:
+    // Larger ones are refused: the archive is held in memory, because mapping a file that shrinks or can't be read would end the program.
+    static constexpr std::uint64_t byteLimit = std::uint64_t{ 1024 } * 1024 * 1024;
+
+    // Reads the file once. It is refused when the program knows no key, the feed states no length or no signature, the length differs,
+    // or the signature is not good for exactly these bytes under this key. Blocks while the disk and the processor work; any thread.
+    [[nodiscard]] static Result<VerifiedArchive, UpdateSignatureError> verify(
+        const std::string& path, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key);
+};
+
+} // namespace tessarin

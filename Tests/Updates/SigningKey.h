@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Updates/UpdateKey.h"
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct evp_pkey_st;
+
+namespace tessarin
+{
+
+// The secret half of a key, as the publisher of releases has it; a new one each time.
+class SigningKey
+{
+public:
+    SigningKey();
+
+    [[nodiscard]] std::string publicKey() const; // Base64
+    [[nodiscard]] std::optional<UpdateKey> updateKey() const { return UpdateKey::fromBase64(publicKey()); }
+    [[nodiscard]] std::string signatureOf(std::string_view bytes) const; // Base64
+
+private:
+    std::shared_ptr<evp_pkey_st> m_key;
+};
+
+} // namespace tessarin

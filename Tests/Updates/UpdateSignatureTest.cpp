@@ -1,0 +1,160 @@
+#include "Updates/UpdateSignature.h"
+
+#include "SigningKey.h"
+#include "TemporaryFolder.h"
+#include "TroubledDisk.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tessarin
+{
+namespace
+{
+
+using testing::HasSubstr;
+
+class UpdateSignatureTest : public testing::Test
+{
+protected:
+    void SetUp() override { writeWholeFile(path, bytes); }
+
+    [[nodiscard]] AppcastEnclosure stated() const
+    {
+        AppcastEnclosure enclosure;
+        enclosure.length = bytes.size();
+        enclosure.edSignature = key.signatureOf(bytes);
+        return enclosure;
+    }
+    // Why the archive is refused, empty when it verifies.
+    [[nodiscard]] std::string refusalOf(const AppcastEnclosure& enclosure) const { return refusalOf(enclosure, key.updateKey()); }
+    [[nodiscard]] std::string refusalOf(const AppcastEnclosure& enclosure, const std::optional<UpdateKey>& publicKey) const
+    {
+        const auto archive = UpdateSignature::verify(path, enclosure, publicKey);
+        return archive ? "" : archive.error().description();
+    }
+
+    const TemporaryFolder folder;
+    const std::string path = folder / "archive";
+    const SigningKey key;
+    const std::string bytes = "the bytes of a release" + std::string(100'000, 'x');
+};
+
+TEST_F(UpdateSignatureTest, AGoodSignatureGivesTheBytesThatWereVerified)
+{
+    const auto archive = UpdateSignature::verify(path, stated(), key.updateKey());
+    ASSERT_TRUE(archive) << archive.error().description();
+    writeWholeFile(path, "other bytes, written later");
+    EXPECT_EQ(archive.value().bytes().joined(), bytes);
+}
+
+TEST_F(UpdateSignatureTest, OneChangedByteIsRefused)
+{
+    std::string changed = bytes;
+    changed.back() = 'y';
+    writeWholeFile(path, changed);
+    EXPECT_EQ(refusalOf(stated()), "The update was not installed. Its signature is not valid.");
+}
+
+TEST_F(UpdateSignatureTest, ASignatureByAnotherKeyIsRefused)
+{
+    EXPECT_THAT(refusalOf(stated(), SigningKey().updateKey()), HasSubstr("signature is not valid"));
+}
+
+TEST_F(UpdateSignatureTest, ASignatureOfOtherBytesIsRefused)
+{
+    AppcastEnclosure enclosure = stated();
+    enclosure.edSignature = key.signatureOf("other bytes");
+    EXPECT_THAT(refusalOf(enclosure), HasSubstr("signature is not valid"));
+}
+
+TEST_F(UpdateSignatureTest, NoSignatureIsRefused)
+{
+    AppcastEnclosure enclosure = stated();
+    enclosure.edSignature.clear();
+    EXPECT_EQ(refusalOf(enclosure), "The update was not installed. It is not signed.");
+}
+
+TEST_F(UpdateSignatureTest, ASignatureThatIsNotExactly64BytesInBase64IsRefused)
+{
+    const std::string good = stated().edSignature;
+    const std::vector<std::string> wrong{ good.substr(0, 84), good.substr(0, 87), good + "AAAA", " " + good.substr(1),
+        good.substr(0, 87) + "A", std::string(88, '='), "-" + good.substr(1), "\n" + good, good.substr(0, 86),
+        std::string(86, 'A') + "==" };
+    for (const std::string& signature : wrong) {
+        AppcastEnclosure enclosure = stated();
+        enclosure.edSignature = signature;
+        EXPECT_THAT(refusalOf(enclosure), HasSubstr("signature is not valid")) << signature;
+    }
+}
+
+TEST_F(UpdateSignatureTest, ABuildWithoutAKeyRefusesEverything)
+{
+    EXPECT_EQ(refusalOf(stated(), std::nullopt), "The update was not installed. This build of tessarin has no key to verify updates with.");
+}
+
+TEST_F(UpdateSignatureTest, ALengthOtherThanTheStatedOneIsRefusedThoughTheSignatureIsGood)
+{
+    AppcastEnclosure enclosure = stated();
+    for (const std::uint64_t length : { bytes.size() - 1, bytes.size() + 1, std::size_t{ 1 } }) {
+        enclosure.length = length;
+        EXPECT_EQ(refusalOf(enclosure), "The update was not installed. It is not as large as its feed says.") << length;
+    }
+}
+
+TEST_F(UpdateSignatureTest, AFeedThatStatesNoLengthIsRefused)
+{
+    AppcastEnclosure enclosure = stated();
+    enclosure.length.reset();
+    EXPECT_THAT(refusalOf(enclosure), HasSubstr("does not say how large"));
+    enclosure.length = 0;
+    EXPECT_THAT(refusalOf(enclosure), HasSubstr("does not say how large"));
+}
+
+TEST_F(UpdateSignatureTest, WhatIsTooLargeIsNotRead)
+{
+    AppcastEnclosure enclosure = stated();
+    enclosure.length = UpdateSignature::byteLimit + 1;
+    EXPECT_THAT(refusalOf(enclosure), HasSubstr("too large"));
+}
+
+TEST_F(UpdateSignatureTest, AFileThatCannotBeReadIsRefusedWithTheReason)
+{
+    std::filesystem::remove(path);
+    EXPECT_EQ(refusalOf(stated()), "The update was not installed. It can't be read: No such file or directory.");
+    std::filesystem::create_directory(path);
+    EXPECT_THAT(refusalOf(stated()), HasSubstr("can't be read"));
+}
+
+// RFC 8032, section 7.1, test 3: so that a mistake of ours that signs and verifies alike would show.
+TEST_F(UpdateSignatureTest, AgreesWithAPublishedVector)
+{
+    writeWholeFile(path, "\xAF\x82");
+    AppcastEnclosure enclosure;
+    enclosure.length = 2;
+    enclosure.edSignature = "YpHWV97sJAJIJ+acOr4BowzlSKKEdDpEXjaA19taw6wY/5tTjRbykK5n92CYTcZZSnwV6XFu0o3AJ77O6h7ECg==";
+    EXPECT_EQ(refusalOf(enclosure, UpdateKey::fromBase64("/FHNjmIYoaONpH7QAjDwWAgW7RO6MwOsXeuRFUiQgCU=")), "");
+}
+
+TEST(UpdateKeyTest, IsExactly32BytesInBase64)
+{
+    const std::string good = SigningKey().publicKey();
+    EXPECT_TRUE(UpdateKey::fromBase64(good));
+    for (const std::string& wrong :
+        { std::string(), good.substr(0, 40), good + "=", good.substr(0, 43), good.substr(0, 43) + " ", " " + good }) {
+        EXPECT_FALSE(UpdateKey::fromBase64(wrong)) << wrong;
+    }
+}
+
+TEST(UpdateKeyTest, TheBuiltInOneIsWhatTheBuildWasGiven)
+{
+    const std::string given = TESSARIN_UPDATE_PUBLIC_KEY;
+    const auto key = UpdateKey::builtIn();
+    EXPECT_EQ(key.has_value(), !given.empty());
+    if (key) {
+        EXPECT_EQ(key->bytes, UpdateKey::fromBase64(given)->bytes);
+    }
+}
+
+} // namespace
+} // namespace tessarin
