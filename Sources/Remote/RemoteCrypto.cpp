@@ -46,7 +46,7 @@ Failure<RemoteCryptoFailure> libraryFailure()
     return { CryptoLibraryError{ text.data() } };
 }
 
-// So much is copied and then encrypted or decrypted where it stands, while it is still at hand: cheaper than to clear a whole frame first.
+// So much is transformed at a time: room for it has to be cleared first, which costs least while it is still at hand afterwards.
 constexpr std::size_t stride = 16 * 1024;
 
 // Looked up once: that costs as much as a short message.
@@ -65,14 +65,14 @@ Context makeContext(std::string_view key, const char* nonce, bool encrypts)
     return nullptr;
 }
 
-// Encrypts or decrypts where the text stands.
-bool transform(EVP_CIPHER_CTX* context, char* text, std::size_t size)
+// Encrypts or decrypts. Both places may be the same.
+bool transform(EVP_CIPHER_CTX* context, const char* from, char* to, std::size_t size)
 {
     int length = 0;
-    return EVP_CipherUpdate(context, bytes(text), &length, bytes(text), static_cast<int>(size)) == 1;
+    return EVP_CipherUpdate(context, bytes(to), &length, bytes(from), static_cast<int>(size)) == 1;
 }
 
-// Appends to a text what is encrypted or decrypted. Pieces may be as short as a bracket, and are transformed together.
+// Appends to a text what is encrypted or decrypted. Pieces may be as short as a bracket; such ones are transformed together.
 class TransformedText
 {
 public:
@@ -83,8 +83,7 @@ public:
         while (!piece.empty()) {
             const std::string_view part = piece.substr(0, stride - (m_text.size() - m_transformed));
             piece.remove_prefix(part.size());
-            m_text += part;
-            if (m_text.size() - m_transformed == stride && !transformRest()) {
+            if (!(part.size() == stride ? transformInto(part) : gather(part))) {
                 return false;
             }
         }
@@ -93,10 +92,22 @@ public:
     [[nodiscard]] bool transformRest()
     {
         const std::size_t start = std::exchange(m_transformed, m_text.size());
-        return transform(m_context, m_text.data() + start, m_text.size() - start);
+        return transform(m_context, m_text.data() + start, m_text.data() + start, m_text.size() - start);
     }
 
 private:
+    bool transformInto(std::string_view part)
+    {
+        m_text.resize(m_text.size() + part.size());
+        const std::size_t start = std::exchange(m_transformed, m_text.size());
+        return transform(m_context, part.data(), m_text.data() + start, part.size());
+    }
+    bool gather(std::string_view part)
+    {
+        m_text += part;
+        return m_text.size() - m_transformed < stride || transformRest();
+    }
+
     EVP_CIPHER_CTX* m_context;
     std::string& m_text;
     std::size_t m_transformed; // so much of the text
@@ -119,6 +130,23 @@ bool hasTag(EVP_CIPHER_CTX* context, std::string_view expected)
         && EVP_CipherFinal_ex(context, &none, &length) == 1;
 }
 
+// Random bytes are fetched for many nonces at once: asking for a few costs as much as a short message. Nonces are no secret.
+bool writeNonce(char* place)
+{
+    constexpr std::size_t count = 64;
+    thread_local std::array<char, count * RemoteCrypto::nonceByteCount> supply;
+    thread_local std::size_t left = 0; // at the front of the supply
+    if (left == 0) {
+        if (RAND_bytes(bytes(supply.data()), static_cast<int>(supply.size())) != 1) {
+            return false;
+        }
+        left = supply.size();
+    }
+    left -= RemoteCrypto::nonceByteCount;
+    std::copy_n(supply.data() + left, RemoteCrypto::nonceByteCount, place);
+    return true;
+}
+
 // What stands before the message, of which so many bytes follow in all. Null when the library can't.
 Context beginFrame(char* start, std::size_t length, std::string_view keyData)
 {
@@ -126,17 +154,7 @@ Context beginFrame(char* start, std::size_t length, std::string_view keyData)
         start[place] = static_cast<char>(rest & 0xFFU);
     }
     char* const nonce = start + RemoteCrypto::lengthByteCount;
-    if (RAND_bytes(bytes(nonce), static_cast<int>(RemoteCrypto::nonceByteCount)) != 1) {
-        return nullptr;
-    }
-    return makeContext(keyData, nonce, true);
-}
-
-bool appendMessage(EVP_CIPHER_CTX* context, std::string& frame, const ByteRope& message)
-{
-    TransformedText text(context, frame);
-    return std::all_of(message.pieces().begin(), message.pieces().end(), [&](const auto& piece) { return text.append(piece.bytes); })
-        && text.transformRest();
+    return writeNonce(nonce) ? makeContext(keyData, nonce, true) : nullptr;
 }
 
 // What would be too large once it is encrypted need not be encrypted first.
@@ -149,6 +167,30 @@ Result<void, RemoteCryptoFailure> mayBeSealed(std::size_t length, std::string_vi
         return Failure{ RemoteCryptoFailure(RemoteCryptoError::oversizedFrame) };
     }
     return {};
+}
+
+// `append` appends the message, of so many bytes.
+template <class Append>
+Result<std::string, RemoteCryptoFailure> sealMessage(std::size_t size, std::string_view keyData, const Append& append)
+{
+    const std::size_t length = size + overhead;
+    const auto may = mayBeSealed(length, keyData);
+    if (!may) {
+        return Failure{ may.error() };
+    }
+    std::string frame;
+    frame.reserve(RemoteCrypto::lengthByteCount + length);
+    frame.resize(messageOffset);
+    const Context context = beginFrame(frame.data(), length, keyData);
+    TransformedText text(context.get(), frame);
+    if (!context || !append(text) || !text.transformRest()) {
+        return libraryFailure();
+    }
+    frame.resize(frame.size() + RemoteCrypto::tagByteCount);
+    if (!writeTag(context.get(), frame.data() + frame.size() - RemoteCrypto::tagByteCount)) {
+        return libraryFailure();
+    }
+    return frame;
 }
 
 bool isBase64Character(char character)
@@ -185,30 +227,15 @@ Result<std::string, RemoteCryptoFailure> makeKey()
 
 Result<std::string, RemoteCryptoFailure> seal(std::string_view plaintext, std::string_view keyData)
 {
-    ByteRope rope;
-    rope.append({ nullptr, plaintext });
-    return seal(rope, keyData);
+    return sealMessage(plaintext.size(), keyData, [plaintext](TransformedText& text) { return text.append(plaintext); });
 }
 
 Result<std::string, RemoteCryptoFailure> seal(const ByteRope& plaintext, std::string_view keyData)
 {
-    const std::size_t length = plaintext.size() + overhead;
-    const auto may = mayBeSealed(length, keyData);
-    if (!may) {
-        return Failure{ may.error() };
-    }
-    std::string frame;
-    frame.reserve(lengthByteCount + length);
-    frame.resize(messageOffset);
-    const Context context = beginFrame(frame.data(), length, keyData);
-    if (!context || !appendMessage(context.get(), frame, plaintext)) {
-        return libraryFailure();
-    }
-    frame.resize(frame.size() + tagByteCount);
-    if (!writeTag(context.get(), frame.data() + frame.size() - tagByteCount)) {
-        return libraryFailure();
-    }
-    return frame;
+    return sealMessage(plaintext.size(), keyData, [&plaintext](TransformedText& text) {
+        return std::all_of(
+            plaintext.pieces().begin(), plaintext.pieces().end(), [&text](const auto& piece) { return text.append(piece.bytes); });
+    });
 }
 
 Result<void, RemoteCryptoFailure> sealInPlace(std::string& frame, std::string_view keyData)
@@ -220,7 +247,7 @@ Result<void, RemoteCryptoFailure> sealInPlace(std::string& frame, std::string_vi
         return Failure{ may.error() };
     }
     const Context context = beginFrame(frame.data(), length, keyData);
-    if (!context || !transform(context.get(), frame.data() + messageOffset, length - overhead)
+    if (!context || !transform(context.get(), frame.data() + messageOffset, frame.data() + messageOffset, length - overhead)
         || !writeTag(context.get(), frame.data() + frame.size() - tagByteCount)) {
         return libraryFailure();
     }
