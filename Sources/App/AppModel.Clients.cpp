@@ -7,6 +7,8 @@
 #include "Services/CodexAppServerClient.h"
 #include "Services/Locators.h"
 
+#include <tuple>
+
 namespace tessarin
 {
 namespace
@@ -164,9 +166,13 @@ void AppModel::finishStart(
     m_isReplaying = false;
     m_replayBackup.reset(); // what was replayed stands
     updateActiveThread([&](ChatThread& thread) {
+        const auto sessions = [&thread] { return std::tuple(thread.sessionId, thread.providerSessionIDs, thread.lastProvider); };
+        const auto before = sessions();
         thread.setSessionID(result.value().sessionId, provider);
-        m_treeChanges.noteFields(thread.id);
-        changed(ModelChange::Kind::workspaces);
+        if (sessions() != before) {
+            m_treeChanges.noteFields(thread.id);
+            changed(ModelChange::Kind::workspaces);
+        }
     });
     setConnectionState(ConnectionState::Kind::ready);
     persist();
@@ -191,8 +197,10 @@ void AppModel::abandonReplay()
 
 void AppModel::appendLog(const std::string& text)
 {
-    m_cliLog += text;
-    changed(ModelChange::Kind::cliLog);
+    if (!text.empty()) {
+        m_cliLog += text;
+        changed(ModelChange::Kind::cliLog);
+    }
 }
 
 void AppModel::dropClient()

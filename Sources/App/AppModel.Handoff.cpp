@@ -70,8 +70,11 @@ void AppModel::markExhausted(AgentProvider provider)
 
 void AppModel::replaceUsage(ProviderUsage usage)
 {
-    m_providerUsage[usage.provider] = usage;
-    changed(ModelChange::Kind::providerUsage);
+    const auto known = m_providerUsage.find(usage.provider);
+    if (known == m_providerUsage.end() || known->second != usage) {
+        m_providerUsage[usage.provider] = usage;
+        changed(ModelChange::Kind::providerUsage);
+    }
 }
 
 } // namespace tessarin

@@ -81,14 +81,15 @@ void AppModel::deleteThread(Uuid id, Uuid workspaceID)
     if (!workspace) {
         return;
     }
-    std::erase_if(workspace->threads, [id](const ChatThread& thread) { return thread.id == id; });
+    bool isChanged = std::erase_if(workspace->threads, [id](const ChatThread& thread) { return thread.id == id; }) > 0;
     if (workspace->threads.empty()) {
         workspace->threads.push_back(ChatThread::make());
+        isChanged = true;
     }
     if (m_selectedThreadID == id) {
         select(workspaceID, firstThreadID(workspace), TreeShape::changed);
         resetConnection();
-    } else {
+    } else if (isChanged) {
         select(m_selectedWorkspaceID, m_selectedThreadID, TreeShape::changed);
     }
     persist();

@@ -46,6 +46,9 @@ void AppModel::appendEntry(ChatEntry entry)
 void AppModel::setEntries(std::vector<ChatEntry> entries)
 {
     updateActiveThread([&](ChatThread& thread) {
+        if (thread.entries == entries) {
+            return;
+        }
         thread.entries = std::move(entries);
         m_entryIndex.forget();
         m_treeChanges.noteEntries(thread.id, 0);

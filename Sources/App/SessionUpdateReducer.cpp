@@ -3,6 +3,7 @@
 #include "Platform/Uuid.h"
 
 #include <string_view>
+#include <utility>
 
 namespace tessarin
 {
@@ -151,7 +152,11 @@ std::optional<ModelChange> fold(const SessionUpdate& update, const Target& targe
         return upsertTextEntry(update, ChatEntryKind::user, std::nullopt, target, situation);
     }
     if (*kind == "plan") {
-        target.plan = planEntries(update);
+        std::vector<PlanEntry> plan = planEntries(update);
+        if (plan == target.plan) {
+            return std::nullopt;
+        }
+        target.plan = std::move(plan);
         return ModelChange{ ModelChange::Kind::plan };
     }
     return std::nullopt;

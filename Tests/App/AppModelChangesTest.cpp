@@ -60,6 +60,22 @@ TEST_F(AppModelChangesTest, AnOperationThatAGuardRefusesTellsNothing)
     EXPECT_THAT(changes(), IsEmpty());
 }
 
+TEST_F(AppModelChangesTest, WhatIsSetToWhatItIsTellsNothing)
+{
+    Scenario scenario;
+    scenario.always("session/load").expect("initialize").reply().expect("session/new").reply(R"({"sessionId":"s"})");
+    scenario.expect("session/prompt").update(R"({"sessionUpdate":"plan","entries":[{}]})").reply(endTurn);
+    scenario.expect("session/prompt").update(R"({"sessionUpdate":"plan","entries":[{}]})").reply(endTurn);
+    runtime.script("grok", scenario);
+    openProject();
+    runTurn("One");
+    watch();
+    runTurn("Two");
+    EXPECT_THAT(kindsTold(), ElementsAre(Kind::entryAppended, Kind::connectionState, Kind::connectionState)) << "the plan is the same";
+    model->deleteThread(Uuid::random(), *model->selectedWorkspaceID());
+    EXPECT_THAT(kindsTold(), IsEmpty()) << "no task has gone";
+}
+
 TEST_F(AppModelChangesTest, ProjectsAndTasksTellTheListAndTheSelection)
 {
     openModel();
