@@ -127,6 +127,19 @@ TEST_F(AppModelRemoteCommandsTest, APromptIsSentInItsTaskAndTheWindowFollows)
     EXPECT_EQ(snapshot.connectionStatus, "ready");
 }
 
+TEST_F(AppModelRemoteCommandsTest, APromptGoesToTheClientThatIsReady)
+{
+    Scenario scenario = oneTurn("One");
+    runtime.script("grok", turn(scenario, "Two"));
+    openRemote();
+    device->send(prompt("First"));
+    waitUntil([&] { return texts().size() == 2 && model->connectionState().kind() == State::ready; }, "the first turn");
+    device->send(prompt("Second"));
+    waitUntil([&] { return texts().size() == 4 && model->connectionState().kind() == State::ready; }, "the second turn");
+    EXPECT_THAT(prompts("grok"), ElementsAre("First", "Second"));
+    EXPECT_FALSE(runtime.hasStarted("grok", 2));
+}
+
 TEST_F(AppModelRemoteCommandsTest, APromptReadsIdsInAnyCase)
 {
     runtime.script("grok", oneTurn("Hello"));
