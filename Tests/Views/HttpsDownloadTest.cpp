@@ -1,0 +1,298 @@
+#include "Views/HttpsDownload.h"
+
+#include "Printing.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QProcess>
+#include <QSslCertificate>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <vector>
+
+namespace tessarin
+{
+
+namespace
+{
+
+constexpr int patience = 30'000; // milliseconds: a bound for what should take a few
+constexpr qint64 fileSize = 20'000;
+
+// The server of https_server.py, one for all tests.
+class Server
+{
+public:
+    Server()
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start("/usr/bin/python3", { "-B", HTTPS_SERVER, m_folder.path() });
+        while (!m_process.canReadLine() && m_process.waitForReadyRead(patience)) { }
+        m_told = QJsonDocument::fromJson(m_process.readLine()).object();
+    }
+    ~Server()
+    {
+        m_process.closeWriteChannel();
+        m_process.waitForFinished(patience);
+    }
+
+    [[nodiscard]] bool isRunning() const { return !m_told.isEmpty(); }
+    [[nodiscard]] QUrl url(const QString& path, const QString& server = "good") const
+    {
+        const QString scheme = server == "plain" ? "http" : "https";
+        return QUrl(QString("%1://127.0.0.1:%2%3").arg(scheme).arg(m_told[server].toInt()).arg(path));
+    }
+    [[nodiscard]] QSslConfiguration trust() const
+    {
+        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        tls.setCaCertificates(QSslCertificate::fromPath(m_told["authority"].toString()));
+        return tls;
+    }
+
+private:
+    QTemporaryDir m_folder;
+    QProcess m_process;
+    QJsonObject m_told;
+};
+
+class HttpsDownloadTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite() { server = std::make_unique<Server>(); }
+    static void TearDownTestSuite() { server.reset(); }
+    void SetUp() override { ASSERT_TRUE(server->isRunning()) << "the server did not start"; }
+
+    void start(const QUrl& url)
+    {
+        download = std::make_unique<HttpsDownload>(network);
+        HttpsDownload::Handlers handlers;
+        handlers.onBytes = [this](QByteArrayView part) -> Result<void, FileError> {
+            if (isDiskFull) {
+                return Failure{ FileError{ "No space left on device", ENOSPC } };
+            }
+            received += part;
+            return {};
+        };
+        handlers.onProgress = [this](qint64 count, std::optional<qint64> all) {
+            counts.push_back(count);
+            whole = all;
+            if (cancelsWhenItBegins) {
+                download->cancel();
+            }
+        };
+        handlers.done = [this](Result<void, HttpsDownloadError> outcome) {
+            ++ends;
+            wasCancelled = !outcome && outcome.error().wasCancelled;
+            failure = outcome ? QString() : outcome.error().description();
+            download.reset(); // as an owner does who has what it wanted
+            loop.quit();
+        };
+        download->start({ url, limit, trust }, std::move(handlers));
+    }
+    // The reason why it failed, empty when it did not.
+    QString fetch(const QUrl& url)
+    {
+        received.clear();
+        ends = 0;
+        start(url);
+        EXPECT_EQ(ends, 0) << "the end is told later";
+        QTimer::singleShot(patience, &loop, &QEventLoop::quit);
+        loop.exec();
+        EXPECT_EQ(ends, 1);
+        return ends == 1 ? failure : "It did not end.";
+    }
+    QString fetch(const QString& path) { return fetch(server->url(path)); }
+
+    static std::unique_ptr<Server> server;
+    QNetworkAccessManager network;
+    QEventLoop loop;
+    qint64 limit = 1'000'000;
+    QSslConfiguration trust = server->trust();
+    bool isDiskFull = false;
+    bool cancelsWhenItBegins = false;
+    std::unique_ptr<HttpsDownload> download;
+    QByteArray received;
+    std::vector<qint64> counts;
+    std::optional<qint64> whole;
+    int ends = 0;
+    bool wasCancelled = false;
+    QString failure;
+};
+
+std::unique_ptr<Server> HttpsDownloadTest::server;
+
+TEST_F(HttpsDownloadTest, BringsTheWholeFileAndTellsHowFarItIs)
+{
+    EXPECT_EQ(fetch("/file"), "");
+    EXPECT_EQ(received, QByteArray("the bytes of a file\n").repeated(1000));
+    EXPECT_EQ(counts.back(), fileSize);
+    EXPECT_EQ(whole, fileSize);
+    EXPECT_TRUE(std::is_sorted(counts.begin(), counts.end()));
+}
+
+TEST_F(HttpsDownloadTest, AFileWhoseServerDoesNotSayHowLongItIsComesWhole)
+{
+    EXPECT_EQ(fetch("/without-length"), "");
+    EXPECT_EQ(received.size(), fileSize);
+    EXPECT_EQ(whole, std::nullopt);
+}
+
+TEST_F(HttpsDownloadTest, AnEmptyFileIsAFile)
+{
+    EXPECT_EQ(fetch("/empty"), "");
+    EXPECT_TRUE(received.isEmpty());
+}
+
+TEST_F(HttpsDownloadTest, WhatIsNotHttpsIsNotAsked)
+{
+    EXPECT_EQ(fetch(server->url("/file", "plain")), "Its address is not an HTTPS address.");
+    EXPECT_EQ(fetch(QUrl("file:///etc/hostname")), "Its address is not an HTTPS address.");
+    EXPECT_EQ(fetch(QUrl("https:///file")), "Its address is not an HTTPS address.");
+    EXPECT_EQ(fetch(QUrl()), "Its address is not an HTTPS address.");
+    EXPECT_EQ(fetch("/plain-requests"), "");
+    EXPECT_EQ(received, "0");
+}
+
+TEST_F(HttpsDownloadTest, ACertificateThatDoesNotVerifyEndsItBeforeAnythingComes)
+{
+    for (const QString name : { "stranger", "expired", "otherHost" }) {
+        const QString reason = fetch(server->url("/file", name));
+        EXPECT_TRUE(reason.startsWith("The server could not be verified: ") && reason.endsWith('.')) << reason.toStdString();
+        EXPECT_TRUE(received.isEmpty());
+    }
+    trust = QSslConfiguration::defaultConfiguration();
+    EXPECT_TRUE(fetch("/file").startsWith("The server could not be verified: ")) << "the system does not know this authority";
+}
+
+TEST_F(HttpsDownloadTest, NoConfigurationTurnsTheVerificationOff)
+{
+    trust.setPeerVerifyMode(QSslSocket::VerifyNone);
+    EXPECT_TRUE(fetch(server->url("/file", "stranger")).startsWith("The server could not be verified: "));
+}
+
+TEST_F(HttpsDownloadTest, ARedirectionIsFollowedToHttpsOnly)
+{
+    EXPECT_EQ(fetch("/to-file"), "");
+    EXPECT_EQ(received.size(), fileSize);
+    EXPECT_EQ(fetch("/to-plain"), "The server led to an address that is not HTTPS.");
+    EXPECT_EQ(fetch("/to-plain-in-two-steps"), "The server led to an address that is not HTTPS.");
+    EXPECT_TRUE(received.isEmpty());
+    EXPECT_EQ(fetch("/plain-requests"), "");
+    EXPECT_EQ(received, "0");
+}
+
+TEST_F(HttpsDownloadTest, ARedirectionToAServerThatDoesNotVerifyEndsIt)
+{
+    EXPECT_TRUE(fetch("/to-stranger").startsWith("The server could not be verified: "));
+    EXPECT_TRUE(received.isEmpty());
+}
+
+TEST_F(HttpsDownloadTest, ARedirectionWithoutEndEnds)
+{
+    EXPECT_EQ(fetch("/to-itself"), "The server led from one address to another without end.");
+}
+
+TEST_F(HttpsDownloadTest, AFileThatEndsEarlyFails)
+{
+    EXPECT_EQ(fetch("/truncated"), "The connection ended before all of it had come.");
+}
+
+TEST_F(HttpsDownloadTest, NoMoreBytesThanTheLimitAreHandedOn)
+{
+    limit = fileSize;
+    EXPECT_EQ(fetch("/file"), "");
+    limit = fileSize - 1;
+    EXPECT_EQ(fetch("/file"), "It is too large.");
+    EXPECT_TRUE(received.isEmpty()) << "the server had said how long it is";
+    EXPECT_EQ(fetch("/without-length"), "It is too large.");
+    EXPECT_LE(received.size(), limit);
+    EXPECT_EQ(fetch("/huge"), "It is too large.");
+    EXPECT_EQ(fetch("/endless"), "It is too large.");
+    EXPECT_LE(received.size(), limit);
+}
+
+TEST_F(HttpsDownloadTest, WhatIsPackedIsNotUnpacked)
+{
+    limit = 100'000;
+    EXPECT_EQ(fetch("/packed"), "");
+    EXPECT_TRUE(received.startsWith("\x1f\x8b"));
+}
+
+TEST_F(HttpsDownloadTest, AnAnswerOtherThanTheFileFailsAndItsTextIsNotTheFile)
+{
+    EXPECT_EQ(fetch("/nothing"), "The server answered with status 404.");
+    limit = 10;
+    EXPECT_EQ(fetch("/error"), "The server answered with status 503.");
+    EXPECT_EQ(fetch("/no-content"), "The server answered with status 204.");
+    EXPECT_EQ(fetch("/partial"), "The server answered with status 206.");
+    EXPECT_EQ(fetch("/password"), "The server answered with status 401.");
+    EXPECT_TRUE(received.isEmpty());
+}
+
+TEST_F(HttpsDownloadTest, NoCookieIsKept)
+{
+    EXPECT_EQ(fetch("/cookie"), "");
+    EXPECT_EQ(fetch("/cookie-of-mine"), "");
+    EXPECT_EQ(received, "none");
+}
+
+TEST_F(HttpsDownloadTest, AServerThatIsNotThereFailsWithTheReason)
+{
+    EXPECT_EQ(fetch(QUrl("https://127.0.0.1:1/file")), "Connection refused.");
+}
+
+TEST_F(HttpsDownloadTest, ASlowOneCanBeCancelled)
+{
+    cancelsWhenItBegins = true;
+    EXPECT_EQ(fetch("/slow"), "It was cancelled.");
+    EXPECT_TRUE(wasCancelled);
+    EXPECT_EQ(received.size(), 10);
+}
+
+TEST_F(HttpsDownloadTest, CancellingBeforeItHasBegunIsTheOneEnd)
+{
+    QTimer::singleShot(0, &loop, [this] {
+        if (download) {
+            download->cancel();
+        }
+    });
+    EXPECT_EQ(fetch("/slow"), "It was cancelled.");
+}
+
+TEST_F(HttpsDownloadTest, BytesThatCannotBeStoredEndIt)
+{
+    isDiskFull = true;
+    EXPECT_EQ(fetch("/endless"), "It can't be stored: No space left on device.");
+    EXPECT_FALSE(wasCancelled);
+}
+
+TEST_F(HttpsDownloadTest, ADroppedOneIsSilent)
+{
+    start(server->url("/endless"));
+    download.reset();
+    HttpsDownload other(network);
+    bool hasEnded = false;
+    HttpsDownload::Handlers handlers;
+    handlers.onBytes = [](QByteArrayView) { return Result<void, FileError>(); };
+    handlers.done = [&](const Result<void, HttpsDownloadError>&) {
+        hasEnded = true;
+        loop.quit();
+    };
+    other.start({ server->url("/file"), limit, trust }, std::move(handlers));
+    QTimer::singleShot(patience, &loop, &QEventLoop::quit);
+    loop.exec();
+    EXPECT_TRUE(hasEnded);
+    EXPECT_EQ(ends, 0);
+}
+
+} // namespace
+
+} // namespace tessarin
