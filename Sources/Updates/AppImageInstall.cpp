@@ -15,7 +15,7 @@ namespace tessarin
 namespace
 {
 
-// What stands at the start of an AppImage: an ELF file whose padding holds "AI" and the type (AppImage specification, "Image format").
+// What stands at the start of an AppImage: an ELF file whose padding holds "AI" and the type (the AppImage project's "Image format").
 constexpr std::string_view elfMagic = "\177ELF";
 constexpr std::size_t appImageMagicOffset = 8;
 constexpr std::string_view type1Magic("AI\1", 3);

@@ -29,7 +29,7 @@ public:
     // Puts the archive in the place of the program, whole or not at all: through a new file in the same folder, on the disk before it
     // gets the name, with the access rights of the old one. The old one stays as "<name>.previous"; if there is one already, it is
     // that which has proven to start, and it stays instead. On failure the program is what it was, and no file is left behind.
-    // Refused when the archive is no AppImage (the magic numbers of its specification, type 1 or 2).
+    // Refused when the archive is no AppImage (by the magic numbers of type 1 and 2).
     [[nodiscard]] Result<void, AppImageInstallError> install(const VerifiedArchive& archive) const;
 
     // Removes "<name>.previous". To be called once the program has started and stands; there being none is a success. Whatever has
