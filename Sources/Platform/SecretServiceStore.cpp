@@ -1,5 +1,6 @@
 #include "Platform/SecretServiceStore.h"
 
+#include "Platform/BackgroundWork.h"
 #include "Platform/Files.h"
 #include "Platform/Result.h"
 
@@ -34,7 +35,8 @@ struct Release {
 template <class T>
 using Owned = std::unique_ptr<T, Release>;
 
-// Cancels what runs under it when the time is up. The library's blocking calls can't be ended from their own thread.
+// Cancels what runs under it when the time is up, or soon after the program has begun to wait for its end. The library's blocking calls
+// can't be ended from their own thread.
 class Deadline
 {
 public:
@@ -58,10 +60,14 @@ public:
 private:
     void cancelAfter(std::chrono::milliseconds limit)
     {
+        constexpr std::chrono::milliseconds glance(500);
+        const auto end = std::chrono::steady_clock::now() + limit;
         std::unique_lock lock(m_mutex);
-        if (!m_changed.wait_for(lock, limit, [this] { return m_isDone; })) {
-            lock.unlock();
-            g_cancellable_cancel(m_cancellable.get());
+        while (!m_changed.wait_until(lock, std::min(end, std::chrono::steady_clock::now() + glance), [this] { return m_isDone; })) {
+            if (std::chrono::steady_clock::now() >= end || isBackgroundWorkEnding()) {
+                lock.unlock();
+                return g_cancellable_cancel(m_cancellable.get());
+            }
         }
     }
 

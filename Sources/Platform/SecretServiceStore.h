@@ -15,7 +15,7 @@ namespace tessarin
 class SecretServiceStore : public SecretStore
 {
 public:
-    // No call waits longer for the service than the limit.
+    // No call waits longer for the service than the limit, nor much longer for it while background work is being ended.
     SecretServiceStore(FileSecretStore files, std::chrono::milliseconds timeLimit);
 
     [[nodiscard]] std::optional<std::string> load(const std::string& service, const std::string& account) override;

@@ -101,11 +101,14 @@ QString ButtonAccessible::text(QAccessible::Text kind) const
     return name.isEmpty() ? object()->property("text").toString() : name;
 }
 
-// A control keeps its own role to itself until somebody listens; the one that can be another one has to be known before.
+// A control keeps its own role to itself until somebody listens; those that can be another one have to be known before.
 QAccessible::Role ButtonAccessible::role() const
 {
     if (object()->inherits("QQuickRadioButton")) {
         return QAccessible::RadioButton;
+    }
+    if (object()->inherits("QQuickCheckBox")) {
+        return QAccessible::CheckBox;
     }
     const QObject* attached = attachedTo(object());
     const auto role = attached == nullptr ? QAccessible::NoRole : static_cast<QAccessible::Role>(attached->property("role").toInt());
@@ -154,10 +157,10 @@ QStringList ButtonAccessible::actionNames() const
     return { pressAction(), setFocusAction() };
 }
 
-// For a radio button of Qt 6.4 the handler of a press is not called.
+// For a radio button and a check box of Qt 6.4 the handler of a press is not called.
 void ButtonAccessible::press()
 {
-    if (role() == QAccessible::RadioButton) {
+    if (role() == QAccessible::RadioButton || role() == QAccessible::CheckBox) {
         QMetaObject::invokeMethod(object(), "clicked");
     } else {
         QMetaObject::invokeMethod(attachedTo(object()), "pressAction");

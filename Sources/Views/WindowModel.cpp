@@ -29,6 +29,7 @@ void WindowModel::attach(std::shared_ptr<AppModel> model)
     m_imagine.attach(m_model);
     m_permission.attach(m_model);
     m_install.attach(m_model);
+    m_remote.attach(m_model);
     readThreads();
     readError();
     emit sectionChanged();
@@ -42,6 +43,7 @@ void WindowModel::note(const ModelChange& change)
     m_imagine.note(change);
     m_permission.note(change);
     m_install.note(change);
+    m_remote.note(change);
     using Kind = ModelChange::Kind;
     if (isOneOf(change.kind, { Kind::workspaces, Kind::selection })) {
         readThreads();

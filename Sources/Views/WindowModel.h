@@ -8,6 +8,7 @@
 #include "Views/ImagineModel.h"
 #include "Views/InstallModel.h"
 #include "Views/PermissionModel.h"
+#include "Views/RemoteSettingsModel.h"
 #include "Views/ThreadListModel.h"
 
 #include <QObject>
@@ -40,6 +41,7 @@ class WindowModel : public QObject
     Q_PROPERTY(tessarin::ImagineModel* imagine READ imagine CONSTANT)
     Q_PROPERTY(tessarin::PermissionModel* permission READ permission CONSTANT)
     Q_PROPERTY(tessarin::InstallModel* install READ install CONSTANT)
+    Q_PROPERTY(tessarin::RemoteSettingsModel* remote READ remote CONSTANT)
     Q_PROPERTY(tessarin::FolderPicker* folderPicker READ folderPicker CONSTANT)
     Q_PROPERTY(tessarin::Appearance* appearance READ appearance CONSTANT)
 public:
@@ -78,6 +80,7 @@ public:
     [[nodiscard]] ImagineModel* imagine() { return &m_imagine; }
     [[nodiscard]] PermissionModel* permission() { return &m_permission; }
     [[nodiscard]] InstallModel* install() { return &m_install; }
+    [[nodiscard]] RemoteSettingsModel* remote() { return &m_remote; }
     [[nodiscard]] FolderPicker* folderPicker() { return &m_folderPicker; }
     [[nodiscard]] Appearance* appearance() { return &m_appearance; }
 
@@ -107,6 +110,7 @@ private:
     ImagineModel m_imagine;
     PermissionModel m_permission;
     InstallModel m_install;
+    RemoteSettingsModel m_remote;
     QTimer m_threadsTimer; // gathers the entries of a burst
     QString m_errorMessage;
     bool m_hasError = false;

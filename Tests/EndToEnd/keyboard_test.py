@@ -168,8 +168,8 @@ class Keyboard(WindowCase):
             if self.focus() == seen[0]:
                 break
             seen.append(self.focus())
-        self.assertEqual(seen, ['Message', 'Auto', 'Ask', 'New task', 'Code', 'First task', 'Open Project', 'Width of the sidebar',
-                                'Hide the sidebar', 'Reveal project in Finder', 'Messages'])
+        self.assertEqual(seen, ['Message', 'Auto', 'Ask', 'New task', 'Code', 'First task', 'Open Project', 'Settings',
+                                'Width of the sidebar', 'Hide the sidebar', 'Reveal project in Finder', 'Messages'])
         for name in reversed(seen):
             self.window.key('Shift+Tab')
             self.await_focus(name)

@@ -1,8 +1,10 @@
 // A program that uses the system's secrets, one command after another from its input, each answered by a line:
 //   load          the secret in hexadecimal digits, or "absent"
 //   save DIGITS   "saved"
+//   leave         loads in the background and ends that: "left"
 // Its arguments: the folder for the files, and how many milliseconds a call may wait for the service.
 
+#include "Platform/BackgroundWork.h"
 #include "Platform/SecretServiceStore.h"
 
 #include <chrono>
@@ -53,6 +55,10 @@ int main(int count, char** values)
             std::cin >> digits;
             store.save(service, account, bytesOf(digits));
             std::cout << "saved" << std::endl;
+        } else if (command == "leave") {
+            tessarin::runInBackground([&store] { static_cast<void>(store.load(service, account)); });
+            tessarin::endBackgroundWork();
+            std::cout << "left" << std::endl;
         } else {
             const std::optional<std::string> secret = store.load(service, account);
             std::cout << (secret ? hexadecimal(*secret) : "absent") << std::endl;

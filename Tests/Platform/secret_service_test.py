@@ -243,6 +243,15 @@ class WithABadService(Case):
         self.assertFalse(os.path.exists(store.folder))
         self.assertIn('OpenSession', service.calls)
 
+    def test_AServiceThatNeverAnswersDoesNotHoldUpTheEndOfTheProgram(self):
+        bus = self.bus()
+        self.fake(bus, lambda *_: None)
+        store = self.probe(bus.address, limit=100000)
+        begin = time.monotonic()
+        store.begin('leave')
+        self.assertEqual('left', store.answer())
+        self.assertLess(time.monotonic() - begin, 20)
+
     def test_AServiceThatRefusesIsNoReasonForAFile(self):
         bus = self.bus()
         self.fake(bus, lambda *_: Exception('org.freedesktop.DBus.Error.AccessDenied'))

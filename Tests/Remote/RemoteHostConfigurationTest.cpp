@@ -1,8 +1,7 @@
 #include "Remote/RemoteHostConfiguration.h"
 
-#include "RecordingSecretStore.h"
+#include "MemorySecretStore.h"
 #include "Remote/RemoteCrypto.h"
-#include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +11,7 @@ namespace tessarin
 {
 
 using namespace RemoteHostConfiguration;
-using testing::RecordingSecretStore;
+using testing::MemorySecretStore;
 
 namespace
 {
@@ -20,6 +19,13 @@ namespace
 const std::string oldKey(32, 'o');
 const std::string otherKey(32, 'p');
 const Preferences::BytesReader nothing = [] { return Result<std::optional<std::string>, FileError>(std::nullopt); };
+
+class LockedSecretStore final : public SecretStore
+{
+public:
+    [[nodiscard]] std::optional<std::string> load(const std::string&, const std::string&) override { return std::nullopt; }
+    void save(const std::string&, const std::string&, const std::string&) override { }
+};
 
 Preferences::BytesReader holding(const std::string& bytes)
 {
@@ -30,28 +36,30 @@ Preferences::BytesReader holding(const std::string& bytes)
 
 TEST(RemoteSecretTest, TheFirstLaunchMakesAndStoresAKeyThatTheSecondLoads)
 {
-    RecordingSecretStore secrets;
+    MemorySecretStore secrets;
+    int saveCount = 0;
+    secrets.onSave = [&] { ++saveCount; };
     const auto first = loadOrCreateSecret(secrets, nothing);
     ASSERT_TRUE(first.has_value());
     EXPECT_EQ(first->bytes.size(), RemoteCrypto::keyByteCount);
     EXPECT_FALSE(first->replacesPreference);
-    EXPECT_EQ(secrets.saveCount, 1);
+    EXPECT_EQ(saveCount, 1);
     const auto second = loadOrCreateSecret(secrets, nothing);
     ASSERT_TRUE(second.has_value());
     EXPECT_EQ(second->bytes, first->bytes);
-    EXPECT_EQ(secrets.saveCount, 1);
+    EXPECT_EQ(saveCount, 1);
 }
 
 TEST(RemoteSecretTest, TheKeyIsStoredUnderTheNamesOfTheOlderProduct)
 {
-    RecordingSecretStore secrets;
+    MemorySecretStore secrets;
     ASSERT_TRUE(loadOrCreateSecret(secrets, nothing).has_value());
-    EXPECT_EQ(secrets.secrets.begin()->first, std::pair(std::string("com.local.Ombrelan.remote"), std::string("pairing-secret")));
+    EXPECT_TRUE(secrets.find("com.local.Ombrelan.remote", "pairing-secret").has_value());
 }
 
 TEST(RemoteSecretTest, AKeyInThePreferencesMovesToTheStore)
 {
-    RecordingSecretStore secrets;
+    MemorySecretStore secrets;
     const auto moved = loadOrCreateSecret(secrets, holding(oldKey));
     ASSERT_TRUE(moved.has_value());
     EXPECT_EQ(moved->bytes, oldKey);
@@ -61,7 +69,7 @@ TEST(RemoteSecretTest, AKeyInThePreferencesMovesToTheStore)
 
 TEST(RemoteSecretTest, TheStoredKeyWinsAndThePreferencesAreNotEvenRead)
 {
-    RecordingSecretStore secrets;
+    MemorySecretStore secrets;
     secrets.save(secretService, secretAccount, otherKey);
     bool isRead = false;
     const auto loaded = loadOrCreateSecret(secrets, [&] {
@@ -77,7 +85,7 @@ TEST(RemoteSecretTest, TheStoredKeyWinsAndThePreferencesAreNotEvenRead)
 TEST(RemoteSecretTest, AStoredKeyOfAnotherLengthIsOverwrittenByThatOfThePreferences)
 {
     for (const std::size_t length : { 0U, 31U, 33U }) {
-        RecordingSecretStore secrets;
+        MemorySecretStore secrets;
         secrets.save(secretService, secretAccount, std::string(length, 'x'));
         const auto moved = loadOrCreateSecret(secrets, holding(oldKey));
         ASSERT_TRUE(moved.has_value());
@@ -88,7 +96,7 @@ TEST(RemoteSecretTest, AStoredKeyOfAnotherLengthIsOverwrittenByThatOfThePreferen
 
 TEST(RemoteSecretTest, AStoredKeyOfAnotherLengthIsOverwrittenByANewOne)
 {
-    RecordingSecretStore secrets;
+    MemorySecretStore secrets;
     secrets.save(secretService, secretAccount, "short");
     const auto made = loadOrCreateSecret(secrets, nothing);
     ASSERT_TRUE(made.has_value());
@@ -99,7 +107,7 @@ TEST(RemoteSecretTest, AStoredKeyOfAnotherLengthIsOverwrittenByANewOne)
 TEST(RemoteSecretTest, APreferenceOfAnotherLengthIsLeftWhereItIs)
 {
     for (const std::size_t length : { 0U, 31U, 33U }) {
-        RecordingSecretStore secrets;
+        MemorySecretStore secrets;
         const auto made = loadOrCreateSecret(secrets, holding(std::string(length, 'x')));
         ASSERT_TRUE(made.has_value());
         EXPECT_EQ(made->bytes.size(), RemoteCrypto::keyByteCount);
@@ -110,7 +118,7 @@ TEST(RemoteSecretTest, APreferenceOfAnotherLengthIsLeftWhereItIs)
 
 TEST(RemoteSecretTest, APreferenceThatCannotBeReadIsPassedOver)
 {
-    RecordingSecretStore secrets;
+    MemorySecretStore secrets;
     const auto made
         = loadOrCreateSecret(secrets, [] { return Result<std::optional<std::string>, FileError>(Failure{ FileError{ "unreadable" } }); });
     ASSERT_TRUE(made.has_value());
@@ -119,7 +127,7 @@ TEST(RemoteSecretTest, APreferenceThatCannotBeReadIsPassedOver)
 
 TEST(RemoteSecretTest, RotatingStoresAnotherKeyAndTheOldPreferenceGoes)
 {
-    RecordingSecretStore secrets;
+    MemorySecretStore secrets;
     const auto first = loadOrCreateSecret(secrets, nothing);
     const auto rotated = rotateSecret(secrets);
     ASSERT_TRUE(rotated.has_value());
@@ -131,8 +139,7 @@ TEST(RemoteSecretTest, RotatingStoresAnotherKeyAndTheOldPreferenceGoes)
 
 TEST(RemoteSecretTest, AStoreThatTakesNothingLeavesTheKeyOfThisRun)
 {
-    RecordingSecretStore secrets;
-    secrets.takes = false;
+    LockedSecretStore secrets;
     const auto first = loadOrCreateSecret(secrets, nothing);
     const auto second = loadOrCreateSecret(secrets, nothing);
     ASSERT_TRUE(first && second);

@@ -14,6 +14,7 @@ Rectangle {
     readonly property bool isOpen: file.isOpen || view.isOpen || help.isOpen
 
     signal newTask()
+    signal openSettings()
     signal toggleSidebar()
     signal showCode()
     signal showImagine()
@@ -79,6 +80,8 @@ Rectangle {
                 onTriggered: root.windowModel.conversation.stopWorking()
             }
             AppMenuSeparator {}
+            AppMenuItem { text: "Settings…"; keys: Shortcuts.settings; onTriggered: root.openSettings() }
+            AppMenuSeparator {}
             AppMenuItem { text: "Quit"; keys: Shortcuts.quit; onTriggered: root.quit() }
         }
 
@@ -127,6 +130,7 @@ Rectangle {
     Shortcut { sequence: Shortcuts.changePane; onActivated: root.changePane() }
     Shortcut { sequence: Shortcuts.toggleSidebar; onActivated: root.toggleSidebar() }
     Shortcut { sequence: Shortcuts.goToMenus; onActivated: file.forceActiveFocus(Qt.ShortcutFocusReason) }
+    Shortcut { sequence: Shortcuts.settings; onActivated: root.openSettings() }
     Shortcut { sequence: Shortcuts.listKeys; onActivated: root.listKeys() }
     Shortcut { sequence: Shortcuts.quit; onActivated: root.quit() }
     Shortcut {

@@ -29,7 +29,6 @@ Item {
         visible: root.naming
         name: "Name of the new folder"
         placeholderText: "Name"
-        placeholderTextColor: Theme.secondaryText
         onAccepted: {
             root.naming = false
             root.picker.createFolder(text)

@@ -35,6 +35,13 @@ FocusScope {
         sidebarShown = !sidebarShown
     }
 
+    // One window: asked for again, it comes to the front.
+    function openSettings() {
+        settings.active = true
+        const opened = settings.object as SettingsWindow
+        opened.present()
+    }
+
     function changePane() {
         if (sidebar.activeFocus) {
             detail.focusComposer()
@@ -53,6 +60,7 @@ FocusScope {
         windowModel: root.windowModel
         sidebarShown: root.sidebarShown
         onNewTask: root.newTask()
+        onOpenSettings: root.openSettings()
         onToggleSidebar: root.toggleSidebar()
         onShowCode: root.showCode()
         onShowImagine: root.showImagine()
@@ -80,6 +88,7 @@ FocusScope {
             visible: root.sidebarShown
             windowModel: root.windowModel
             onNewTask: root.newTask()
+            onOpenSettings: root.openSettings()
             onTaskOpened: detail.focusComposer()
         }
 
@@ -130,6 +139,19 @@ FocusScope {
         active: false
 
         sourceComponent: ShortcutsSheet { onClosed: shortcuts.active = false }
+    }
+
+    LazyItem {
+        id: settings
+
+        active: false
+
+        sourceComponent: SettingsWindow {
+            windowModel: root.windowModel
+            transientParent: root.Window.window
+            onClosed: settings.active = false
+            onQuit: root.quit()
+        }
     }
 
     LazyItem {

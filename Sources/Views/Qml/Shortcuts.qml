@@ -15,6 +15,8 @@ QtObject {
     readonly property string toggleSidebar: "F9"
     readonly property string goToMenus: "F10"
     readonly property string stopAgent: "Shift+Escape"
+    readonly property string settings: "Ctrl+,"
+    readonly property string closeSettings: "Ctrl+W" // like Escape; every desktop knows it, so it is not listed
     readonly property string listKeys: "Ctrl+?"
     readonly property string quit: "Ctrl+Q"
 
@@ -25,7 +27,7 @@ QtObject {
             { keys: previousTask, does: "Previous task" }, { keys: nextTask, does: "Next task" },
             { keys: goToMessage, does: "Go to the message" }, { keys: changePane, does: "Go between the sidebar and the message" },
             { keys: toggleSidebar, does: "Show or hide the sidebar" }, { keys: goToMenus, does: "Go to the menus" },
-            { keys: stopAgent, does: "Stop the agent" }, { keys: listKeys, does: "List the keys" }, { keys: quit, does: "Quit" },
+            { keys: stopAgent, does: "Stop the agent" }, { keys: settings, does: "Settings" }, { keys: listKeys, does: "List the keys" }, { keys: quit, does: "Quit" },
             { keys: "Tab, Shift+Tab", does: "Next or previous control" }, { keys: "Space", does: "Press the control" } ] },
         { name: "Message", keys: [
             { keys: "Return", does: "Send the message" }, { keys: "Shift+Return", does: "Add a line to the message" } ] },

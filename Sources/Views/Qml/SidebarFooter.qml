@@ -7,6 +7,8 @@ Item {
 
     required property WindowModel windowModel
 
+    signal openSettings()
+
     implicitHeight: Theme.sidebarFooter
 
     PlainButton {
@@ -33,10 +35,21 @@ Item {
 
         Line {
             anchors.verticalCenter: parent.verticalCenter
-            width: Math.min(implicitWidth, root.width - 2 * Theme.space18 - Theme.symbolSmall - Theme.space8)
+            width: Math.min(implicitWidth, settings.x - 2 * Theme.space18 - Theme.symbolSmall - Theme.space8)
             text: root.windowModel.imagine.stateLabel
             font: Theme.captionFont
             color: Theme.secondaryText
         }
+    }
+
+    SymbolButton {
+        id: settings
+
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        symbol: "gearshape"
+        toolTip: "Settings"
+        onClicked: root.openSettings()
     }
 }

@@ -8,6 +8,7 @@ FocusScope {
     required property WindowModel windowModel
 
     signal newTask()
+    signal openSettings()
     signal taskOpened() // a person has gone on to a task, to write
 
     // To the row of the task, or to the switch where there are no tasks to be seen.
@@ -74,6 +75,7 @@ FocusScope {
         anchors.bottom: parent.bottom
         width: parent.width
         windowModel: root.windowModel
+        onOpenSettings: root.openSettings()
     }
 
     Hairline {

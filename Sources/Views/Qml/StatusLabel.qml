@@ -6,14 +6,15 @@ Row {
 
     required property string label
     required property color tint
+    property int size: Theme.dot
 
     spacing: Theme.space6
 
     Rectangle {
         anchors.verticalCenter: parent.verticalCenter
-        width: Theme.dot
-        height: Theme.dot
-        radius: Theme.dot / 2
+        width: root.size
+        height: root.size
+        radius: root.size / 2
         color: root.tint
     }
 

@@ -18,6 +18,17 @@ T.TextField {
     verticalAlignment: TextInput.AlignVCenter
     Accessible.name: name
 
+    Line {
+        x: root.leftPadding
+        width: parent.width - root.leftPadding - root.rightPadding
+        height: parent.height
+        visible: root.length === 0 && root.preeditText === ""
+        text: root.placeholderText
+        font: root.font
+        color: Theme.secondaryText
+        Accessible.ignored: true
+    }
+
     background: Rectangle {
         radius: Theme.radiusSmall
         color: Theme.card

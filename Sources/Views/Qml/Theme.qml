@@ -57,6 +57,9 @@ QtObject {
     readonly property color codeText: dark ? "#9bd0a4" : "#2f6b36"
     readonly property color codeNumber: dark ? "#e6b680" : "#8a4b08"
     readonly property color inlineCode: dark ? "#2e3235" : "#efebe3"
+    // What is read by a camera, the same in both looks.
+    readonly property color paper: "#ffffff"
+    readonly property color ink: "#1d2022"
     // The panel of a command to be copied.
     readonly property color terminal: dark ? "#99000000" : "#eb1d2022"
     readonly property color terminalText: "#f2f3f1"
@@ -81,6 +84,7 @@ QtObject {
     readonly property int spaceGalleryEmpty: 15
     readonly property int spaceInstall: 20
     readonly property int spaceWelcome: 22
+    readonly property int spaceCard: 14
 
     // Radii: rows and fields, buttons, cards, the composer and sheets.
     readonly property int radiusSmall: 6
@@ -129,6 +133,7 @@ QtObject {
     readonly property int symbolBanner: 18
     readonly property int symbolSheet: 34
     readonly property int symbolHero: 38
+    readonly property int symbolCode: 72
 
     // Controls.
     readonly property int hairline: 1
@@ -141,6 +146,9 @@ QtObject {
     readonly property int sendButton: 32
     readonly property int dot: 7
     readonly property int dotLarge: 8
+    readonly property int switchWidth: 38
+    readonly property int switchHeight: 22
+    readonly property int switchKnob: 16
     readonly property int listMark: 5
     readonly property int taskMark: 15
     readonly property int quoteLine: 3
@@ -201,6 +209,11 @@ QtObject {
     readonly property int gallerySpacing: 14
     readonly property int formatPickerWidth: 240
     readonly property int promptLines: 4
+    readonly property int settingsWidth: 660
+    readonly property int settingsHeight: 780
+    readonly property int settingsLeastWidth: 520
+    readonly property int settingsLeastHeight: 320
+    readonly property int qrCode: 216
 
     // Motion.
     readonly property int durationShort: reducedMotion ? 0 : 150
