@@ -1,6 +1,6 @@
 #include "Remote/RemoteHostConfiguration.h"
 
-#include "MemorySecretStore.h"
+#include "../App/MemorySecretStore.h"
 #include "Remote/RemoteCrypto.h"
 
 #include <gtest/gtest.h>
