@@ -267,6 +267,7 @@ TEST_F(RemoteMediaStreamTest, SeveralThreadsGetTheSameFrames)
     using Frames = std::vector<std::shared_ptr<const std::string>>;
     std::array<Frames, 4> taken;
     std::vector<std::thread> threads;
+    threads.reserve(taken.size());
     for (Frames& frames : taken) {
         threads.emplace_back([&frames, &stream] {
             for (std::size_t index = 0; index < chunkCount; ++index) {
