@@ -74,7 +74,7 @@ std::uint16_t freePort()
     return ntohs(address.sin_port);
 }
 
-// The reading side of a device: it counts the frames and keeps the head of the last one.
+// The reading side of a device: it keeps the head of the last frame that is whole. The nonce in it is new for each sealing.
 class Device
 {
 public:
@@ -93,8 +93,7 @@ public:
     Device& operator=(const Device&) = delete;
 
     [[nodiscard]] int socket() const { return m_socket; }
-    [[nodiscard]] std::size_t frames() const { return m_frames; } // that are whole
-    [[nodiscard]] const Head& head() const { return m_head; }
+    [[nodiscard]] const Head& lastFrame() const { return m_lastFrame; }
 
     void read(std::vector<char>& buffer)
     {
@@ -123,15 +122,15 @@ private:
         const std::size_t part = std::min(count, m_left);
         m_left -= part;
         if (m_left == 0) {
-            ++m_frames;
+            m_lastFrame = m_head;
             m_headFilled = 0;
         }
         return part;
     }
 
     const int m_socket;
-    std::size_t m_frames = 0;
-    Head m_head{};
+    Head m_lastFrame{};
+    Head m_head{}; // of the frame that is coming
     std::size_t m_headFilled = 0;
     std::size_t m_left = 0; // of the frame, after its head
 };
@@ -148,7 +147,7 @@ public:
         }
     }
 
-    // Requires: waitForFrames is not running.
+    // Requires: waitForFrame is not running.
     void connect(std::uint16_t port, std::size_t count)
     {
         const std::lock_guard lock(m_mutex);
@@ -159,22 +158,19 @@ public:
             m_reader = std::thread([this] { readAll(); });
         }
     }
-    // Until each has got a frame more than it had at the last call. All of them have to be the same one.
-    void waitForFrames()
+    // Until all have got one and the same frame, which is another than at the last call.
+    void waitForFrame()
     {
         std::unique_lock lock(m_mutex);
-        const auto all = [&] {
-            return std::all_of(m_devices.begin(), m_devices.end(), [&](const auto& each) { return each->frames() > m_taken[each.get()]; });
+        const auto haveAll = [&] {
+            const Device::Head& frame = m_devices.front()->lastFrame();
+            return frame != m_lastFrame
+                && std::all_of(m_devices.begin(), m_devices.end(), [&](const auto& each) { return each->lastFrame() == frame; });
         };
-        if (!m_arrived.wait_for(lock, std::chrono::seconds(60), all)) {
-            giveUp("a snapshot has not come");
+        if (!m_arrived.wait_for(lock, std::chrono::seconds(60), haveAll)) {
+            giveUp("the devices have not got one frame");
         }
-        for (const auto& each : m_devices) {
-            m_taken[each.get()] = each->frames();
-            if (each->head() != m_devices.front()->head()) {
-                giveUp("the devices got frames that were sealed apart");
-            }
-        }
+        m_lastFrame = m_devices.front()->lastFrame();
     }
 
 private:
@@ -206,7 +202,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_arrived;
     std::vector<std::unique_ptr<Device>> m_devices;
-    std::map<const Device*, std::size_t> m_taken;
+    Device::Head m_lastFrame{}; // that all have got
     std::thread m_reader;
 };
 
@@ -265,14 +261,14 @@ public:
     {
         pumpUntil([&] { return m_model->remoteClientCount() == count; });
         tellSnapshot();
-        devices.waitForFrames();
+        devices.waitForFrame();
     }
     // What one snapshot after one changed task costs.
     [[nodiscard]] double secondsOfASnapshot(Devices& devices)
     {
         m_model->stopWorking(); // which adds a line to the task
         const double first = tellSnapshot();
-        devices.waitForFrames();
+        devices.waitForFrame();
         const double start = processorSecondsOfThisThread();
         m_mainThread.drain();
         return first + processorSecondsOfThisThread() - start;
