@@ -108,6 +108,10 @@ protected:
     {
         return secrets.find(RemoteHostConfiguration::secretService, RemoteHostConfiguration::secretAccount).value_or("");
     }
+    void waitForKey()
+    {
+        waitUntil([&] { return model->remotePairingURL().has_value(); }, "the key");
+    }
     // The device of the test, anew.
     void connect() { device = connected(); }
     [[nodiscard]] std::unique_ptr<PairedDevice> connected()

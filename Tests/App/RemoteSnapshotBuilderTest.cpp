@@ -160,6 +160,30 @@ TEST_F(RemoteSnapshotBuilderTest, TasksThatShareAnIdAreShownEachAsItIs)
     EXPECT_EQ(build(), builtAnew());
 }
 
+TEST_F(RemoteSnapshotBuilderTest, EntriesThatComeBackWhenAReplayFailsAreMadeAnew)
+{
+    constexpr std::size_t storedCount = 3 * RemoteThreadRecord::runEntryCount;
+    constexpr std::size_t replayedCount = 2 * RemoteThreadRecord::runEntryCount;
+    Scenario resumed;
+    resumed.expect("initialize").reply(R"({"agentCapabilities":{"loadSession":true}})").expect("session/load");
+    for (std::size_t row = 0; row < replayedCount; ++row) {
+        resumed.update(R"({"sessionUpdate":"tool_call","toolCallId":"tool-)" + std::to_string(row) + "\"}");
+    }
+    resumed.waitForFile("go").replyError("gone").expect("session/new").reply(R"({"sessionId":"s"})").expect("session/prompt");
+    runtime.script("grok", resumed);
+    install({ "grok" });
+    Workspace workspace = project(1, storedCount);
+    workspace.threads[0].setSessionID("session-7", AgentProvider::grok);
+    openStored({ workspace });
+    EXPECT_EQ(build(), builtAnew());
+    model->send("More");
+    waitUntil([&] { return model->entries().size() == replayedCount && model->entries()[0].kind == ChatEntryKind::tool; }, "the replay");
+    EXPECT_EQ(build(), builtAnew());
+    runtime.touch("go");
+    waitUntil([&] { return model->entries().size() == storedCount + 1; }, "what was there before");
+    EXPECT_EQ(build(), builtAnew());
+}
+
 // Operations of all kinds on a model whose runtime streams, adds and changes entries, and replays stored tasks.
 class RandomOperations : public RemoteSnapshotBuilderTest, public ::testing::WithParamInterface<unsigned>
 {
@@ -169,7 +193,10 @@ protected:
     void openRuntime()
     {
         Scenario scenario;
-        scenario.always("initialize").always("session/new", R"({"sessionId":"s"})").always("session/load").always("session/cancel");
+        scenario.always("initialize", R"({"agentCapabilities":{"loadSession":true}})")
+            .always("session/new", R"({"sessionId":"s"})")
+            .always("session/load")
+            .always("session/cancel");
         scenario.always("session/set_config_option");
         for (int turn = 0; turn < 40; ++turn) {
             scenario.expect("session/prompt");
