@@ -104,6 +104,35 @@ class PairingIt(ProgramCase):
         self.assertEqual(stat.S_IMODE(os.stat(self.pairing_file).st_mode), 0o600)
         self.assertEqual(stat.S_IMODE(os.stat(os.path.dirname(self.pairing_file)).st_mode), 0o700)
 
+    def type_link(self, typed):
+        """Runs `pair` in a terminal; the status, and what stands in the terminal."""
+        terminal, end = os.openpty()
+        self.addCleanup(os.close, terminal)
+        process = subprocess.Popen([PROGRAM, 'pair'], stdin=end, stdout=end, stderr=end, env=self.environment, cwd=self.folder, start_new_session=True)
+        os.close(end)
+        seen = b''
+        while b'not shown' not in seen:
+            seen += os.read(terminal, 1024)
+        os.write(terminal, typed)
+        try:
+            while more := os.read(terminal, 1024):
+                seen += more
+        except OSError:
+            pass  # so a terminal says that nobody is at its other end
+        return process.wait(TIMEOUT), seen.decode()
+
+    def test_ALinkThatIsTypedIsNotShown(self):
+        status, seen = self.type_link(self.host.link.encode() + b'\n')
+        self.assertEqual(status, 0, seen)
+        self.assertIn('Paired with Ada', seen)
+        self.assertNotIn('key=', seen)
+        self.assertNotIn('Warning', seen)
+
+    def test_TheEndOfTheInputIsNoLink(self):
+        status, seen = self.type_link(b'\x04')
+        self.assertEqual(status, 1)
+        self.assertIn('This is no pairing link', seen)
+
     def test_TheLinkMayStandOnTheCommandLine(self):
         self.succeeds('pair', self.host.link)
         self.assertTrue(os.path.exists(self.pairing_file))

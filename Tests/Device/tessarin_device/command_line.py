@@ -81,8 +81,11 @@ def _add_media(commands, add):
 
 def pair(options):
     link = options.link
-    if link is None:
-        link = getpass.getpass('Pairing link (it is not shown): ') if sys.stdin.isatty() else sys.stdin.readline()
+    try:
+        if link is None:
+            link = getpass.getpass('Pairing link (it is not shown): ') if sys.stdin.isatty() else sys.stdin.readline()
+    except EOFError:
+        link = ''
     made = pairing.pairing_from_link(link)
     pairing.save(made, options.pairing)
     say(f'Paired with {safe_line(made.name)} at {safe_line(made.address)}. Try: tessarin-device watch')

@@ -69,14 +69,14 @@ class Connection:
             raise self._lost(error) from None
 
     def receive(self, timeout=None):
-        """The next message of this version that has not come before on this connection; None when none came in so many seconds."""
-        end = None if timeout is None else time.monotonic() + timeout
+        """The next message of this version that has not come before on this connection. None when nothing at all came for so many
+        seconds: a large message on a slow line takes its time."""
         while True:
             message = self._next()
             if message is not None:
                 return message
             try:
-                self._socket.settimeout(None if end is None else max(end - time.monotonic(), 1e-6))
+                self._socket.settimeout(None if timeout is None else max(timeout, 1e-6))
                 data = self._socket.recv(65536)
             except TimeoutError:
                 return None
