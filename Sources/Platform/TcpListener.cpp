@@ -135,7 +135,9 @@ void TcpListener::Implementation::fail(int error)
     const auto report = callbacks.failed;
     cancel();
     if (report) {
-        report(makeNetworkError(error));
+        NetworkError told = makeNetworkError(error);
+        told.text += ".";
+        report(told);
     }
 }
 

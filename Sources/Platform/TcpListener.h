@@ -17,7 +17,7 @@ class TcpListener
 public:
     struct Callbacks {
         std::function<void(std::unique_ptr<TcpConnection>)> accepted;
-        std::function<void(NetworkError)> failed; // accepts nothing any more
+        std::function<void(NetworkError)> failed; // a sentence; it accepts nothing any more
     };
     // Listens when it returns. Fails in words for a person, as when another program has the port (EADDRINUSE).
     [[nodiscard]] static Result<std::unique_ptr<TcpListener>, NetworkError> listen(

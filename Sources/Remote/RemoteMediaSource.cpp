@@ -27,9 +27,9 @@ void RemoteMediaSource::fetch(const std::shared_ptr<RemoteMediaStream>& stream, 
         if (chunk.stream && index < chunk.stream->chunkCount()) {
             chunk.frame = chunk.stream->frame(index);
         }
-        queue->post([weak, queue, index, chunk] {
-            queue->assertCurrent();
+        queue->post([weak, index, chunk] {
             if (const auto self = weak.lock()) {
+                self->m_queue->assertCurrent();
                 self->deliver(index, chunk);
             }
         });

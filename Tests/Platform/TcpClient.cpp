@@ -87,6 +87,12 @@ std::size_t TcpClient::sendWhatFits(std::string_view bytes) const
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
+bool TcpClient::waitForRoom() const
+{
+    pollfd state{ m_socket, POLLOUT, 0 };
+    return ::poll(&state, 1, 500) == 1;
+}
+
 std::optional<std::string> TcpClient::receive(std::size_t byteCount) const
 {
     std::string bytes(byteCount, '\0');

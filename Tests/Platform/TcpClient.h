@@ -25,11 +25,13 @@ public:
     bool send(std::string_view bytes) const;
     // How much is taken at once, without waiting.
     [[nodiscard]] std::size_t sendWhatFits(std::string_view bytes) const;
+    // Whether more is taken within half a second: one that reads at all takes it in less.
+    [[nodiscard]] bool waitForRoom() const;
     // Exactly so many; absent when the other side ends before.
     [[nodiscard]] std::optional<std::string> receive(std::size_t byteCount) const;
     // Passes over what comes until the other side has ended. False when it has not in time.
     [[nodiscard]] bool waitForEnd() const;
-    // Whether the other side has ended or there is something to read, now.
+    // Whether there is nothing to read now, and no end.
     [[nodiscard]] bool isSilent() const;
 
     void endWriting() const; // the other side reads to an end; we read on

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <sys/socket.h>
 #include <thread>
 
 namespace tessarin
@@ -18,6 +19,18 @@ class RemoteHostServerTest : public RemoteServerFixture
 protected:
     [[nodiscard]] std::string listening() const { return "listening " + std::to_string(port); }
 
+    // As if the system took the listening socket away.
+    [[nodiscard]] bool breakListener() const
+    {
+        for (int descriptor = 3; descriptor < 1000; ++descriptor) {
+            int isListening = 0;
+            socklen_t length = sizeof isListening;
+            if (getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &isListening, &length) == 0 && isListening == 1) {
+                return ::shutdown(descriptor, SHUT_RDWR) == 0;
+            }
+        }
+        return false;
+    }
     // The host name of the snapshot that comes next.
     static std::string receiveSnapshot(const RemoteDevice& device)
     {
@@ -125,6 +138,20 @@ TEST_F(RemoteHostServerTest, APortThatIsTakenFailsInWordsThatHelp)
     EXPECT_TRUE(TcpClient(port).isConnected()) << "the other one goes on";
 }
 
+TEST_F(RemoteHostServerTest, AListenerThatFailsClosesAllPeersAndSaysWhy)
+{
+    ASSERT_TRUE(startListening());
+    const RemoteDevice device = connectDevice();
+    events.clear();
+    ASSERT_TRUE(breakListener());
+    const std::string words = "failed: Invalid argument. Turn the remote host off and on.";
+    ASSERT_TRUE(pumpUntilEvent(words));
+    EXPECT_THAT(events, ElementsAre("clients 0", "clients 0", words));
+    EXPECT_TRUE(device.client.waitForEnd());
+    ASSERT_TRUE(startListening()) << "only a new start leaves it";
+    EXPECT_TRUE(delivers(connectDevice()));
+}
+
 TEST_F(RemoteHostServerTest, AFailedOneListensWhenItIsStartedAgain)
 {
     server->start("", port);
@@ -219,8 +246,7 @@ TEST_F(RemoteHostServerTest, TheLatestSnapshotOutlivesStopRestartAndAnotherKey)
     EXPECT_EQ(receiveSnapshot(connectDevice()), "kept");
     server->stop();
     const std::string other(RemoteCrypto::keyByteCount, 'o');
-    server->start(other, port);
-    ASSERT_TRUE(pumpUntilEvent(listening()));
+    ASSERT_TRUE(startListening(other));
     EXPECT_EQ(receiveSnapshot(RemoteDevice(port, other)), "kept");
 }
 

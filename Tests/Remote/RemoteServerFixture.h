@@ -95,9 +95,12 @@ protected:
         return pumpUntil([&] { return clientCount == count; });
     }
 
-    bool startListening()
+    // Forgets the events of before.
+    bool startListening() { return startListening(key); }
+    bool startListening(const std::string& withKey)
     {
-        server->start(key, port);
+        events.clear();
+        server->start(withKey, port);
         return pumpUntilEvent("listening " + std::to_string(port));
     }
     // A device that is connected, and counted.
