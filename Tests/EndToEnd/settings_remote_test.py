@@ -241,9 +241,10 @@ class Pairing(SettingsCase):
 class Custody(SettingsCase):
     def test_WithoutAServiceAFileForThePersonAloneHasTheKeyAndNothingElseHas(self):
         self.desk.install('grok', script(opening(), turn(says('Working on it.'))))
-        self.open_project((self.desk.project(), []))
+        self.open_project(self.desk.project())
         self.turn_on()
         self.window.key('Escape')
+        self.window.wait(lambda: self.window.active_title() == TITLE, what='the main window to be in front')
         self.prompt('Hi')
         self.reads('Working on it.')
         key = self.stored_file()
@@ -339,6 +340,20 @@ class OnAWideScreen(SettingsCase):
         for element in self.window.find_all(within=self.window.find('frame', '=Settings')):
             left, top, across, down = element.rect
             self.assertTrue(x <= left and y <= top and left + across <= x + width and top + down <= y + height, element)
+
+    def test_TooMuchStaysWithinItsPlace(self):
+        self.desk.prefer(remoteAdvertisedHost_v1='a-very-long-name-of-a-computer.' * 20)
+        self.open()
+        self.turn_on()
+        self.keep('settings-long')
+        copy, field = self.window.find('~button', '=Copy Pairing Link').rect, self.window.find('~input', '=Mac address or Tailscale IP').rect
+        self.assertLessEqual(field[0] + field[2], copy[0])
+        before = self.window.image(of=copy)
+        self.window.click_on('~input', '=Mac address or Tailscale IP')
+        self.window.key('End')
+        self.window.move(*self.window.find('heading', '=Android Remote').point())
+        self.window.still(timeout=3)
+        self.assertEqual(before, self.window.image(of=copy))
 
     def keep(self, state, bring=lambda: None):
         bring()

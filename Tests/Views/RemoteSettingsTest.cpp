@@ -268,9 +268,10 @@ TEST_F(RemoteSettingsTest, ThePixelsOfTheWindowAreTheModulesOfTheCode)
     const QImage picture = code()->picture();
     const int modules = picture.width() / PairingCode::modulePixels;
     const int size = int(code()->width()) / modules;
-    const QPoint corner = code()->mapToScene(QPointF()).toPoint();
-    ASSERT_TRUE(QmlFixture::becomes([&] { return qml.view().grabWindow().pixelColor(corner + QPoint(size, size)) == Qt::black; }));
+    const auto cornerNow = [this] { return code()->mapToScene(QPointF()).toPoint(); };
+    ASSERT_TRUE(QmlFixture::becomes([&] { return qml.view().grabWindow().pixelColor(cornerNow() + QPoint(size, size)) == Qt::black; }));
     const QImage seen = qml.view().grabWindow();
+    const QPoint corner = cornerNow();
     for (int y = 0; y < int(code()->height()); ++y) {
         for (int x = 0; x < int(code()->width()); ++x) {
             const QPoint module(x / size * PairingCode::modulePixels, y / size * PairingCode::modulePixels);
@@ -307,7 +308,7 @@ TEST_F(RemoteSettingsTest, NothingReachesOverTheEdgeOfANarrowWindow)
     ASSERT_TRUE(QmlFixture::becomes([this] { return root->width() == 520; }));
     for (const char* name : { "Line", "Prose", "PushButton", "AddressField", "PairingQRCode", "ToggleSwitch" }) {
         for (const QQuickItem* each : items(name)) {
-            const QRectF place = each->mapRectToItem(root, each->boundingRect());
+            const QRectF place = each->mapRectToItem(root, QRectF(QPointF(), each->size()));
             EXPECT_GE(place.left(), 0) << name;
             EXPECT_LE(place.right(), 520) << name << each->property("text").toString().toStdString();
         }

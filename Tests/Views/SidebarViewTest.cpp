@@ -129,7 +129,7 @@ TEST_F(SidebarViewTest, InCodeTheProjectsStandInTheModelsOrder)
     }
     EXPECT_EQ(headings, (QStringList{ "project", "second" }));
     EXPECT_EQ(items("TaskRow").size(), 3);
-    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "folder.badge.plus" }));
+    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "folder.badge.plus", "gearshape" }));
     EXPECT_EQ(textsOf(item("SidebarFooter")), (QStringList{ "Open Project" }));
     EXPECT_TRUE(desktop.questions.empty());
     QMetaObject::invokeMethod(QmlFixture::items(item("SidebarFooter"), "PlainButton")[0], "clicked");
@@ -153,14 +153,14 @@ TEST_F(SidebarViewTest, TheBottomRowOfImagineTellsHowItsRuntimeIs)
     open();
     window.showImagine();
     EXPECT_EQ(textsOf(item("SidebarFooter")), (QStringList{ stateLabel() }));
-    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "circle.fill" }));
+    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "circle.fill", "gearshape" }));
     model->generateImagine("a lighthouse", ImagineKind::image);
-    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "circle.fill" })) << "it only connects";
+    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "circle.fill", "gearshape" })) << "it only connects";
     waitUntil([this] { return model->imagineState().kind() == ConnectionState::Kind::working; });
-    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "wand.and.stars" }));
+    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "wand.and.stars", "gearshape" }));
     EXPECT_EQ(textsOf(item("SidebarFooter")), (QStringList{ stateLabel() }));
     model->cancelImagine();
-    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "circle.fill" }));
+    EXPECT_EQ(symbolsOf(item("SidebarFooter")), (QStringList{ "circle.fill", "gearshape" }));
 }
 
 TEST_F(SidebarViewTest, AHeadingHasTheNameAndTheWayToATaskInIt)

@@ -117,7 +117,7 @@ TEST_F(ThemeTest, SymbolsDotsAndTheFocusAreSeenOnEveryGround)
 
 TEST_F(ThemeTest, EveryColourHasItsShadeForLightAndDark)
 {
-    const QStringList same{ "inkOnAccent", "inkOnRed", "terminalText" };
+    const QStringList same{ "ink", "inkOnAccent", "inkOnRed", "paper", "terminalText" };
     int count = 0;
     for (int i = theme->metaObject()->propertyOffset(); i < theme->metaObject()->propertyCount(); ++i) {
         const QMetaProperty property = theme->metaObject()->property(i);

@@ -15,6 +15,9 @@ TextEntry {
         isShowing = true
         text = remote.address
         isShowing = false
+        if (!activeFocus) {
+            cursorPosition = 0 // its beginning is seen
+        }
     }
 
     name: "Mac address or Tailscale IP"
