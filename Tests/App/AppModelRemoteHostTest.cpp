@@ -292,6 +292,23 @@ TEST_F(AppModelRemoteHostTest, NobodyGetsInByTheOldKeyWhileItIsBeingReplaced)
     EXPECT_FALSE(opens(old));
 }
 
+TEST_F(AppModelRemoteHostTest, WhatIsOnItsWayWhenTheKeyIsGivenUpDoesNothing)
+{
+    openRemote({});
+    Gate gate;
+    secrets.onSave = [&] { gate.wait(); };
+    const auto before = model->workspaces();
+    for (int count = 0; count < 100; ++count) {
+        device->send(message(RemoteMessageType::newThread));
+    }
+    model->rotateRemoteAccessKey();
+    waitForHost(Host::disabled); // so nothing comes any more
+    EXPECT_EQ(model->workspaces(), before);
+    gate.open();
+    waitForHost(Host::listening);
+    EXPECT_EQ(model->workspaces(), before);
+}
+
 TEST_F(AppModelRemoteHostTest, AHostThatIsTurnedOffDuringARotationStaysOff)
 {
     openRemote({});
