@@ -124,7 +124,7 @@ class Keyboard(WindowCase):
         grip = self.window.find('split pane', 'Width of the sidebar')
         width = self.window.find('list', 'Projects and tasks').rect[2]
         self.window.key('F6')
-        self.window.key('Tab', 'Tab')
+        self.window.key('Tab', 'Tab', 'Tab')
         self.await_focus(grip.name)
         self.window.key('Right')
         self.window.wait(lambda: self.window.find('list', 'Projects and tasks').rect[2] == width + 12, what='a wider sidebar')

@@ -192,7 +192,9 @@ class Pairing(SettingsCase):
         self.turn_on()
         link = self.link()
         self.window.click_on('~button', '=Copy Pairing Link')
+        self.window.find(says='=Copied')
         self.window.wait(lambda: self.window.clipboard() == link, what='the link on the pasteboard')
+        self.window.wait_gone(says='=Copied')
         hint = subprocess.run(['xclip', '-o', '-selection', 'clipboard', '-t', 'x-kde-passwordManagerHint'], env=self.window.env,
                               capture_output=True, timeout=10, check=True)
         self.assertEqual(b'secret', hint.stdout)

@@ -6,6 +6,7 @@ SettingsSection {
     id: root
 
     required property RemoteSettingsModel remote
+    property bool copied: false
 
     heading: "Android Remote"
 
@@ -59,7 +60,16 @@ SettingsSection {
             anchors.right: parent.right
             enabled: root.remote.pairingLink !== ""
             text: "Copy Pairing Link"
-            onClicked: root.remote.copyPairingLink()
+            onClicked: {
+                root.remote.copyPairingLink()
+                notice.restart()
+            }
+
+            HoverTip {
+                text: "Copied"
+                shown: root.copied
+                delay: 0
+            }
         }
     }
 
@@ -67,5 +77,13 @@ SettingsSection {
         width: parent.width
         visible: root.remote.isEnabled && root.remote.pairingLink !== ""
         remote: root.remote
+    }
+
+    SequentialAnimation {
+        id: notice
+
+        PropertyAction { target: root; property: "copied"; value: true }
+        PauseAnimation { duration: Theme.durationCopied }
+        PropertyAction { target: root; property: "copied"; value: false }
     }
 }
