@@ -47,21 +47,31 @@ Failure<UpdateSignatureError> refused(const std::string& reason)
 
 } // namespace
 
-Result<VerifiedArchive, UpdateSignatureError> UpdateSignature::verify(
-    const std::string& path, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key)
+Result<void, UpdateSignatureError> UpdateSignature::mayVerify(const AppcastEnclosure& stated, const std::optional<UpdateKey>& key)
 {
     if (!key) {
         return refused("This build of tessarin has no key to verify updates with.");
     }
-    const auto signature = bytesFromBase64(stated.edSignature, signatureByteCount);
-    if (!signature) {
-        return refused(stated.edSignature.empty() ? "It is not signed." : "Its signature is not valid.");
+    if (stated.edSignature.empty()) {
+        return refused("It is not signed.");
+    }
+    if (!bytesFromBase64(stated.edSignature, signatureByteCount)) {
+        return refused("Its signature is not valid.");
     }
     if (!stated.length || *stated.length == 0) {
         return refused("Its feed does not say how large it is.");
     }
     if (*stated.length > byteLimit) {
         return refused("It is too large.");
+    }
+    return {};
+}
+
+Result<VerifiedArchive, UpdateSignatureError> UpdateSignature::verify(
+    const std::string& path, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key)
+{
+    if (const auto may = mayVerify(stated, key); !may) {
+        return Failure{ may.error() };
     }
     const auto length = static_cast<std::size_t>(*stated.length);
     auto read = readFile(path, length);
@@ -71,7 +81,8 @@ Result<VerifiedArchive, UpdateSignatureError> UpdateSignature::verify(
     if (!read || read.value().size() != length) {
         return refused("It is not as large as its feed says.");
     }
-    if (!isGood(read.value(), *signature, *key)) {
+    const auto signature = bytesFromBase64(stated.edSignature, signatureByteCount);
+    if (!signature || !isGood(read.value(), *signature, *key)) {
         return refused("Its signature is not valid.");
     }
     return VerifiedArchive(std::move(read).value());

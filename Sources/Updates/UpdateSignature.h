@@ -40,8 +40,11 @@ public:
     // Larger ones are refused: the archive is held in memory, because mapping a file that shrinks or can't be read would end the program.
     static constexpr std::uint64_t byteLimit = std::uint64_t{ 1024 } * 1024 * 1024;
 
-    // Reads the file once. It is refused when the program knows no key, the feed states no length or no signature, the length differs,
-    // or the signature is not good for exactly these bytes under this key. Blocks while the disk and the processor work; any thread.
+    // Whether an archive of which this is stated can verify at all, so that what can't need not be fetched: the program has a key, and
+    // the feed states a length within the limit and a signature that has the form of one.
+    [[nodiscard]] static Result<void, UpdateSignatureError> mayVerify(const AppcastEnclosure& stated, const std::optional<UpdateKey>& key);
+    // Reads the file once. Refused is also what differs from its stated length, and what the signature is not good for: exactly these
+    // bytes under this key. Blocks while the disk and the processor work; any thread.
     [[nodiscard]] static Result<VerifiedArchive, UpdateSignatureError> verify(
         const std::string& path, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key);
 };

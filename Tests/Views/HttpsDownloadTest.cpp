@@ -1,15 +1,10 @@
 #include "Views/HttpsDownload.h"
 
+#include "HttpsServer.h"
 #include "Printing.h"
 
-#include <QElapsedTimer>
 #include <QEventLoop>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QNetworkAccessManager>
-#include <QProcess>
-#include <QSslCertificate>
-#include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -24,49 +19,12 @@ namespace tessarin
 namespace
 {
 
-constexpr int patience = 30'000; // milliseconds: a bound for what should take a few
 constexpr qint64 fileSize = 20'000;
-
-// The server of https_server.py, one for all tests.
-class Server
-{
-public:
-    Server()
-    {
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start("/usr/bin/python3", { "-B", HTTPS_SERVER, m_folder.path() });
-        while (!m_process.canReadLine() && m_process.waitForReadyRead(patience)) { }
-        m_told = QJsonDocument::fromJson(m_process.readLine()).object();
-    }
-    ~Server()
-    {
-        m_process.closeWriteChannel();
-        m_process.waitForFinished(patience);
-    }
-
-    [[nodiscard]] bool isRunning() const { return !m_told.isEmpty(); }
-    [[nodiscard]] QUrl url(const QString& path, const QString& server = "good") const
-    {
-        const QString scheme = server == "plain" ? "http" : "https";
-        return QUrl(QString("%1://127.0.0.1:%2%3").arg(scheme).arg(m_told[server].toInt()).arg(path));
-    }
-    [[nodiscard]] QSslConfiguration trust() const
-    {
-        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-        tls.setCaCertificates(QSslCertificate::fromPath(m_told["authority"].toString()));
-        return tls;
-    }
-
-private:
-    QTemporaryDir m_folder;
-    QProcess m_process;
-    QJsonObject m_told;
-};
 
 class HttpsDownloadTest : public testing::Test
 {
 protected:
-    static void SetUpTestSuite() { server = std::make_unique<Server>(); }
+    static void SetUpTestSuite() { server = std::make_unique<HttpsServer>(); }
     static void TearDownTestSuite() { server.reset(); }
     void SetUp() override { ASSERT_TRUE(server->isRunning()) << "the server did not start"; }
 
@@ -104,14 +62,14 @@ protected:
         ends = 0;
         start(url);
         EXPECT_EQ(ends, 0) << "the end is told later";
-        QTimer::singleShot(patience, &loop, &QEventLoop::quit);
+        QTimer::singleShot(HttpsServer::patience, &loop, &QEventLoop::quit);
         loop.exec();
         EXPECT_EQ(ends, 1);
         return ends == 1 ? failure : "It did not end.";
     }
     QString fetch(const QString& path) { return fetch(server->url(path)); }
 
-    static std::unique_ptr<Server> server;
+    static std::unique_ptr<HttpsServer> server;
     QNetworkAccessManager network;
     QEventLoop loop;
     qint64 limit = 1'000'000;
@@ -127,7 +85,7 @@ protected:
     QString failure;
 };
 
-std::unique_ptr<Server> HttpsDownloadTest::server;
+std::unique_ptr<HttpsServer> HttpsDownloadTest::server;
 
 TEST_F(HttpsDownloadTest, BringsTheWholeFileAndTellsHowFarItIs)
 {
@@ -287,7 +245,7 @@ TEST_F(HttpsDownloadTest, ADroppedOneIsSilent)
         loop.quit();
     };
     other.start({ server->url("/file"), limit, trust }, std::move(handlers));
-    QTimer::singleShot(patience, &loop, &QEventLoop::quit);
+    QTimer::singleShot(HttpsServer::patience, &loop, &QEventLoop::quit);
     loop.exec();
     EXPECT_TRUE(hasEnded);
     EXPECT_EQ(ends, 0);

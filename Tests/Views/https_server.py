@@ -1,5 +1,6 @@
 #!/usr/bin/python3
 """An HTTPS server on the loopback with an authority of its own, for the tests of downloads: https_server.py FOLDER
+It also serves the files in FOLDER under /files/.
 
 Prints one line of JSON once it listens: where the authority's certificate is, and the ports of four HTTPS servers ("good", and those
 that no client may trust: "stranger" with a certificate of another authority, "expired", "otherHost") and of one plain HTTP server.
@@ -20,6 +21,7 @@ plain_requests = []
 class Paths(http.server.BaseHTTPRequestHandler):
     protocol_version = 'HTTP/1.1'
     ports = {}
+    folder = ''
 
     def log_message(self, *arguments):
         pass
@@ -41,6 +43,14 @@ class Paths(http.server.BaseHTTPRequestHandler):
         self.head(200, Connection='close')
         while True:
             self.wfile.write(b'x' * 65536)
+
+    def file(self):
+        place = os.path.join(self.folder, os.path.basename(self.path))
+        if self.path.startswith('/files/') and os.path.isfile(place):
+            with open(place, 'rb') as file:
+                self.whole(file.read())
+        else:
+            self.whole(b'nothing here', 404)
 
     def answers(self):
         good = f'https://127.0.0.1:{self.ports["good"]}'
@@ -74,7 +84,7 @@ class Paths(http.server.BaseHTTPRequestHandler):
         if not isinstance(self.connection, ssl.SSLSocket):
             plain_requests.append(self.path)
         try:
-            self.answers().get(self.path, lambda: self.whole(b'nothing here', 404))()
+            self.answers().get(self.path, self.file)()
         except OSError:
             pass  # the client has gone, as it should after a refusal
 
@@ -119,6 +129,7 @@ def serve(name, context=None):
 
 
 def main(folder):
+    Paths.folder = folder
     authority = Authority(folder, 'authority')
     serve('good', authority.certify('good', 'IP:127.0.0.1'))
     serve('expired', authority.certify('expired', 'IP:127.0.0.1', days=-1))
