@@ -25,9 +25,9 @@ struct HttpsDownloadError {
     [[nodiscard]] const QString& description() const { return text; }
 };
 
-// One file fetched over HTTPS, once: no password is asked for, no cookie, no cache, no decoding of what the server sends. What is not HTTPS is neither
-// asked nor followed, a certificate that does not verify ends it, and more bytes than the limit are not read. It has no time-out: who
-// shows it shows that it goes on, and can cancel it. Dropping it cancels without calling `done`. Main thread only.
+// One file fetched over HTTPS, once: no password is asked for, no cookie, no cache, no decoding of what the server sends. What is not HTTPS
+// is neither asked nor followed, a certificate that does not verify ends it, and more bytes than the limit are not read. It has no
+// time-out: who shows it shows that it goes on, and can cancel it. Dropping it cancels without calling `done`. Main thread only.
 class HttpsDownload : public QObject
 {
 public:
