@@ -305,7 +305,7 @@ TEST_F(AppModelRemoteCommandsTest, WhatIsOnItsWayWhenTheHostIsTurnedOffDoesNothi
 {
     openRemote({});
     const auto before = model->workspaces();
-    device->send(message(RemoteMessageType::newThread));
+    sendUnheard(message(RemoteMessageType::newThread));
     model->setRemoteEnabled(false);
     waitForHost(RemoteHostState::Kind::disabled);
     drain();

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <list>
+#include <thread>
 
 namespace tessarin::testing
 {
@@ -14,7 +15,8 @@ namespace tessarin::testing
 // A main thread whose clock moves when a test moves it. Stays for good, as the others of the model's tests do.
 struct HandTimedMainThread {
     std::atomic<MainThread::Clock::duration::rep> elapsed = 0;
-    MainThread thread{ {}, [this] { return MainThread::Clock::time_point(MainThread::Clock::duration(elapsed.load())); } };
+    std::atomic<int> wakes = 0; // how often it was told that there is something to run
+    MainThread thread{ [this] { ++wakes; }, [this] { return MainThread::Clock::time_point(MainThread::Clock::duration(elapsed.load())); } };
 
     static HandTimedMainThread& makeImmortal()
     {
@@ -208,6 +210,19 @@ protected:
     {
         m_time.elapsed += std::chrono::duration_cast<MainThread::Clock::duration>(time).count();
         drain();
+    }
+    // Sends it, and waits until it is on its way to the model, which has not run since.
+    void sendUnheard(const RemoteEnvelope& envelope)
+    {
+        (void)snapshotAfter();
+        drain();
+        const int before = m_time.wakes;
+        device->send(envelope);
+        const auto end = std::chrono::steady_clock::now() + waitBound;
+        while (m_time.wakes == before && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ASSERT_NE(m_time.wakes, before);
     }
     [[nodiscard]] std::string storedMode() const { return preferences.text(AppModel::permissionModeKey).value_or(""); }
 

@@ -298,9 +298,7 @@ TEST_F(AppModelRemoteHostTest, WhatIsOnItsWayWhenTheKeyIsGivenUpDoesNothing)
     Gate gate;
     secrets.onSave = [&] { gate.wait(); };
     const auto before = model->workspaces();
-    for (int count = 0; count < 100; ++count) {
-        device->send(message(RemoteMessageType::newThread));
-    }
+    sendUnheard(message(RemoteMessageType::newThread));
     model->rotateRemoteAccessKey();
     waitForHost(Host::disabled); // so nothing comes any more
     EXPECT_EQ(model->workspaces(), before);
