@@ -7,6 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace tessarin
 {
 namespace
@@ -140,9 +143,10 @@ TEST(UpdateKeyTest, IsExactly32BytesInBase64)
 {
     const std::string good = SigningKey().publicKey();
     EXPECT_TRUE(UpdateKey::fromBase64(good));
-    for (const std::string& wrong :
-        { std::string(), good.substr(0, 40), good + "=", good.substr(0, 43), good.substr(0, 43) + " ", " " + good }) {
-        EXPECT_FALSE(UpdateKey::fromBase64(wrong)) << wrong;
+    const std::vector<std::string> wrong{ "", good.substr(0, 40), good + "=", good.substr(0, 43), good.substr(0, 43) + " ", " " + good,
+        " " + good.substr(1), "-" + good.substr(1), std::string(44, '='), good.substr(0, 20) + "=" + good.substr(21) };
+    for (const std::string& text : wrong) {
+        EXPECT_FALSE(UpdateKey::fromBase64(text)) << text;
     }
 }
 
