@@ -34,15 +34,25 @@ double percentile(std::vector<double> values, double share)
     return values[std::clamp<std::size_t>(place, 1, values.size()) - 1];
 }
 
-double megabytesHeldBy(pid_t process)
+static double megabytesOf(pid_t process, std::string_view key)
 {
     std::ifstream rollup("/proc/" + std::to_string(process) + "/smaps_rollup");
     for (std::string line; std::getline(rollup, line);) {
-        if (line.starts_with("Pss:")) {
+        if (line.starts_with(key)) {
             return static_cast<double>(std::strtoull(line.c_str() + line.find_first_of("0123456789"), nullptr, 10)) * 1024 / 1e6;
         }
     }
     giveUp("the system does not tell how much memory is held");
+}
+
+double megabytesHeldBy(pid_t process)
+{
+    return megabytesOf(process, "Pss:");
+}
+
+double megabytesAllocatedBy(pid_t process)
+{
+    return megabytesOf(process, "Pss_Anon:");
 }
 
 BenchmarkOptions::BenchmarkOptions(int argc, char** argv, std::map<std::string, std::string> defaults) : m_values(std::move(defaults))

@@ -24,6 +24,9 @@ namespace tessarin
 // The proportional set size of a process, in MB: what is private to it whole, what it shares with others in parts.
 [[nodiscard]] double megabytesHeldBy(pid_t process);
 
+// The part of it that stands in no file: what the process has allocated. It does not change with who else uses the same libraries.
+[[nodiscard]] double megabytesAllocatedBy(pid_t process);
+
 // What the command line says, as "--name=value" for the names that the benchmark gives, and "--report". Anything else ends with 2.
 class BenchmarkOptions
 {
