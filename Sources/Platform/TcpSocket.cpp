@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <limits>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <string>
@@ -82,7 +83,9 @@ Descriptor listenOn(int family, std::uint16_t port)
     }
     // Connections that were closed a moment ago do not keep the port.
     setOption(socket, SOL_SOCKET, SO_REUSEADDR, 1);
-    if (bindToAll(socket, family, port) && ::listen(socket.get(), SOMAXCONN) == 0) {
+    // The system cuts it to its own limit, which may be beyond the constant for it.
+    constexpr int backlog = std::numeric_limits<int>::max();
+    if (bindToAll(socket, family, port) && ::listen(socket.get(), backlog) == 0) {
         return socket;
     }
     const int error = errno;

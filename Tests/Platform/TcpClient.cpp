@@ -9,6 +9,7 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <random>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -157,6 +158,14 @@ std::uint16_t freePort()
             return port;
         }
     }
+}
+
+void raiseDescriptorLimit()
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 int openDescriptors()

@@ -44,6 +44,8 @@ private:
 
 // A port that nobody has, and that no outgoing connection is given.
 [[nodiscard]] std::uint16_t freePort();
+// Lets this process have as many descriptors as it may: each connection has two ends here.
+void raiseDescriptorLimit();
 // Open descriptors of this process.
 [[nodiscard]] int openDescriptors();
 
