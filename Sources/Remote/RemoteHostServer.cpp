@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <map>
 #include <optional>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -68,7 +70,10 @@ struct RemoteHostServer::Implementation final : RemotePeer::Owner, std::enable_s
     void post(RemoteHostEvents::Event event, std::size_t byteCount = 0) REQUIRES(*queue);
     void notifyState(RemoteHostState state) REQUIRES(*queue);
     void notifyClientCount() REQUIRES(*queue);
+    [[nodiscard]] std::uint64_t beginRun() { return ++newestRun; }
+    void closeUnprovenThatHoldTooMuch() REQUIRES(*queue);
     [[nodiscard]] std::size_t clientCount() const REQUIRES(*queue);
+    [[nodiscard]] std::vector<std::shared_ptr<RemotePeer>> allPeers() const REQUIRES(*queue);
     // Calls `work` with each peer; it may close any of them.
     template <class Work>
     void withEachPeer(const Work& work) REQUIRES(*queue);
@@ -79,10 +84,17 @@ struct RemoteHostServer::Implementation final : RemotePeer::Owner, std::enable_s
     std::shared_ptr<RemoteHostServer* const> receiver;
     const std::shared_ptr<RemoteHostEvents> events;
 
+    // Counts the calls of `start` and `stop`. Any thread.
+    std::atomic<std::uint64_t> newestRun = 0;
+
     // On the queue only.
     std::unique_ptr<TcpListener> listener GUARDED_BY(*queue);
     std::map<Uuid, std::shared_ptr<RemotePeer>> peers GUARDED_BY(*queue);
     RemoteMessageMemory recentMessages GUARDED_BY(*queue);
+    // Apart from those of devices: frames of the host sent back by somebody without the key must not make it forget what devices sent.
+    RemoteMessageMemory reflectedMessages GUARDED_BY(*queue);
+    std::uint64_t run GUARDED_BY(*queue) = 0; // in which the peers connect
+    Uuid lastServed GUARDED_BY(*queue); // the peer that had its turn last after the main thread had caught up
     std::optional<RemoteEnvelope> latestSnapshot GUARDED_BY(*queue);
     std::optional<RemoteFrame> snapshotFrame GUARDED_BY(*queue); // of it under the key, once a peer has needed it; null when it can't be
     RemoteEncoder encoder GUARDED_BY(*queue);
@@ -143,6 +155,7 @@ void RemoteHostServer::Implementation::update(RemoteEnvelope snapshot)
     latestSnapshot = std::move(snapshot);
     snapshotFrame.reset();
     withEachPeer([](RemotePeer& peer) { peer.sendSnapshot(); });
+    closeUnprovenThatHoldTooMuch();
 }
 
 void RemoteHostServer::Implementation::broadcast(const RemoteEnvelope& envelope)
@@ -153,6 +166,7 @@ void RemoteHostServer::Implementation::broadcast(const RemoteEnvelope& envelope)
     // One that can't be encoded or sealed reaches nobody, and nobody is told.
     if (const RemoteFrame frame = makeFrame(envelope)) {
         withEachPeer([&frame](RemotePeer& peer) { peer.send(frame); });
+        closeUnprovenThatHoldTooMuch();
     }
 }
 
@@ -160,6 +174,29 @@ void RemoteHostServer::Implementation::sendMedia(RemoteMedia media)
 {
     const auto source = std::make_shared<RemoteMediaSource>(queue, std::move(media), keyData);
     withEachPeer([&source](RemotePeer& peer) { peer.sendMedia(source); });
+}
+
+// A frame that is under way stays until the last device has taken it: whoever never reads would keep one of each state that there was.
+void RemoteHostServer::Implementation::closeUnprovenThatHoldTooMuch()
+{
+    for (;;) {
+        std::unordered_set<RemoteFrame> held;
+        std::size_t byteCount = 0;
+        std::shared_ptr<RemotePeer> slowest;
+        for (const auto& [id, peer] : peers) {
+            const auto frames = peer->hasKey() ? std::vector<RemoteFrame>() : peer->outbox().heldFrames();
+            for (const RemoteFrame& frame : frames) {
+                byteCount += held.insert(frame).second ? frame->size() : 0U;
+            }
+            if (!frames.empty() && (!slowest || peer->outbox().lastTaken() < slowest->outbox().lastTaken())) {
+                slowest = peer;
+            }
+        }
+        if (byteCount <= unprovenByteLimit) {
+            return;
+        }
+        slowest->close();
+    }
 }
 
 void RemoteHostServer::Implementation::accept(std::unique_ptr<TcpConnection> connection)
@@ -180,7 +217,17 @@ void RemoteHostServer::Implementation::mainThreadCaughtUp()
     if (listener) {
         listener->resume();
     }
-    withEachPeer([](RemotePeer& peer) { peer.resume(); });
+    // Each time another one first, so that a few that say much leave the others their turn.
+    std::vector<std::shared_ptr<RemotePeer>> inTurn = allPeers();
+    const auto next = std::find_if(inTurn.begin(), inTurn.end(), [&](const auto& peer) { return peer->id() > lastServed; });
+    std::rotate(inTurn.begin(), next, inTurn.end());
+    for (const auto& peer : inTurn) {
+        if (events->isBehind()) {
+            return;
+        }
+        lastServed = peer->id();
+        peer->resume();
+    }
 }
 
 void RemoteHostServer::Implementation::onReady(RemotePeer& peer)
@@ -196,13 +243,16 @@ RemotePeer::Sender RemoteHostServer::Implementation::onEnvelope(RemoteEnvelope e
 {
     queue->assertCurrent();
     // Whoever has no key can still repeat what was said, by a device or by this host.
-    if (envelope.version != RemoteEnvelope::currentVersion || !recentMessages.insert(envelope.id)) {
+    const bool isReflected = isOfHost(envelope);
+    RemoteMessageMemory& memory = isReflected ? reflectedMessages : recentMessages;
+    const RemoteMessageMemory& other = isReflected ? recentMessages : reflectedMessages;
+    if (envelope.version != RemoteEnvelope::currentVersion || other.contains(envelope.id) || !memory.insert(envelope.id)) {
         return RemotePeer::Sender::mayHaveNoKey;
     }
-    const auto sender = isOfHost(envelope) ? RemotePeer::Sender::mayHaveNoKey : RemotePeer::Sender::hasKey;
+    const auto sender = isReflected ? RemotePeer::Sender::mayHaveNoKey : RemotePeer::Sender::hasKey;
     post(
-        [envelope = std::move(envelope)](RemoteHostServer& server) {
-            if (server.onMessage) {
+        [envelope = std::move(envelope), run = run](RemoteHostServer& server) {
+            if (server.onMessage && run == server.m_implementation->newestRun) {
                 server.onMessage(envelope);
             }
         },
@@ -300,14 +350,19 @@ template <class Work>
 void RemoteHostServer::Implementation::withEachPeer(const Work& work)
 {
     // A copy: whoever closes leaves the table.
+    for (const auto& peer : allPeers()) {
+        work(*peer);
+    }
+}
+
+std::vector<std::shared_ptr<RemotePeer>> RemoteHostServer::Implementation::allPeers() const
+{
     std::vector<std::shared_ptr<RemotePeer>> all;
     all.reserve(peers.size());
     for (const auto& [id, peer] : peers) {
         all.push_back(peer);
     }
-    for (const auto& peer : all) {
-        work(*peer);
-    }
+    return all;
 }
 
 RemoteHostServer::RemoteHostServer(MainThread& mainThread) : m_implementation(std::make_shared<Implementation>(mainThread, this))
@@ -332,16 +387,18 @@ RemoteHostServer::~RemoteHostServer()
 
 void RemoteHostServer::start(std::string keyData, std::uint16_t port)
 {
-    m_implementation->queue->post([self = m_implementation, keyData = std::move(keyData), port] {
+    m_implementation->queue->post([self = m_implementation, keyData = std::move(keyData), port, run = m_implementation->beginRun()] {
         self->queue->assertCurrent();
+        self->run = run;
         self->start(keyData, port);
     });
 }
 
 void RemoteHostServer::stop()
 {
-    m_implementation->queue->post([self = m_implementation] {
+    m_implementation->queue->post([self = m_implementation, run = m_implementation->beginRun()] {
         self->queue->assertCurrent();
+        self->run = run;
         self->stopOnQueue(true);
     });
 }

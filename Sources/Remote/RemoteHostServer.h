@@ -23,7 +23,8 @@ namespace tessarin
 //
 // What a device can cost is bounded: a snapshot that is not yet on the wire gives way to a newer one; a file is read as a device takes it;
 // a device that takes nothing while more than 64 MiB wait for it is closed; unfinished frames of those that have not yet sent one that
-// opens hold 64 MiB together at most, beyond that the one holding most is closed; reading waits while the main thread is far behind.
+// opens hold 64 MiB together at most, beyond that the one holding most is closed; so do the frames that wait for them, beyond that the
+// one that has taken nothing for longest is closed; reading waits while the main thread is far behind.
 class RemoteHostServer
 {
 public:
@@ -39,7 +40,8 @@ public:
     std::function<void(std::size_t)> onClientCountChange; // how many are connected, told also when it is the same
     std::function<void(const RemoteEnvelope&)> onMessage; // of the current version, each id once
 
-    // Closes what is there and listens anew under this key. Fails through onStateChange.
+    // Closes what is there and listens anew under this key. Fails through onStateChange. After this call and after `stop` no message comes
+    // from a device of before, however far on its way it was.
     void start(std::string keyData, std::uint16_t port = defaultPort);
     void stop();
     // The state that every device gets now, and each later one when it connects, also after a restart.

@@ -25,6 +25,11 @@ std::string remembered(std::string_view id)
 
 } // namespace
 
+bool RemoteMessageMemory::contains(std::string_view id) const
+{
+    return m_recentMessageIDSet.contains(remembered(id));
+}
+
 bool RemoteMessageMemory::insert(std::string_view id)
 {
     std::string entry = remembered(id);

@@ -19,6 +19,7 @@ public:
 
     // Remembers the id; false when it was remembered already, which leaves its age as it is. Ids are compared byte for byte.
     [[nodiscard]] bool insert(std::string_view id);
+    [[nodiscard]] bool contains(std::string_view id) const;
     [[nodiscard]] std::size_t count() const { return m_recentMessageIDs.size(); }
 
 private:

@@ -1,5 +1,6 @@
 #include "Remote/RemoteOutbox.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tessarin
@@ -37,13 +38,17 @@ bool RemoteOutbox::isGivenUp()
 
 RemoteFrame RemoteOutbox::begin(const std::function<RemoteFrame()>& makeSnapshot)
 {
-    RemoteFrame frame = nextMessage(makeSnapshot);
+    const bool isChunksTurn = m_wasMessage && !m_chunks.empty();
+    RemoteFrame frame = isChunksTurn ? nullptr : nextMessage(makeSnapshot);
+    m_wasMessage = frame != nullptr;
     if (!frame && !m_chunks.empty()) {
         frame = std::move(m_chunks.front());
         m_chunks.pop_front();
         m_isChunkUnderWay = true;
     }
+    m_underWay = frame;
     m_underWayBytes = frame ? frame->size() : 0;
+    m_lastTaken = Clock::now();
     return frame;
 }
 
@@ -52,11 +57,27 @@ bool RemoteOutbox::take(std::size_t byteCount)
     m_takenBytes += byteCount;
     m_waitingBytes -= byteCount;
     m_underWayBytes -= byteCount;
-    if (isUnderWay()) {
+    m_lastTaken = Clock::now();
+    if (m_underWayBytes > 0) {
         return false;
     }
+    m_underWay.reset();
     m_isChunkUnderWay = false;
     return true;
+}
+
+std::vector<RemoteFrame> RemoteOutbox::heldFrames() const
+{
+    std::vector<RemoteFrame> frames;
+    const auto add = [&frames](const RemoteFrame& frame) {
+        if (frame) {
+            frames.push_back(frame);
+        }
+    };
+    add(m_underWay);
+    std::for_each(m_messages.begin(), m_messages.end(), add);
+    std::for_each(m_chunks.begin(), m_chunks.end(), add);
+    return frames;
 }
 
 RemoteFrame RemoteOutbox::nextMessage(const std::function<RemoteFrame()>& makeSnapshot)

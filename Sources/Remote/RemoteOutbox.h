@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tessarin
 {
@@ -15,8 +17,9 @@ namespace tessarin
 // A sealed frame, which serves every device that is to get it.
 using RemoteFrame = std::shared_ptr<const std::string>;
 
-// What waits to be written to one device. Messages go in order, before chunks of files that have been read ahead. The latest snapshot
-// is no frame before its turn comes, and a newer one takes its place at the end: what a device gets is in order, and never stale.
+// What waits to be written to one device. Messages go in order, and so do chunks of files that have been read ahead; the two take turns, so
+// that neither a film nor a task at work keeps the other waiting on a slow line. The latest snapshot is no frame before its turn comes, and
+// a newer one takes its place at the end of the messages: what a device gets is in order, and never stale.
 // One thread at a time.
 class RemoteOutbox
 {
@@ -36,10 +39,15 @@ public:
     [[nodiscard]] RemoteFrame begin(const std::function<RemoteFrame()>& makeSnapshot);
     // So many bytes of the one that is under way have been written. True when that was the last of them.
     [[nodiscard]] bool take(std::size_t byteCount);
-    [[nodiscard]] bool isUnderWay() const { return m_underWayBytes > 0; }
+    [[nodiscard]] bool isUnderWay() const { return m_underWay != nullptr; }
 
     // Of what is a frame by now.
     [[nodiscard]] std::size_t waitingBytes() const { return m_waitingBytes; }
+    // All that are kept alive for this device, the one that is under way first.
+    [[nodiscard]] std::vector<RemoteFrame> heldFrames() const;
+    // When the device took something last, or was given the first it could take.
+    using Clock = std::chrono::steady_clock;
+    [[nodiscard]] Clock::time_point lastTaken() const { return m_lastTaken; }
     // That have not been written whole.
     [[nodiscard]] std::size_t waitingChunks() const { return m_chunks.size() + (m_isChunkUnderWay ? 1 : 0); }
 
@@ -51,8 +59,11 @@ private:
     std::optional<Messages::iterator> m_snapshot;
     std::deque<RemoteFrame> m_chunks;
     std::size_t m_waitingBytes = 0;
-    std::size_t m_underWayBytes = 0;
+    RemoteFrame m_underWay;
+    std::size_t m_underWayBytes = 0; // of it, not written yet
+    Clock::time_point m_lastTaken;
     bool m_isChunkUnderWay = false;
+    bool m_wasMessage = false; // begun last
     std::uint64_t m_takenBytes = 0; // ever
     std::optional<std::uint64_t> m_takenWhenBehind; // when it was beyond the first limit last
 };

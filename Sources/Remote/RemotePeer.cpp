@@ -54,6 +54,18 @@ std::size_t RemotePeer::unprovenBytes() const
     return m_unprovenBytes;
 }
 
+bool RemotePeer::hasKey() const
+{
+    m_queue->assertCurrent();
+    return m_hasKey;
+}
+
+const RemoteOutbox& RemotePeer::outbox() const
+{
+    m_queue->assertCurrent();
+    return m_outbox;
+}
+
 void RemotePeer::receiveNext()
 {
     if (m_didClose || m_isReceiving || m_hasEnded || !mayDeliver()) {

@@ -61,6 +61,9 @@ public:
     [[nodiscard]] bool isReady() const;
     // That are held of frames not yet whole, as long as nothing has shown that the other side has the key.
     [[nodiscard]] std::size_t unprovenBytes() const;
+    // The other side has sent what only who has the key can send.
+    [[nodiscard]] bool hasKey() const;
+    [[nodiscard]] const RemoteOutbox& outbox() const;
 
 private:
     // Reading, in the order of the steps.

@@ -119,7 +119,7 @@ TEST_F(RemoteOutboxTest, ASnapshotThatCanNotBeSentIsPassedOver)
     EXPECT_FALSE(outbox.isUnderWay());
 }
 
-TEST_F(RemoteOutboxTest, MessagesGoBeforeChunksThatWait)
+TEST_F(RemoteOutboxTest, MessagesAndChunksTakeTurns)
 {
     outbox.addChunk(frameOf("chunk1"));
     outbox.addChunk(frameOf("chunk2"));
@@ -130,7 +130,7 @@ TEST_F(RemoteOutboxTest, MessagesGoBeforeChunksThatWait)
     outbox.addSnapshot();
     ASSERT_TRUE(outbox.take(6));
     EXPECT_EQ(outbox.waitingChunks(), 1U);
-    EXPECT_EQ(writeAll(), "message snapshot chunk2");
+    EXPECT_EQ(writeAll(), "message chunk2 snapshot");
     EXPECT_EQ(outbox.waitingChunks(), 0U);
 }
 
