@@ -187,9 +187,6 @@ void AppModel::broadcastRemoteSnapshotSoon()
 
 void AppModel::handleRemote(const RemoteEnvelope& message)
 {
-    if (!m_remoteEnabled || m_isRemoteSecretDue) {
-        return; // it was on its way when the host was turned off, or when its key was given up
-    }
     namespace Type = RemoteMessageType;
     if (message.type == Type::hello || message.type == Type::refresh) {
         broadcastRemoteSnapshot();
