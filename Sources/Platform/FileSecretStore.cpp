@@ -42,13 +42,12 @@ std::optional<std::string> FileSecretStore::load(const std::string& service, con
     return bytes ? std::optional(std::move(bytes).value()) : std::nullopt;
 }
 
-// A secret that can't be written lives as long as its owner does: nobody waits here to be told.
-void FileSecretStore::save(const std::string& service, const std::string& account, const std::string& secret)
+bool FileSecretStore::save(const std::string& service, const std::string& account, const std::string& secret)
 {
     if (!createDirectories(m_folder, folderMode) || !isPrivate(m_folder, S_IFDIR, folderMode)) {
-        return;
+        return false;
     }
-    static_cast<void>(writeFileAtomically(path(service, account), ByteRope(secret), fileMode));
+    return writeFileAtomically(path(service, account), ByteRope(secret), fileMode).isSuccess();
 }
 
 void FileSecretStore::remove(const std::string& service, const std::string& account)

@@ -14,8 +14,8 @@ public:
     explicit FileSecretStore(std::string folder);
 
     [[nodiscard]] std::optional<std::string> load(const std::string& service, const std::string& account) override;
-    void save(const std::string& service, const std::string& account, const std::string& secret) override;
-    void remove(const std::string& service, const std::string& account);
+    bool save(const std::string& service, const std::string& account, const std::string& secret) override;
+    void remove(const std::string& service, const std::string& account) override;
 
 private:
     [[nodiscard]] std::string path(const std::string& service, const std::string& account) const;

@@ -35,12 +35,17 @@ struct Release {
 template <class T>
 using Owned = std::unique_ptr<T, Release>;
 
-// Cancels what runs under it when the time is up, or soon after the program has begun to wait for its end. The library's blocking calls
+// What is left for a call when the program has begun to wait for its end.
+constexpr std::chrono::milliseconds readingAtEnd(0);
+constexpr std::chrono::milliseconds writingAtEnd(3000);
+
+// Cancels what runs under it when the time is up, or so long after the program has begun to wait for its end. The library's blocking calls
 // can't be ended from their own thread.
 class Deadline
 {
 public:
-    explicit Deadline(std::chrono::milliseconds limit) : m_cancellable(g_cancellable_new()), m_watch([this, limit] { cancelAfter(limit); })
+    Deadline(std::chrono::milliseconds limit, std::chrono::milliseconds leftAtEnd)
+        : m_cancellable(g_cancellable_new()), m_watch([this, limit, leftAtEnd] { cancelAfter(limit, leftAtEnd); })
     {
     }
     ~Deadline()
@@ -58,13 +63,18 @@ public:
     [[nodiscard]] GCancellable* cancellable() const { return m_cancellable.get(); }
 
 private:
-    void cancelAfter(std::chrono::milliseconds limit)
+    void cancelAfter(std::chrono::milliseconds limit, std::chrono::milliseconds leftAtEnd)
     {
+        using Clock = std::chrono::steady_clock;
         constexpr std::chrono::milliseconds glance(500);
-        const auto end = std::chrono::steady_clock::now() + limit;
+        auto end = Clock::now() + limit;
+        bool isEnding = false;
         std::unique_lock lock(m_mutex);
-        while (!m_changed.wait_until(lock, std::min(end, std::chrono::steady_clock::now() + glance), [this] { return m_isDone; })) {
-            if (std::chrono::steady_clock::now() >= end || isBackgroundWorkEnding()) {
+        while (!m_changed.wait_until(lock, std::min(end, Clock::now() + glance), [this] { return m_isDone; })) {
+            if (!std::exchange(isEnding, isBackgroundWorkEnding()) && isEnding) {
+                end = std::min(end, Clock::now() + leftAtEnd);
+            }
+            if (Clock::now() >= end) {
                 lock.unlock();
                 return g_cancellable_cancel(m_cancellable.get());
             }
@@ -221,6 +231,13 @@ public:
         return !secret_item_get_locked(item) && secret_item_set_secret_sync(item, value.get(), m_cancellable, nullptr);
     }
 
+    void remove(SecretItem* item) const
+    {
+        if (!secret_item_get_locked(item)) {
+            secret_item_delete_sync(item, m_cancellable, nullptr);
+        }
+    }
+
     [[nodiscard]] bool create(const std::string& secret) const
     {
         const Owned<SecretCollection> collection(
@@ -255,7 +272,7 @@ SecretServiceStore::SecretServiceStore(FileSecretStore files, std::chrono::milli
 
 std::optional<std::string> SecretServiceStore::load(const std::string& service, const std::string& account)
 {
-    const Deadline deadline(m_timeLimit);
+    const Deadline deadline(m_timeLimit, readingAtEnd);
     const auto opened = openService(deadline.cancellable());
     if (!opened) {
         return opened.error() == Unreachable::noService ? m_files.load(service, account) : std::nullopt;
@@ -278,20 +295,17 @@ std::optional<std::string> SecretServiceStore::load(const std::string& service, 
     return kept;
 }
 
-void SecretServiceStore::save(const std::string& service, const std::string& account, const std::string& secret)
+bool SecretServiceStore::save(const std::string& service, const std::string& account, const std::string& secret)
 {
-    const Deadline deadline(m_timeLimit);
+    const Deadline deadline(m_timeLimit, writingAtEnd);
     const auto opened = openService(deadline.cancellable());
     if (!opened) {
-        if (opened.error() == Unreachable::noService) {
-            m_files.save(service, account, secret);
-        }
-        return;
+        return opened.error() == Unreachable::noService && m_files.save(service, account, secret);
     }
     const ServiceItem item(opened.value().service.get(), deadline.cancellable(), service, account);
     const auto found = item.find();
     if (!found) {
-        return;
+        return false;
     }
     // All of them, so that no older one is found later.
     bool isStored = found->empty() && item.create(secret);
@@ -300,6 +314,22 @@ void SecretServiceStore::save(const std::string& service, const std::string& acc
     }
     if (isStored) {
         m_files.remove(service, account);
+    }
+    return isStored;
+}
+
+void SecretServiceStore::remove(const std::string& service, const std::string& account)
+{
+    m_files.remove(service, account);
+    const Deadline deadline(m_timeLimit, writingAtEnd);
+    const auto opened = openService(deadline.cancellable());
+    if (!opened) {
+        return;
+    }
+    const ServiceItem item(opened.value().service.get(), deadline.cancellable(), service, account);
+    const auto found = item.find();
+    for (std::size_t index = 0; found && index < found->size(); ++index) {
+        item.remove((*found)[index].get());
     }
 }
 

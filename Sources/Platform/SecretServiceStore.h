@@ -15,11 +15,13 @@ namespace tessarin
 class SecretServiceStore : public SecretStore
 {
 public:
-    // No call waits longer for the service than the limit, nor much longer for it while background work is being ended.
+    // No call waits longer for the service than the limit. While background work is being ended, `load` gives up at once, and the others
+    // soon: what is stored counts when the program starts again.
     SecretServiceStore(FileSecretStore files, std::chrono::milliseconds timeLimit);
 
     [[nodiscard]] std::optional<std::string> load(const std::string& service, const std::string& account) override;
-    void save(const std::string& service, const std::string& account, const std::string& secret) override;
+    bool save(const std::string& service, const std::string& account, const std::string& secret) override;
+    void remove(const std::string& service, const std::string& account) override;
 
 private:
     FileSecretStore m_files;

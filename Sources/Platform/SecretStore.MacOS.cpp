@@ -96,18 +96,24 @@ public:
         return std::string(reinterpret_cast<const char*>(CFDataGetBytePtr(data)), static_cast<std::size_t>(CFDataGetLength(data)));
     }
 
-    // A secret that can't be stored lives as long as its owner does: nobody waits here to be told.
-    void save(const std::string& service, const std::string& account, const std::string& secret) override
+    bool save(const std::string& service, const std::string& account, const std::string& secret) override
     {
         const auto query = makeQuery(service, account);
         const auto value = makeData(secret);
         const auto change = makeDictionary();
         CFDictionarySetValue(change.get(), kSecValueData, value.get());
-        if (SecItemUpdate(query.get(), change.get()) == errSecItemNotFound) {
+        OSStatus status = SecItemUpdate(query.get(), change.get());
+        if (status == errSecItemNotFound) {
             CFDictionarySetValue(query.get(), kSecValueData, value.get());
             CFDictionarySetValue(query.get(), kSecAttrAccessible, kSecAttrAccessibleAfterFirstUnlockThisDeviceOnly);
-            static_cast<void>(SecItemAdd(query.get(), nullptr));
+            status = SecItemAdd(query.get(), nullptr);
         }
+        return status == errSecSuccess;
+    }
+
+    void remove(const std::string& service, const std::string& account) override
+    {
+        static_cast<void>(SecItemDelete(makeQuery(service, account).get()));
     }
 };
 

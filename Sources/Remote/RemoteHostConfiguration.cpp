@@ -1,5 +1,6 @@
 #include "Remote/RemoteHostConfiguration.h"
 
+#include "Platform/BackgroundWork.h"
 #include "Platform/PercentEncoding.h"
 #include "Platform/Text.h"
 #include "Remote/RemoteCrypto.h"
@@ -19,15 +20,16 @@ bool isKey(const std::optional<std::string>& bytes)
     return bytes && bytes->size() == RemoteCrypto::keyByteCount;
 }
 
-std::optional<Secret> makeSecret(SecretStore& secrets, bool replacesPreference)
+std::optional<Secret> makeSecret(bool replacesPreference)
 {
     auto key = RemoteCrypto::makeKey();
-    if (!key) {
-        return std::nullopt;
-    }
-    Secret secret{ std::move(key).value(), replacesPreference };
-    secrets.save(secretService, secretAccount, secret.bytes);
-    return secret;
+    return key ? std::optional(Secret{ std::move(key).value(), replacesPreference }) : std::nullopt;
+}
+
+// A key that can't be stored lives as long as the program runs.
+bool save(const Secret& secret, SecretStore& secrets)
+{
+    return secrets.save(secretService, secretAccount, secret.bytes);
 }
 
 bool isLoopback(const InterfaceAddress& address)
@@ -55,18 +57,31 @@ std::optional<Secret> loadOrCreateSecret(SecretStore& secrets, const Preferences
     if (auto stored = secrets.load(secretService, secretAccount); isKey(stored)) {
         return Secret{ std::move(*stored) };
     }
+    // The store may only have been given up because the program ends: a new key would replace the one that is there.
+    if (isBackgroundWorkEnding()) {
+        return std::nullopt;
+    }
     // One that can't be read is passed over like one that is not there: it stays where it is.
     if (auto read = preference(); read && isKey(read.value())) {
         Secret secret{ *read.value(), true };
-        secrets.save(secretService, secretAccount, secret.bytes);
+        save(secret, secrets);
         return secret;
     }
-    return makeSecret(secrets, false);
+    auto made = makeSecret(false);
+    if (made) {
+        save(*made, secrets);
+    }
+    return made;
 }
 
 std::optional<Secret> rotateSecret(SecretStore& secrets)
 {
-    return makeSecret(secrets, true);
+    auto made = makeSecret(true);
+    // The key of before must not come back in place of one that can't be stored.
+    if (made && !save(*made, secrets)) {
+        secrets.remove(secretService, secretAccount);
+    }
+    return made;
 }
 
 std::string suggestedAddress(const std::vector<InterfaceAddress>& addresses)

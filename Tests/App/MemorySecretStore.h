@@ -21,11 +21,17 @@ public:
         onLoad();
         return find(service, account);
     }
-    void save(const std::string& service, const std::string& account, const std::string& secret) override
+    bool save(const std::string& service, const std::string& account, const std::string& secret) override
     {
         onSave();
         const std::lock_guard lock(m_mutex);
         m_secrets[{ service, account }] = secret;
+        return true;
+    }
+    void remove(const std::string& service, const std::string& account) override
+    {
+        const std::lock_guard lock(m_mutex);
+        m_secrets.erase({ service, account });
     }
 
     // What is stored at this moment.

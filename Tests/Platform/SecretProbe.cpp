@@ -1,6 +1,7 @@
 // A program that uses the system's secrets, one command after another from its input, each answered by a line:
 //   load          the secret in hexadecimal digits, or "absent"
-//   save DIGITS   "saved"
+//   save DIGITS   "saved" or "not saved"
+//   remove        "removed"
 //   leave         loads in the background and ends that: "left"
 // Its arguments: the folder for the files, and how many milliseconds a call may wait for the service.
 
@@ -53,8 +54,10 @@ int main(int count, char** values)
         if (command == "save") {
             std::string digits;
             std::cin >> digits;
-            store.save(service, account, bytesOf(digits));
-            std::cout << "saved" << std::endl;
+            std::cout << (store.save(service, account, bytesOf(digits)) ? "saved" : "not saved") << std::endl;
+        } else if (command == "remove") {
+            store.remove(service, account);
+            std::cout << "removed" << std::endl;
         } else if (command == "leave") {
             tessarin::runInBackground([&store] { static_cast<void>(store.load(service, account)); });
             tessarin::endBackgroundWork();

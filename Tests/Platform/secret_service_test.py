@@ -36,13 +36,14 @@ _PROMPT = '''<node><interface name="org.freedesktop.Secret.Prompt"><method name=
 class Probe:
     """A program that loads and saves, with `folder` for the files. Without a bus it has no session at all."""
 
-    def __init__(self, folder, address=None, limit=20000, runtime=None):
+    def __init__(self, folder, address=None, limit=20000, may_leak=False):
         env = {'PATH': os.environ['PATH'], 'HOME': folder}
         env.update({key: os.environ[key] for key in os.environ if key.endswith('SAN_OPTIONS')})
         if address is not None:
             env['DBUS_SESSION_BUS_ADDRESS'] = address
-        if runtime is not None:
-            env['XDG_RUNTIME_DIR'] = runtime
+        if may_leak:
+            for tool in ('ASAN_OPTIONS', 'LSAN_OPTIONS'):
+                env[tool] = ':'.join([env.get(tool, ''), 'detect_leaks=0'])
         self.folder = os.path.join(folder, 'secrets')
         self.process = subprocess.Popen([PROBE, self.folder, str(limit)], env=env, text=True, stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE)
@@ -60,8 +61,13 @@ class Probe:
         return None if text == 'absent' else bytes.fromhex(text)
 
     def save(self, secret):
+        """Whether it was stored."""
         self.begin('save ' + secret.hex())
-        assert self.answer() == 'saved'
+        return self.answer() == 'saved'
+
+    def remove(self):
+        self.begin('remove')
+        assert self.answer() == 'removed'
 
     def end(self):
         """Its exit status and what it complained about."""
@@ -121,7 +127,7 @@ class WithAKeyring(Case):
 
     def test_WhatIsSavedIsFoundByServiceAndAccountInEveryProgram(self):
         self.assertIsNone(self.store.load())
-        self.store.save(SECRET)
+        self.assertTrue(self.store.save(SECRET))
         self.assertEqual(SECRET, self.keyring.stored())
         self.assertEqual(SECRET, self.probe(self.private.address).load())
         (item,), _ = self.keyring.items()
@@ -156,7 +162,8 @@ class WithAKeyring(Case):
         self.keyring.lock()
         self.assertTrue(self.keyring.is_locked)
         self.assertIsNone(self.store.load())
-        self.store.save(OTHER)
+        self.assertFalse(self.store.save(OTHER))
+        self.store.remove()
         self.assertEqual((0, 1), tuple(len(paths) for paths in self.keyring.items()))
         self.assertFalse(os.path.exists(self.store.folder))
         self.assertTrue(self.keyring.is_locked)
@@ -196,6 +203,21 @@ class WithAKeyring(Case):
         self.assertIsNone(self.store.load())
         self.assertTrue(os.path.exists(self.store.file))
 
+    def test_RemovingTakesTheFileAlsoWhileTheKeyringIsLocked(self):
+        write(self.store.file, SECRET, 0o600)
+        self.keyring.lock()
+        self.assertFalse(self.store.save(OTHER))
+        self.assertTrue(os.path.exists(self.store.file))
+        self.store.remove()
+        self.assertFalse(os.path.exists(self.store.file))
+        self.assertFalse(self.private.was_asked)
+
+    def test_WhatIsRemovedIsFoundNoMore(self):
+        self.store.save(SECRET)
+        self.store.remove()
+        self.assertIsNone(self.store.load())
+        self.assertEqual(([], []), tuple(list(paths) for paths in self.keyring.items()))
+
     def test_ASecretInTheKeyringWinsOverAFileAndSavingRemovesTheFile(self):
         self.store.save(SECRET)
         write(self.store.file, OTHER, 0o600)
@@ -212,7 +234,7 @@ class WithAKeyring(Case):
 class WithoutAService(Case):
     def _keeps_a_file(self, store):
         self.assertIsNone(store.load())
-        store.save(SECRET)
+        self.assertTrue(store.save(SECRET))
         self.assertEqual(SECRET, store.load())
         with open(store.file, 'rb') as file:
             self.assertEqual(SECRET, file.read())
@@ -237,9 +259,9 @@ class WithABadService(Case):
     def test_AServiceThatNeverAnswersIsGivenUpWhenTheTimeIsUp(self):
         bus = self.bus()
         service = self.fake(bus, lambda *_: None)
-        store = self.probe(bus.address, limit=300)
+        store = self.probe(bus.address, limit=3000)
         self.assertIsNone(store.load())
-        store.save(SECRET)
+        self.assertFalse(store.save(SECRET))
         self.assertFalse(os.path.exists(store.folder))
         self.assertIn('OpenSession', service.calls)
 
@@ -264,7 +286,8 @@ class WithABadService(Case):
         bus = self.bus()
         objects = {'/org/freedesktop/secrets': _SERVICE, '/c': _COLLECTION, '/p': _PROMPT}
         service = self.fake(bus, self._answer_with_a_prompt, objects)
-        store = self.probe(bus.address)
+        # The library forgets eight bytes for each service that does not encrypt.
+        store = self.probe(bus.address, may_leak=True)
         store.save(SECRET)
         self.assertIsNone(store.load())
         self.assertIn('CreateItem', service.calls)

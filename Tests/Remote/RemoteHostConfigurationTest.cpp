@@ -1,11 +1,13 @@
 #include "Remote/RemoteHostConfiguration.h"
 
 #include "../App/MemorySecretStore.h"
+#include "Platform/BackgroundWork.h"
 #include "Remote/RemoteCrypto.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 
 namespace tessarin
 {
@@ -24,7 +26,9 @@ class LockedSecretStore final : public SecretStore
 {
 public:
     [[nodiscard]] std::optional<std::string> load(const std::string&, const std::string&) override { return std::nullopt; }
-    void save(const std::string&, const std::string&, const std::string&) override { }
+    bool save(const std::string&, const std::string&, const std::string&) override { return false; }
+    void remove(const std::string&, const std::string&) override { ++removeCount; }
+    int removeCount = 0;
 };
 
 Preferences::BytesReader holding(const std::string& bytes)
@@ -144,6 +148,38 @@ TEST(RemoteSecretTest, AStoreThatTakesNothingLeavesTheKeyOfThisRun)
     const auto second = loadOrCreateSecret(secrets, nothing);
     ASSERT_TRUE(first && second);
     EXPECT_NE(first->bytes, second->bytes);
+}
+
+TEST(RemoteSecretTest, AKeyThatIsReplacedDoesNotStayBehindInAStoreThatTakesNoOther)
+{
+    LockedSecretStore secrets;
+    static_cast<void>(loadOrCreateSecret(secrets, nothing));
+    EXPECT_EQ(secrets.removeCount, 0);
+    EXPECT_TRUE(rotateSecret(secrets).has_value());
+    EXPECT_EQ(secrets.removeCount, 1);
+    MemorySecretStore others;
+    EXPECT_TRUE(rotateSecret(others).has_value());
+    EXPECT_TRUE(others.find(secretService, secretAccount).has_value());
+}
+
+TEST(RemoteSecretTest, AStoreThatIsGivenUpAtTheEndOfTheProgramGetsNoNewKey)
+{
+    MemorySecretStore secrets;
+    secrets.save(secretService, secretAccount, oldKey);
+    std::optional<Secret> loaded;
+    bool isMade = false;
+    // Found to be absent only because the program ends, as where the service has not answered yet.
+    secrets.onLoad = [&] {
+        while (!isBackgroundWorkEnding()) {
+            std::this_thread::yield();
+        }
+        secrets.remove(secretService, secretAccount);
+    };
+    secrets.onSave = [&] { isMade = true; };
+    runInBackground([&] { loaded = loadOrCreateSecret(secrets, nothing); });
+    endBackgroundWork();
+    EXPECT_FALSE(loaded.has_value());
+    EXPECT_FALSE(isMade);
 }
 
 struct AddressRow {
