@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -34,6 +35,11 @@ namespace tessarin
 
 namespace
 {
+
+std::string textOf(std::size_t size)
+{
+    return std::string(size, 'x');
+}
 
 // Listens on a free port and keeps what it accepts. All of it is used on the queue, and the test waits for what it tells.
 class TcpTest : public testing::Test
@@ -218,11 +224,8 @@ TEST_F(TcpTest, AsManyMayWaitToBeAcceptedAsTheSystemLets)
 TEST_F(TcpTest, WithoutDescriptorsAcceptingWaitsAndGoesOn)
 {
     ASSERT_EQ(listen(), "");
-    std::vector<TcpClient> waiting;
     onQueue([&] { listener->pause(); });
-    for (int number = 0; number < 5; ++number) {
-        waiting.emplace_back(port);
-    }
+    const std::array<TcpClient, 5> waiting{ TcpClient(port), TcpClient(port), TcpClient(port), TcpClient(port), TcpClient(port) };
     // There is room for two more.
     const int first = dup(0);
     const int second = dup(0);
@@ -239,7 +242,7 @@ TEST_F(TcpTest, WithoutDescriptorsAcceptingWaitsAndGoesOn)
     setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_TRUE(areTwoAccepted);
     EXPECT_TRUE(isNoMoreAccepted);
-    for (int number = 2; number < 5; ++number) {
+    for (std::size_t number = 2; number < waiting.size(); ++number) {
         ASSERT_TRUE(waitFor("accepted")) << number;
     }
 }
@@ -281,7 +284,7 @@ TEST_F(TcpTest, WhatIsSentArrivesAndIsCounted)
 {
     ASSERT_EQ(listen(), "");
     const TcpClient client = connect();
-    const std::string large(30'000'000, 'x');
+    const std::string large = textOf(30'000'000);
     onQueue([&] { send(large); });
     EXPECT_TRUE(client.receive(large.size()) == large);
     EXPECT_TRUE(waitFor("taken"));
@@ -308,7 +311,7 @@ TEST_F(TcpTest, TheSystemTakesLittleForOneThatDoesNotRead)
     ASSERT_EQ(listen(), "");
     const TcpClient client(port, "127.0.0.1", 16 * 1024);
     ASSERT_TRUE(waitFor("accepted"));
-    onQueue([&] { send(std::string(50'000'000, 'x')); });
+    onQueue([&] { send(textOf(50'000'000)); });
     std::size_t before = 1;
     for (std::size_t now = 0; now != before;) {
         before = now;
@@ -327,7 +330,7 @@ TEST_F(TcpTest, AnEndTellsTheSenderAndWhatCameBeforeIsReceived)
         onQueue([&] {
             received.clear();
             takenBytes = 0;
-            send(std::string(20'000'000, 'x'));
+            send(textOf(20'000'000));
         });
         ASSERT_TRUE(client.receive(10));
         ASSERT_TRUE(client.send(farewell));
@@ -345,7 +348,7 @@ TEST_F(TcpTest, AfterClosingNothingIsCalled)
     const TcpClient client = connect();
     onQueue([&] {
         readAll();
-        send(std::string(10'000'000, 'x'));
+        send(textOf(10'000'000));
         accepted.back()->close();
         accepted.back()->close();
         accepted.back()->receive(1, [this](const auto&) { tell("read"); });

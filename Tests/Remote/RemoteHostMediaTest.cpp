@@ -28,7 +28,7 @@ protected:
 
     RemoteMedia writeMedia(const std::string& name, const std::string& bytes)
     {
-        const RemoteMedia media{ "ID-" + name, "video", folder / name, name };
+        RemoteMedia media{ "ID-" + name, "video", folder / name, name };
         writeWholeFile(media.path, bytes);
         return media;
     }
@@ -36,7 +36,7 @@ protected:
     // A file that is all zero, and takes no room.
     RemoteMedia writeSparseMedia(const std::string& name, off_t size)
     {
-        const RemoteMedia media = writeMedia(name, "");
+        RemoteMedia media = writeMedia(name, "");
         EXPECT_EQ(truncate(media.path.c_str(), size), 0);
         return media;
     }

@@ -22,6 +22,11 @@ constexpr std::size_t keptBySanitizer = 4096 * mebibyte;
 constexpr std::size_t keptBySanitizer = 0;
 #endif
 
+std::string textOf(std::size_t size)
+{
+    return std::string(size, 'x');
+}
+
 class RemoteHostStressTest : public RemoteServerFixture
 {
 protected:
@@ -44,7 +49,7 @@ protected:
 
     RemoteMedia sparseMedia(off_t size)
     {
-        const RemoteMedia media{ "ID", "video", folder / "large.mp4", "large.mp4" };
+        RemoteMedia media{ "ID", "video", folder / "large.mp4", "large.mp4" };
         writeWholeFile(media.path, "");
         EXPECT_EQ(truncate(media.path.c_str(), size), 0);
         return media;
@@ -138,7 +143,7 @@ TEST_F(RemoteHostStressTest, WhoHasShownTheKeyIsNoStranger)
 {
     const RemoteDevice device = connectDevice();
     ASSERT_TRUE(delivers(device));
-    RemoteEnvelope large = messageOf("prompt", std::string(16'000'000, 'x'));
+    RemoteEnvelope large = messageOf("prompt", textOf(16'000'000));
     const std::string frame = sealedMessage(large, key);
     ASSERT_TRUE(device.client.send(std::string_view(frame).substr(0, frame.size() - 1)));
     std::vector<TcpClient> strangers;
