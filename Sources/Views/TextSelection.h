@@ -15,7 +15,8 @@ class OutputPages;
 // pointer is drawn beyond the text in which it was pressed, the area selects the end of that text, all of those between, and the begin of
 // the one that the pointer is in. The keys that copy and that select all then act upon the whole message. A selection lasts until the
 // person presses elsewhere in a message or goes on with another control.
-class TextSelection : public BlockStack
+// Qt 6.4 looks for the base by its name as it is written here: without the namespace `qmllint` takes this for no item.
+class TextSelection : public tessarin::BlockStack
 {
     Q_OBJECT
     QML_ELEMENT
