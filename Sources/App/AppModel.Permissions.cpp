@@ -52,6 +52,7 @@ void AppModel::receivePermission(PermissionOwner owner, const std::weak_ptr<Agen
     m_permissionOwner = owner;
     m_permissionAsker = asker;
     m_permissionRequest = std::move(request);
+    m_isPermissionTold = false;
     changed(ModelChange::Kind::permissionRequest);
 }
 

@@ -65,19 +65,22 @@ void AppModel::rotateRemoteSecret()
     askForRemoteSecret([&secrets] { return RemoteHostConfiguration::rotateSecret(secrets); });
 }
 
-// One at a time: two at once might leave one key in the store and another one here.
+// One at a time: two at once might leave one key in the store and another one here. The computer's name, which stands in files too, is read
+// on the way.
 void AppModel::askForRemoteSecret(std::function<RemoteSecret()> source)
 {
     m_isRemoteSecretDue = true;
-    runInBackground([weak = weak_from_this(), &mainThread = m_surroundings.mainThread, source = std::move(source)] {
-        deliverRemoteSecret(weak, mainThread, source());
-    });
+    runInBackground(
+        [weak = weak_from_this(), &mainThread = m_surroundings.mainThread, source = std::move(source),
+            computerName = m_surroundings.remote.computerName] { deliverRemoteSecret(weak, mainThread, source(), computerName()); });
 }
 
-void AppModel::deliverRemoteSecret(const std::weak_ptr<AppModel>& weak, MainThread& mainThread, RemoteSecret secret)
+void AppModel::deliverRemoteSecret(
+    const std::weak_ptr<AppModel>& weak, MainThread& mainThread, RemoteSecret secret, std::optional<std::string> computerName)
 {
-    mainThread.post([weak, secret = std::move(secret)] {
+    mainThread.post([weak, secret = std::move(secret), computerName = std::move(computerName)] {
         if (const auto model = weak.lock()) {
+            model->m_computerName = computerName;
             model->takeRemoteSecret(secret);
         }
     });
@@ -111,6 +114,7 @@ void AppModel::setRemoteEnabled(bool isEnabled)
     m_surroundings.preferences.setBoolean(RemoteHostConfiguration::enabledKey, isEnabled);
     if (!isEnabled) {
         m_remoteHost.stop();
+        m_remoteSnapshots.forget();
     } else if (m_isRemoteSecretDue) {
         // Nobody gets in by a key that is being replaced.
         publish(m_remoteHostState, RemoteHostState::starting(), ModelChange::Kind::remote);
@@ -134,9 +138,8 @@ std::optional<std::string> AppModel::remotePairingURL() const
     if (!m_remoteSecret) {
         return std::nullopt;
     }
-    const RemoteContext& remote = m_surroundings.remote;
     return RemoteHostConfiguration::pairingURL(
-        m_remoteAdvertisedHost, remote.port, *m_remoteSecret, remote.computerName().value_or("My Mac"));
+        m_remoteAdvertisedHost, m_surroundings.remote.port, *m_remoteSecret, m_computerName.value_or("My Mac"));
 }
 
 void AppModel::copyPairingLink()
@@ -164,8 +167,8 @@ void AppModel::broadcastRemoteSnapshot()
     if (!m_remoteEnabled) {
         return;
     }
-    const auto name = m_surroundings.remote.computerName();
-    m_remoteHost.update(m_remoteSnapshots.build(*this, name.value_or("localhost"), m_surroundings.now()));
+    m_remoteHost.update(m_remoteSnapshots.build(*this, m_computerName.value_or("localhost"), m_surroundings.now()));
+    m_isPermissionTold = m_permissionRequest.has_value();
 }
 
 void AppModel::broadcastRemoteSnapshotSoon()
@@ -243,8 +246,13 @@ void AppModel::cancelFromRemote(const RemoteEnvelope& message)
     }
 }
 
+// The next question may have the number of the one before, of another agent or a restarted one: what comes before devices have been told of
+// it answers an older one.
 void AppModel::respondFromRemote(const RemoteEnvelope& message)
 {
+    if (!m_isPermissionTold) {
+        return;
+    }
     if (auto option = RemoteCommandRules::chosenOption(message, m_permissionRequest)) {
         respondToPermission(std::move(*option));
     }

@@ -274,7 +274,8 @@ private:
     void loadRemoteSecret();
     void rotateRemoteSecret();
     void askForRemoteSecret(std::function<RemoteSecret()> source);
-    static void deliverRemoteSecret(const std::weak_ptr<AppModel>& weak, MainThread& mainThread, RemoteSecret secret);
+    static void deliverRemoteSecret(
+        const std::weak_ptr<AppModel>& weak, MainThread& mainThread, RemoteSecret secret, std::optional<std::string> computerName);
     void takeRemoteSecret(const RemoteSecret& secret);
     void startRemoteHost();
     void broadcastRemoteSnapshot();
@@ -356,6 +357,8 @@ private:
     std::optional<MainThread::DelayID> m_remoteSnapshotDelay; // of the snapshot that is due
     bool m_isRemoteSecretDue = false; // it is being loaded or made
     bool m_isRemoteRotationDue = false; // asked for meanwhile
+    bool m_isPermissionTold = false; // the devices have been told of the pending request
+    std::optional<std::string> m_computerName; // known when the key is
     std::vector<Subscription> m_remoteObservers;
     std::shared_ptr<AgentClient> m_client; // at most one
     std::shared_ptr<ACPClient> m_imagineClient; // at most one

@@ -13,7 +13,7 @@
 namespace tessarin
 {
 
-// What the remote host needs of the machine. The secret store outlives the model, and is called on background threads.
+// What the remote host needs of the machine. The secret store outlives the model; it and `computerName` are called on background threads.
 struct RemoteContext {
     SecretStore& secrets;
     std::uint16_t port = RemoteHostServer::defaultPort;

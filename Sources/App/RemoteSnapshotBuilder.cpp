@@ -218,6 +218,11 @@ void RemoteSnapshotBuilder::note(const ModelChange& change, const AppModel& mode
     }
 }
 
+void RemoteSnapshotBuilder::forget()
+{
+    m_implementation = std::make_unique<Implementation>();
+}
+
 RemoteSnapshot RemoteSnapshotBuilder::build(const AppModel& model, std::string hostName, Instant now)
 {
     RemoteSnapshot result = m_implementation->snapshot(model, std::move(hostName), now);

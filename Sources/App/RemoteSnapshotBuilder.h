@@ -23,6 +23,8 @@ public:
 
     // Requires: called for each change since the last snapshot, when it is told, so that `model` has the same task selected.
     void note(const ModelChange& change, const AppModel& model);
+    // Gives back what is kept: the next snapshot is built from nothing.
+    void forget();
     [[nodiscard]] RemoteSnapshot build(const AppModel& model, std::string hostName, Instant now);
 
 private:

@@ -79,7 +79,7 @@ RuntimeContext AppModelTest::context()
 
 RemoteContext AppModelTest::remoteContext()
 {
-    return { secrets, remotePort, [this] { return suggestedAddress; }, [this] { return computerName; } };
+    return { secrets, remotePort, [this] { return suggestedAddress; }, [name = computerName] { return name; } };
 }
 
 void AppModelTest::openModel()

@@ -25,6 +25,8 @@ TEST_F(AppModelRemotePairingTest, TheLinkHoldsAddressPortKeyAndName)
         "tessarin://pair?host=192.168.1.20&port=" + std::to_string(remotePort) + "&key=" + RemoteCrypto::base64URL(key())
             + "&name=Ada's%20machine%20%26%20more");
     computerName.reset();
+    openModel();
+    waitForKey();
     EXPECT_THAT(*model->remotePairingURL(), ::testing::EndsWith("&name=My%20Mac"));
 }
 

@@ -20,6 +20,7 @@ protected:
         openRemote();
         model->send("Hi");
         waitUntil([&] { return model->permissionRequest().has_value(); }, "the request");
+        EXPECT_TRUE(snapshotAfter().permission.has_value());
     }
     [[nodiscard]] RemoteEnvelope response(const std::string& optionID) const
     {
@@ -60,6 +61,23 @@ TEST_F(AppModelRemotePermissionTest, AOneTimeAllowGoesToTheAgent)
     EXPECT_THAT(answers(), ElementsAre(selected("allow_once")));
 }
 
+// Agents number their questions from the start, each for itself.
+TEST_F(AppModelRemotePermissionTest, AnAnswerFromBeforeTheDevicesWereToldOfTheQuestionAnswersAnOlderOne)
+{
+    runtime.script(
+        "grok", hangingTurn().send(permissionQuestion(7, { "allow_once" })).expectResponse(7).replyTo("session/prompt", endTurn));
+    openRemote();
+    model->send("Hi");
+    waitUntil([&] { return model->permissionRequest().has_value(); }, "the request");
+    const auto request = model->permissionRequest();
+    device->send(response("allow_once"));
+    EXPECT_TRUE(snapshotAfter().permission.has_value()); // the answer has come before
+    expectUntouched(request);
+    device->send(response("allow_once"));
+    waitFor(State::ready);
+    EXPECT_THAT(answers(), ElementsAre(selected("allow_once")));
+}
+
 TEST_F(AppModelRemotePermissionTest, ARefusalForGoodGoesToTheAgent)
 {
     openAsking({ "allow_once", "reject_always" });
@@ -76,6 +94,7 @@ TEST_F(AppModelRemotePermissionTest, AnAnswerGoesToImagineWhenItAsks)
     openRemote();
     model->generateImagine("a cat", ImagineKind::image);
     waitUntil([&] { return model->permissionRequest().has_value(); }, "the request");
+    EXPECT_TRUE(snapshotAfter().permission.has_value());
     device->send(response("reject_once"));
     waitForImagine(State::ready);
     EXPECT_THAT(answers(), ElementsAre(selected("reject_once")));

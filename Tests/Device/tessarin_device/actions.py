@@ -186,7 +186,7 @@ def generate(computer, options):
             say(f'.. {safe_line(told, 100)}')
         computer.step()
     for item in made():
-        say(f'Made: {item["id"] if len(item["id"]) == 36 else safe_line(item["id"])}  {safe_line(item["fileName"])}')
+        say(f'Made: {safe_line(item["id"])}  {safe_line(item["fileName"])}')
     if not made():
         raise DeviceError(f'Nothing was made: {safe_line(computer.state["imagineLabel"], 200)}')
 

@@ -14,8 +14,8 @@ def permission_lines(permission):
     lines = [f'?? {safe_line(permission["title"], 200)}', *('   ' + line for line in safe(permission['detail']).splitlines()[:40])]
     once = [option for option in permission['options'] if option['kind'] == 'allow_once']
     if once:
-        lines.append('   Allow it once: tessarin-device approve')
-    lines.append('   Refuse it:     tessarin-device reject' if len(once) < len(permission['options'])
+        lines.append(f'   Allow it once: tessarin-device approve --request {permission["requestID"]}')
+    lines.append(f'   Refuse it:     tessarin-device reject --request {permission["requestID"]}' if len(once) < len(permission['options'])
                  else '   It can be refused on the computer only.')
     return lines
 
