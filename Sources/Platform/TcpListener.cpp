@@ -10,6 +10,9 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <fcntl.h>
+#include <limits>
+#include <sys/resource.h>
 #include <utility>
 
 namespace tessarin
@@ -22,8 +25,22 @@ using Stream = boost::asio::posix::stream_descriptor;
 
 // The queue has other work than accepting.
 constexpr int acceptsInARow = 64;
+// Of the descriptors that the process may have, these are for files and children, or a quarter where that is less: whoever connects must
+// not be able to keep the program from saving.
+constexpr rlim_t reservedDescriptors = 256;
 // Until it is tried again when the system has run out of something.
 constexpr std::chrono::milliseconds shortageDelay{ 100 };
+
+bool areDescriptorsScarce(int anyDescriptor)
+{
+    const Descriptor lowestFree(::fcntl(anyDescriptor, F_DUPFD_CLOEXEC, 0));
+    rlimit limit{};
+    if (!lowestFree.isOpen() || ::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return true;
+    }
+    const rlim_t most = std::min<rlim_t>(limit.rlim_cur, std::numeric_limits<int>::max());
+    return static_cast<rlim_t>(lowestFree.get()) >= most - std::min(reservedDescriptors, most / 4);
+}
 
 bool isShortage(int error)
 {
@@ -94,6 +111,10 @@ bool TcpListener::Implementation::acceptOne()
 {
     // The one that was accepted before may have ended or paused this listener.
     if (!socket.is_open() || isPaused) {
+        return false;
+    }
+    if (areDescriptorsScarce(socket.native_handle())) {
+        awaitSupply();
         return false;
     }
     Descriptor accepted = acceptConnection(socket.native_handle());

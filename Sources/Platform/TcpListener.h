@@ -11,7 +11,7 @@ namespace tessarin
 
 // Accepts TCP connections on one port of all local interfaces, IPv6 and IPv4 (IPv4 alone where there is no IPv6), with the system's
 // largest backlog. Children inherit none of it. Every call and callback is on the queue; nothing is called after `cancel`. While the system
-// has no descriptor or memory left for another connection, accepting waits and tries again.
+// has no memory left for another connection, or the process few descriptors left for anything else, accepting waits and tries again.
 class TcpListener
 {
 public:

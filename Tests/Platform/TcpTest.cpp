@@ -221,7 +221,7 @@ TEST_F(TcpTest, AsManyMayWaitToBeAcceptedAsTheSystemLets)
     }
 }
 
-TEST_F(TcpTest, WithoutDescriptorsAcceptingWaitsAndGoesOn)
+TEST_F(TcpTest, WhoConnectsLeavesDescriptorsForTheRestAndIsAcceptedWhenThereAreMore)
 {
     ASSERT_EQ(listen(), "");
     onQueue([&] { listener->pause(); });
@@ -234,14 +234,16 @@ TEST_F(TcpTest, WithoutDescriptorsAcceptingWaitsAndGoesOn)
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
     rlimit scarce = before;
-    scarce.rlim_cur = static_cast<rlim_t>(std::max(first, second)) + 1;
+    scarce.rlim_cur = (static_cast<rlim_t>(std::max(first, second)) + 1) * 4 / 3 + 1; // a quarter is for others
     setrlimit(RLIMIT_NOFILE, &scarce);
     onQueue([&] { listener->resume(); });
     const bool areTwoAccepted = waitFor("accepted") && waitFor("accepted");
     const bool isNoMoreAccepted = isNothingTold(); // and no failure
+    const bool isRoomForFiles = openDescriptors() + 8 < static_cast<int>(scarce.rlim_cur);
     setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_TRUE(areTwoAccepted);
     EXPECT_TRUE(isNoMoreAccepted);
+    EXPECT_TRUE(isRoomForFiles);
     for (std::size_t number = 2; number < waiting.size(); ++number) {
         ASSERT_TRUE(waitFor("accepted")) << number;
     }
