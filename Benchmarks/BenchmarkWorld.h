@@ -33,10 +33,16 @@ public:
         const std::lock_guard lock(m_mutex);
         return m_secret;
     }
-    void save(const std::string&, const std::string&, const std::string& secret) override
+    bool save(const std::string&, const std::string&, const std::string& secret) override
     {
         const std::lock_guard lock(m_mutex);
         m_secret = secret;
+        return true;
+    }
+    void remove(const std::string&, const std::string&) override
+    {
+        const std::lock_guard lock(m_mutex);
+        m_secret.reset();
     }
 
 private:
