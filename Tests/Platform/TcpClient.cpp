@@ -160,6 +160,14 @@ std::uint16_t freePort()
     }
 }
 
+const char* loopbackOfVersionSix()
+{
+    sockaddr_in6 six{};
+    six.sin6_family = AF_INET6;
+    six.sin6_addr = in6addr_loopback;
+    return canBeBound(AF_INET6, reinterpret_cast<const sockaddr*>(&six), sizeof six) ? "::1" : "127.0.0.1";
+}
+
 void raiseDescriptorLimit()
 {
     rlimit limit{};

@@ -46,6 +46,8 @@ private:
 [[nodiscard]] std::uint16_t freePort();
 // Lets this process have as many descriptors as it may: each connection has two ends here.
 void raiseDescriptorLimit();
+// "::1", or "127.0.0.1" on a machine without IPv6: there is nothing to be reached by it then.
+[[nodiscard]] const char* loopbackOfVersionSix();
 // Open descriptors of this process.
 [[nodiscard]] int openDescriptors();
 

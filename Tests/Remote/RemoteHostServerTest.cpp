@@ -164,7 +164,7 @@ TEST_F(RemoteHostServerTest, DevicesConnectByEitherProtocolOfTheInternet)
 {
     ASSERT_TRUE(startListening());
     const RemoteDevice four = connectDevice("127.0.0.1");
-    const RemoteDevice six = connectDevice("::1");
+    const RemoteDevice six = connectDevice(loopbackOfVersionSix());
     EXPECT_TRUE(delivers(four));
     EXPECT_TRUE(delivers(six));
 }
@@ -262,7 +262,7 @@ TEST_F(RemoteHostServerTest, EveryMessageGoesToEveryDevice)
 {
     ASSERT_TRUE(startListening());
     const RemoteDevice first = connectDevice();
-    const RemoteDevice second = connectDevice("::1");
+    const RemoteDevice second = connectDevice(loopbackOfVersionSix());
     const RemoteEnvelope error = RemoteEnvelope::makeError("No.");
     server->send(error);
     EXPECT_EQ(first.receive(), error);

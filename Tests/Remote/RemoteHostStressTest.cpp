@@ -64,7 +64,7 @@ TEST_F(RemoteHostStressTest, TwoHundredDevicesAtOnceGetAndSay)
 {
     std::vector<RemoteDevice> devices;
     for (int number = 0; number < 200; ++number) {
-        devices.emplace_back(port, key, number % 2 == 0 ? "127.0.0.1" : "::1");
+        devices.emplace_back(port, key, number % 2 == 0 ? "127.0.0.1" : loopbackOfVersionSix());
         ASSERT_TRUE(devices.back().client.isConnected());
     }
     ASSERT_TRUE(pumpUntilClients(200));
