@@ -19,11 +19,6 @@ namespace
 constexpr std::size_t overhead = RemoteCrypto::nonceByteCount + RemoteCrypto::tagByteCount;
 constexpr std::size_t messageOffset = RemoteCrypto::lengthByteCount + RemoteCrypto::nonceByteCount;
 
-struct ContextDeleter {
-    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
-};
-using Context = std::unique_ptr<EVP_CIPHER_CTX, ContextDeleter>;
-
 unsigned char* bytes(char* text)
 {
     return reinterpret_cast<unsigned char*>(text);
@@ -56,13 +51,28 @@ const EVP_CIPHER* cipher()
     return fetched;
 }
 
-Context makeContext(std::string_view key, const char* nonce, bool encrypts)
+struct ContextDeleter {
+    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+};
+
+EVP_CIPHER_CTX* makeContext()
 {
-    Context context(EVP_CIPHER_CTX_new());
-    if (context && EVP_CipherInit_ex2(context.get(), cipher(), bytes(key.data()), bytes(nonce), encrypts ? 1 : 0, nullptr) == 1) {
+    EVP_CIPHER_CTX* const context = EVP_CIPHER_CTX_new();
+    if (context && EVP_CipherInit_ex2(context, cipher(), nullptr, nullptr, 1, nullptr) == 1) {
         return context;
     }
+    EVP_CIPHER_CTX_free(context);
     return nullptr;
+}
+
+// The context of the thread, which is made once: that costs as much as a short message. What the library makes of a key stays in it until
+// the next one is used. Null when the library can't. One use at a time on each thread.
+EVP_CIPHER_CTX* beginCipher(std::string_view key, const char* nonce, bool encrypts)
+{
+    thread_local const std::unique_ptr<EVP_CIPHER_CTX, ContextDeleter> context(makeContext());
+    const bool isBegun
+        = context && EVP_CipherInit_ex2(context.get(), nullptr, bytes(key.data()), bytes(nonce), encrypts ? 1 : 0, nullptr) == 1;
+    return isBegun ? context.get() : nullptr;
 }
 
 // Encrypts or decrypts. Both places may be the same.
@@ -148,13 +158,13 @@ bool writeNonce(char* place)
 }
 
 // What stands before the message, of which so many bytes follow in all. Null when the library can't.
-Context beginFrame(char* start, std::size_t length, std::string_view keyData)
+EVP_CIPHER_CTX* beginFrame(char* start, std::size_t length, std::string_view keyData)
 {
     for (std::size_t place = RemoteCrypto::lengthByteCount, rest = length; place-- > 0; rest >>= 8U) {
         start[place] = static_cast<char>(rest & 0xFFU);
     }
     char* const nonce = start + RemoteCrypto::lengthByteCount;
-    return writeNonce(nonce) ? makeContext(keyData, nonce, true) : nullptr;
+    return writeNonce(nonce) ? beginCipher(keyData, nonce, true) : nullptr;
 }
 
 // What would be too large once it is encrypted need not be encrypted first.
@@ -181,13 +191,13 @@ Result<std::string, RemoteCryptoFailure> sealMessage(std::size_t size, std::stri
     std::string frame;
     frame.reserve(RemoteCrypto::lengthByteCount + length);
     frame.resize(messageOffset);
-    const Context context = beginFrame(frame.data(), length, keyData);
-    TransformedText text(context.get(), frame);
+    EVP_CIPHER_CTX* const context = beginFrame(frame.data(), length, keyData);
+    TransformedText text(context, frame);
     if (!context || !append(text) || !text.transformRest()) {
         return libraryFailure();
     }
     frame.resize(frame.size() + RemoteCrypto::tagByteCount);
-    if (!writeTag(context.get(), frame.data() + frame.size() - RemoteCrypto::tagByteCount)) {
+    if (!writeTag(context, frame.data() + frame.size() - RemoteCrypto::tagByteCount)) {
         return libraryFailure();
     }
     return frame;
@@ -246,9 +256,9 @@ Result<void, RemoteCryptoFailure> sealInPlace(std::string& frame, std::string_vi
     if (!may) {
         return Failure{ may.error() };
     }
-    const Context context = beginFrame(frame.data(), length, keyData);
-    if (!context || !transform(context.get(), frame.data() + messageOffset, frame.data() + messageOffset, length - overhead)
-        || !writeTag(context.get(), frame.data() + frame.size() - tagByteCount)) {
+    EVP_CIPHER_CTX* const context = beginFrame(frame.data(), length, keyData);
+    if (!context || !transform(context, frame.data() + messageOffset, frame.data() + messageOffset, length - overhead)
+        || !writeTag(context, frame.data() + frame.size() - tagByteCount)) {
         return libraryFailure();
     }
     return {};
@@ -265,10 +275,9 @@ Result<std::string, RemoteCryptoFailure> open(std::string_view payload, std::str
     const std::string_view ciphertext = payload.substr(nonceByteCount, payload.size() - overhead);
     std::string plaintext;
     plaintext.reserve(ciphertext.size());
-    const Context context = makeContext(keyData, payload.data(), false);
-    TransformedText text(context.get(), plaintext);
-    if (!context || !text.append(ciphertext) || !text.transformRest()
-        || !hasTag(context.get(), payload.substr(payload.size() - tagByteCount))) {
+    EVP_CIPHER_CTX* const context = beginCipher(keyData, payload.data(), false);
+    TransformedText text(context, plaintext);
+    if (!context || !text.append(ciphertext) || !text.transformRest() || !hasTag(context, payload.substr(payload.size() - tagByteCount))) {
         return libraryFailure();
     }
     return plaintext;

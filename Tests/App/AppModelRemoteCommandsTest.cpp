@@ -274,6 +274,18 @@ TEST_F(AppModelRemoteCommandsTest, CancelWithVideoIsAboutTheAgent)
     EXPECT_THAT(texts(), ElementsAre("Stopped by you."));
 }
 
+TEST_F(AppModelRemoteCommandsTest, ABlankGenerationOnlyShowsTheGallery)
+{
+    openRemote({});
+    ASSERT_EQ(model->selectedSection(), AppSection::build);
+    RemoteEnvelope generate = message(RemoteMessageType::imagineGenerate);
+    generate.text = " \n";
+    generate.mediaKind = "image";
+    command(generate);
+    EXPECT_EQ(model->selectedSection(), AppSection::imagine);
+    EXPECT_EQ(model->imagineState(), ConnectionState(ConnectionState::Kind::idle));
+}
+
 TEST_F(AppModelRemoteCommandsTest, AMessageThatIsNoCommandIsIgnored)
 {
     openRemote({});

@@ -40,19 +40,22 @@ protected:
             }
         });
     }
-    // Whether a device with this key is understood.
+    // Whether a device with this key is understood. What the host says to it counts for nothing: it may not open here.
     [[nodiscard]] bool opens(const std::string& deviceKey)
     {
         const auto before = model->workspaces().size() + model->workspaces()[0].threads.size();
-        PairedDevice visitor(remotePort, deviceKey);
-        visitor.send(message(RemoteMessageType::newThread));
+        const RemoteDevice visitor(remotePort, deviceKey);
+        EXPECT_TRUE(visitor.send(message(RemoteMessageType::newThread)));
+        bool hasEnded = false;
         waitUntil(
             [&] {
-                visitor.listen();
-                return visitor.hasEnded || model->workspaces().size() + model->workspaces()[0].threads.size() > before;
+                while (!hasEnded && !visitor.client.isSilent()) {
+                    hasEnded = !visitor.receiveFrame();
+                }
+                return hasEnded || model->workspaces().size() + model->workspaces()[0].threads.size() > before;
             },
             "an end or a deed");
-        return !visitor.hasEnded;
+        return !hasEnded;
     }
     // For a model that only shares the machine.
     [[nodiscard]] static RuntimeContext noRuntimes()

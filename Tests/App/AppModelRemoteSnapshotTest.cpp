@@ -232,6 +232,16 @@ TEST_F(AppModelRemoteSnapshotTest, TheHostHasTheNameOfTheComputer)
     EXPECT_EQ(snapshotAfter().hostName, "Ada's machine");
 }
 
+TEST_F(AppModelRemoteSnapshotTest, TheKeyStaysHere)
+{
+    openRemote({});
+    const std::string text = textOf(snapshotAfter());
+    ASSERT_EQ(key().size(), RemoteCrypto::keyByteCount);
+    EXPECT_EQ(text.find(key()), std::string::npos);
+    EXPECT_EQ(text.find(RemoteCrypto::base64URL(key())), std::string::npos);
+    EXPECT_EQ(text.find("tessarin://"), std::string::npos);
+}
+
 TEST_F(AppModelRemoteSnapshotTest, TheConnectionIsShownByItsWordAndItsLabel)
 {
     Scenario scenario = hangingTurn();

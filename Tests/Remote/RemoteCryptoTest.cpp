@@ -319,4 +319,22 @@ TEST(RemoteCryptoTest, SeveralThreadsSealAndOpenAtOnce)
 
 } // namespace
 
+// Each thread uses one context of the library again and again.
+TEST(RemoteCryptoTest, AFrameThatDoesNotOpenLeavesNothingBehindForTheNext)
+{
+    const std::string other(RemoteCrypto::keyByteCount, 'o');
+    const std::string payload = payloadOf(sealed("first"));
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_FALSE(RemoteCrypto::open(payload, other));
+        EXPECT_FALSE(RemoteCrypto::open(payloadOf(sealed("cut")).substr(0, 30), key));
+        const auto opened = RemoteCrypto::open(payload, key);
+        ASSERT_TRUE(opened);
+        EXPECT_EQ(opened.value(), "first");
+        const auto frame = RemoteCrypto::seal("second", other);
+        ASSERT_TRUE(frame);
+        EXPECT_FALSE(RemoteCrypto::open(payloadOf(frame.value()), key));
+        EXPECT_EQ(RemoteCrypto::open(payloadOf(frame.value()), other).value(), "second");
+    }
+}
+
 } // namespace tessarin
