@@ -219,7 +219,7 @@ void RemoteHostServer::Implementation::mainThreadCaughtUp()
     }
     // Each time another one first, so that a few that say much leave the others their turn.
     std::vector<std::shared_ptr<RemotePeer>> inTurn = allPeers();
-    const auto next = std::find_if(inTurn.begin(), inTurn.end(), [&](const auto& peer) { return peer->id() > lastServed; });
+    const auto next = std::find_if(inTurn.begin(), inTurn.end(), [last = lastServed](const auto& peer) { return peer->id() > last; });
     std::rotate(inTurn.begin(), next, inTurn.end());
     for (const auto& peer : inTurn) {
         if (events->isBehind()) {
