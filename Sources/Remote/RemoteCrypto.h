@@ -36,8 +36,8 @@ using RemoteCryptoFailure = std::variant<RemoteCryptoError, CryptoLibraryError>;
 //   n bytes   the message, encrypted with AES-256-GCM, without associated data
 //   16 bytes  tag
 //
-// Any thread. Keeps nothing but what the library needs at hand on each thread: random bytes for the next nonces, and what it made of the key
-// of the last call. A frame is built and opened whole in memory.
+// Any thread. Keeps nothing but what the library needs at hand on each thread: random bytes for the next nonces, and what it made of the
+// key of the last call. A frame is built and opened whole in memory.
 namespace RemoteCrypto
 {
 
