@@ -333,6 +333,7 @@ TEST_F(AppModelRemoteSnapshotTest, UsagesStandInTheOrderOfTheirTexts)
     EXPECT_EQ(snapshot.providerUsages[1].primaryUsedPercent, 12.5);
     EXPECT_EQ(snapshot.providerUsages[2].resetsAt, std::nullopt);
     EXPECT_EQ(textOf(snapshot).find("planType"), std::string::npos);
+    EXPECT_EQ(textOf(snapshot).find("\"plus\""), std::string::npos) << "the plan of the person";
 }
 
 } // namespace

@@ -162,6 +162,12 @@ TEST_F(TcpTest, BothProtocolsOfTheInternetReachOnePort)
     connect(loopbackOfVersionSix());
 }
 
+TEST_F(TcpTest, EveryAddressOfTheMachineIsListenedOn)
+{
+    ASSERT_EQ(listen(), "");
+    connect("127.0.0.2"); // what listens on 127.0.0.1 alone does not have it
+}
+
 TEST_F(TcpTest, APortThatIsTakenIsTold)
 {
     ASSERT_EQ(listen(), "");
