@@ -36,10 +36,12 @@ void ACPClient::childEnded(ChildEnd end)
     m_child->reportTermination(m_child->lastWords(end));
 }
 
-// A version of Grok that wants the mode in front of "agent" is given it there, once: rearranged arguments do not begin with "agent".
+// A version of Grok that wants the mode in front of "agent" is given it there, once: rearranged arguments do not begin with "agent". The
+// next client tries the first order again: the program may have been replaced by then, and it refuses before it does anything else.
 bool ACPClient::launchesAgain()
 {
-    if (m_configuration.provider != AgentProvider::grok || m_isInitialized || !refusesPermissionModeArgument(m_child->errorOutput()))
+    const bool awaitsInitialize = !m_isInitialized && !m_pending.isEmpty();
+    if (m_configuration.provider != AgentProvider::grok || !awaitsInitialize || !refusesPermissionModeArgument(m_child->errorOutput()))
         return false;
     auto arguments = withPermissionModeInFront(m_arguments);
     if (!arguments)

@@ -58,12 +58,12 @@ std::string contentTexts(const JsonObject& toolCall)
 // A person has to see what they approve.
 std::string permissionDetail(const JsonObject& toolCall, const std::string& runtimeName)
 {
-    if (const Json* rawInput = toolCall.if_contains("rawInput")) {
-        if (auto text = prettyJson(*rawInput))
-            return *text;
-    }
+    const Json* rawInput = toolCall.if_contains("rawInput");
+    if (auto text = rawInput ? prettyJson(*rawInput) : std::nullopt)
+        return *text;
     const std::string sentence = runtimeName + " is requesting permission to continue.";
-    const std::string texts = contentTexts(toolCall);
+    const bool isAbsent = !rawInput || rawInput->is_null();
+    const std::string texts = isAbsent ? contentTexts(toolCall) : std::string();
     return texts.empty() ? sentence : sentence + "\n\n" + texts;
 }
 

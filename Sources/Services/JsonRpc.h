@@ -43,6 +43,7 @@ public:
 
     // The id for the next request; the handler waits under it.
     [[nodiscard]] std::int64_t add(Handler handler);
+    [[nodiscard]] bool isEmpty() const { return m_handlers.empty(); }
     // Removes and returns the handler of an id, for the caller to call; absent for an id that nothing waits for.
     [[nodiscard]] std::optional<Handler> take(std::int64_t id);
     // Removes and returns all of them in the order of their ids. The table is empty before the first is called, so that a handler may

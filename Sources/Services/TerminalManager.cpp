@@ -82,11 +82,22 @@ bool namesAProgram(const ManagedTerminal::Command& launch)
     return false;
 }
 
-// Grok sends whole lines for a shell as the command. `env` would not find them, and a line with an assignment in it would make it print
-// the whole environment, which then goes to the model.
-bool isShellLine(const ManagedTerminal::Command& launch)
+// Grok sends whole lines for a shell as the command. `env` would not find them, and it takes whatever has a "=" in it for an assignment
+// and prints the whole environment, which then goes to the model. A program whose name looks like such a line is run as it is.
+void letTheShellRunALine(ManagedTerminal::Command& launch)
 {
-    return launch.arguments.empty() && launch.command.find_first_of(" \t\n\v\f\r=") != std::string::npos && !namesAProgram(launch);
+    if (!launch.arguments.empty() || launch.command.find_first_of(" \t\n\v\f\r=") == std::string::npos) {
+        return;
+    }
+    const bool isProgram = namesAProgram(launch);
+    const std::string line = launch.command;
+    if (!isProgram) {
+        launch.command = "/bin/sh";
+        launch.arguments = { "-c", line };
+    } else if (line.find('=') != std::string::npos) {
+        launch.command = "/bin/sh";
+        launch.arguments = { "-c", "exec \"$0\"", line };
+    }
 }
 
 JsonObject exitMap(std::optional<std::int32_t> exitCode)
@@ -113,9 +124,7 @@ Result<std::string, ACPClientError> TerminalManager::create(const JsonObject& pa
         launch.currentDirectory = std::string(*directory);
     }
     overlay(launch.environment, params);
-    if (isShellLine(launch)) {
-        launch.arguments = { "-c", std::exchange(launch.command, "/bin/sh") };
-    }
+    letTheShellRunALine(launch);
     auto started = ManagedTerminal::start(launch);
     if (!started) {
         return Failure{ ACPClientError{

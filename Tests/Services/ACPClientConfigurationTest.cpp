@@ -128,6 +128,38 @@ TEST_F(ACPClientConfigurationTest, AKimiWithoutTheManualModeIsAskedForItsDefault
     EXPECT_THAT(options(), ElementsAre("mode=manual", "mode=default", "model=k2"));
 }
 
+TEST_F(ACPClientConfigurationTest, AResumedKimiWithoutTheManualModeIsAskedForItsDefaultOne)
+{
+    Scenario scenario;
+    scenario.expect("initialize").reply(R"({"agentCapabilities":{"loadSession":true}})").expect("session/load").reply();
+    scenario.expect("session/set_config_option").replyError("Invalid params: Unknown modeId: manual", -32602);
+    playAndStart(scenario.expect("session/set_config_option").reply(), settings(AgentProvider::kimi, std::nullopt), "stored");
+    ASSERT_TRUE(waitForEvent("replayed")) << report();
+    EXPECT_THAT(runtime.received(program, "session/set_config_option").at(1),
+        parsed(R"({"jsonrpc":"2.0","id":4,"method":"session/set_config_option",
+                   "params":{"sessionId":"stored","configId":"mode","value":"default"}})"));
+}
+
+TEST_F(ACPClientConfigurationTest, TheSessionIsNotOpenBeforeTheDefaultModeIsAnswered)
+{
+    Scenario scenario;
+    scenario.handshake().expect("session/set_config_option").replyError("no").expect("session/set_config_option").waitForFile("go").reply();
+    playAndStart(scenario, settings(AgentProvider::kimi, std::nullopt));
+    ASSERT_TRUE(waitForReceived("session/set_config_option", 2));
+    mainThread.drain();
+    EXPECT_EQ(count("started"), 0);
+    runtime.touch("go");
+    ASSERT_TRUE(waitForEvent("started")) << report();
+}
+
+TEST_F(ACPClientConfigurationTest, ARefusedAutoModeOfKimiIsNotReplaced)
+{
+    playAndStart(Scenario().handshake().expect("session/set_config_option").replyError("Unknown modeId: auto"),
+        settings(AgentProvider::kimi, std::nullopt, GrokPermissionMode::auto_));
+    ASSERT_TRUE(waitForEvent("started")) << report();
+    EXPECT_THAT(options(), ElementsAre("mode=auto"));
+}
+
 TEST_F(ACPClientConfigurationTest, TheDefaultModeMayBeRefusedToo)
 {
     Scenario scenario;

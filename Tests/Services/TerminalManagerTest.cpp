@@ -198,6 +198,32 @@ TEST_F(TerminalManagerTest, AProgramWithABlankInItsNameIsRunAsItIs)
     }
 }
 
+TEST_F(TerminalManagerTest, AProgramWithAnEqualsSignInItsNameIsRunAsItIs)
+{
+    const std::filesystem::path folder = m_folder / "a=b";
+    std::filesystem::create_directory(folder);
+    std::ofstream(folder / "x=y") << "#!/bin/sh\necho run\n";
+    std::filesystem::permissions(folder / "x=y", std::filesystem::perms::owner_all);
+    const JsonArray path{ { { "name", "PATH" }, { "value", "/bin:" + folder.string() } } };
+    for (const JsonObject& params : { JsonObject{ { "command", (folder / "x=y").string() } },
+             JsonObject{ { "command", "./x=y" }, { "cwd", folder.string() } }, JsonObject{ { "command", "x=y" }, { "env", path } } }) {
+        const std::string id = create(params);
+        EXPECT_EQ(waitForExit(id).at("exitCode"), Json(0)) << compactJson(params);
+        EXPECT_EQ(outputOf(id), "run\n") << compactJson(params);
+    }
+}
+
+TEST_F(TerminalManagerTest, AFolderOrAFileThatMayNotBeExecutedIsNoProgram)
+{
+    std::filesystem::create_directory(file("a folder"));
+    std::ofstream(file("a file")) << "#!/bin/sh\necho run\n";
+    for (const std::string name : { "./a folder", "./a file" }) {
+        const std::string id = create({ { "command", name }, { "cwd", m_folder.string() } });
+        EXPECT_NE(waitForExit(id).at("exitCode"), Json(0)) << name;
+        EXPECT_NE(outputOf(id).find("./a"), std::string::npos) << "the shell has looked for the first word";
+    }
+}
+
 TEST_F(TerminalManagerTest, ACommandWithArgumentsIsNeverALineForAShell)
 {
     const std::string id = create({ { "command", "echo one" }, { "args", { "two" } } });
