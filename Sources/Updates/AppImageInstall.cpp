@@ -56,6 +56,16 @@ std::optional<AppImageInstall> AppImageInstall::at(const std::string& appImage)
     return status && S_ISREG(status->st_mode) ? std::optional(AppImageInstall(path)) : std::nullopt;
 }
 
+std::optional<AppImageInstall> AppImageInstall::ofProgram(
+    const std::string& appImage, const std::string& appDir, const std::string& executable)
+{
+    std::error_code error;
+    const std::string folder = appDir.empty() || appDir.front() != '/' ? "" : std::filesystem::canonical(appDir, error).string();
+    const std::string program = error || folder.empty() ? "" : std::filesystem::canonical(executable, error).string();
+    const bool isWithin = !error && !program.empty() && program.rfind(folder + '/', 0) == 0;
+    return isWithin ? at(appImage) : std::nullopt;
+}
+
 Result<void, AppImageInstallError> AppImageInstall::install(const VerifiedArchive& archive) const
 {
     if (!isAppImage(archive.bytes())) {

@@ -26,6 +26,12 @@ public:
     // is what will be replaced, and they stay. Absent when this is no absolute path of a regular file.
     [[nodiscard]] static std::optional<AppImageInstall> at(const std::string& appImage);
 
+    // The same for this program: `appDir` is $APPDIR, where the AppImage's start-up code has put what is in it, and `executable` the file
+    // that runs. Absent unless that one lies within: whatever an AppImage starts inherits both variables, and what is started by
+    // another program's AppImage must not replace that one.
+    [[nodiscard]] static std::optional<AppImageInstall> ofProgram(
+        const std::string& appImage, const std::string& appDir, const std::string& executable);
+
     // Puts the archive in the place of the program, whole or not at all: through a new file in the same folder, on the disk before it
     // gets the name, with the access rights of the old one. The old one stays as "<name>.previous"; if there is one already, it is
     // that which has proven to start, and it stays instead. On failure the program is what it was, and no file is left behind.

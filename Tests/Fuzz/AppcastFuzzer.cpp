@@ -1,5 +1,7 @@
 #include "FuzzTarget.h"
 #include "Platform/Text.h"
+#include "Updates/ArchiveKeeping.h"
+#include "Updates/ReleaseNotes.h"
 #include "Updates/UpdateChoice.h"
 #include "Updates/VersionOrder.h"
 
@@ -38,6 +40,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzzRequire(!item.version.empty() && !item.enclosures.empty(), "an item has a version and a file");
         fuzzRequire(item.enclosures.size() <= Appcast::enclosureLimit, "not too many files");
         fuzzRequire(isValidUtf8(item.title) && isValidUtf8(item.description) && isValidUtf8(item.version), "texts are UTF-8");
+        const std::string notes = ReleaseNotes::plainText(item.description);
+        fuzzRequire(isValidUtf8(notes) && notes.find('\033') == std::string::npos, "notes are plain text");
+        const std::string name = ArchiveKeeping::fileName(item.enclosures.front().url, item.version);
+        fuzzRequire(name.find('/') == std::string::npos && !name.empty() && name.front() != '.', "a name is that of a visible file");
         holdTheOrder(item.version, items.front().version, items.back().version);
     }
     const auto chosen = UpdateChoice::newest(feed.value(), "1.0", { "linux", "6.1" });

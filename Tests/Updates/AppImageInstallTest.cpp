@@ -235,5 +235,26 @@ TEST_F(AppImageInstallTest, WhatAKilledInstallLeftBehindIsReplaced)
     EXPECT_EQ(namesIn(home).size(), 2U);
 }
 
+// $APPIMAGE and $APPDIR are inherited by whatever an AppImage starts: a terminal of that kind starts this program too.
+TEST_F(AppImageInstallTest, AnAppImageFromWhichThisProgramDoesNotRunIsNotItsOwn)
+{
+    const std::string mounted = folder / "mounted";
+    fs::create_directories(mounted + "/usr/bin");
+    fs::create_directories(folder / "mounted2");
+    const std::string program = mounted + "/usr/bin/tessarin";
+    writeWholeFile(program, "program");
+    writeWholeFile(folder / "mounted2/tessarin", "program");
+    fs::create_symlink(mounted, folder / "link");
+    EXPECT_EQ(AppImageInstall::ofProgram(path, mounted, program).value().path(), path);
+    EXPECT_TRUE(AppImageInstall::ofProgram(path, folder / "link", program)) << "links are followed";
+    EXPECT_FALSE(AppImageInstall::ofProgram(path, mounted, folder / "mounted2/tessarin"));
+    EXPECT_FALSE(AppImageInstall::ofProgram(path, mounted, "/usr/bin/env"));
+    EXPECT_FALSE(AppImageInstall::ofProgram(path, "", program));
+    EXPECT_FALSE(AppImageInstall::ofProgram(path, ".", program));
+    EXPECT_FALSE(AppImageInstall::ofProgram(path, folder / "nowhere", program));
+    EXPECT_FALSE(AppImageInstall::ofProgram("", mounted, program));
+    EXPECT_FALSE(AppImageInstall::ofProgram(path, mounted, folder / "nowhere"));
+}
+
 } // namespace
 } // namespace tessarin
