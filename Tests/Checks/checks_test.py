@@ -4,6 +4,7 @@ import os
 import tempfile
 import unittest
 
+import documentation
 import format
 import layers
 import looks
@@ -87,6 +88,43 @@ class Checks(unittest.TestCase):
         found = self.complaints(format, 'A.cpp', 'int  a;\n')
         self.assertTrue(found and found[0].startswith('A.cpp:1:'), found)
         self.accepts(format, 'A.cpp', 'int a;\n')
+
+
+    def test_APageThatSaysWhatNoSourceSaysIsFound(self):
+        self.rejects(documentation, documentation.PAGE, '| "<program> says what nobody says." | x |\n')
+        self.rejects(documentation, documentation.PAGE, '## Codex\n- Searched: `/nowhere/codex`\n', 2)
+        self.rejects(documentation, documentation.PAGE, '## Codex\n\n- Removed: `PATH`\n', 3)
+        self.accepts(documentation, documentation.PAGE, '## Codex\nWords, and "words" in `code`.\n')
+
+    def test_WhatTheCodeSaysAndThePageDoesNotIsFound(self):
+        text = 'x() { return "Something is " // why\n    "wrong with it."; }\n'
+        self.assertEqual(['Something is wrong with it.'], documentation.literals(text.replace(' // why', '')))
+        with tempfile.TemporaryDirectory() as root:
+            for name, content in ((documentation.PAGE, '## Codex\n'), ('Sources/App/FriendlyError.cpp', 'f("It is wrong.", "no");\n'),
+                                  ('Sources/Services/CodexLocator.cpp', LOCATOR)):
+                os.makedirs(os.path.dirname(os.path.join(root, name)), exist_ok=True)
+                with open(os.path.join(root, name), 'w') as file:
+                    file.write(content)
+            found = documentation.complaints(root)
+        self.assertEqual(3, len(found), found)
+        self.assertIn('~/bin/codex, /home/linuxbrew/.linuxbrew/bin/codex, /usr/bin/codex', found[0])
+        self.assertIn('A_KEY, B_KEY', found[1])
+        self.assertIn('It is wrong.', found[2])
+
+
+LOCATOR = '''std::vector<std::string> CodexLocator::candidates(const RuntimeContext& context)
+{
+    if (context.platform == LocatorPlatform::macOS)
+        fixed.emplace_back("/Applications/codex");
+    return searchOrder(context, key, { context.home + "/bin/codex", homebrewFolder(context.platform) + "/codex", "/usr/bin/codex" }, "codex");
+}
+
+Environment CodexLocator::subscriptionEnvironment(const RuntimeContext& context)
+{
+    for (const char* key : { "A_KEY", "B_KEY" })
+        environment.erase(key);
+}
+'''
 
 
 if __name__ == '__main__':
