@@ -1,0 +1,44 @@
+import QtQuick
+import Tessarin
+
+// The window about updates, as high as what it says. One that nobody asked for comes without taking the keys from where they are going.
+SideWindow {
+    id: root
+
+    readonly property UpdateFlow flow: windowModel.updateFlow
+    // Read by the platform of Qt when the window is first shown.
+    readonly property bool _q_showWithoutActivating: flow.isAutomatic
+
+    function appear() {
+        x = transientParent.x + (transientParent.width - width) / 2
+        y = transientParent.y + (transientParent.height - height) / 2
+        show()
+    }
+
+    title: "Software Update"
+    width: Theme.updateWidth
+    minimumWidth: width
+    maximumWidth: width
+    height: view.implicitHeight
+    minimumHeight: height
+    maximumHeight: height
+    onClosing: close => close.accepted = flow.stage !== UpdateFlow.Installing
+    onClosed: flow.close()
+    Component.onCompleted: flow.isAutomatic ? appear() : present()
+
+    Connections {
+        target: root.flow
+
+        function onBroughtForward() { root.present() }
+    }
+
+    UpdateView {
+        id: view
+
+        width: parent.width
+        focus: true
+        flow: root.flow
+        updates: root.windowModel.updates
+        onDone: root.close()
+    }
+}

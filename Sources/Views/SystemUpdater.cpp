@@ -1,0 +1,26 @@
+#include "Views/SystemUpdater.h"
+
+#include "Platform/Preferences.h"
+#include "Views/TlsTrust.h"
+
+#include <QCoreApplication>
+#include <QStandardPaths>
+
+namespace tessarin
+{
+
+UpdateFlow::Surroundings systemUpdateSurroundings(Preferences& preferences, MainThread& mainThread, Desktop& desktop)
+{
+    const std::string ownFolder = preferences.locations().data + "/updates";
+    const std::string downloads = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation).toStdString();
+    return { preferences, desktop, mainThread,
+        [&mainThread, ownFolder] {
+            return UpdateFetch::Surroundings{ mainThread, ownFolder, UpdateKey::builtIn(), tlsTrust() };
+        },
+        QCoreApplication::applicationVersion().toStdString(), UpdateSystem::current(),
+        AppImageInstall::ofProgram(qEnvironmentVariable("APPIMAGE").toStdString(), qEnvironmentVariable("APPDIR").toStdString(),
+            QCoreApplication::applicationFilePath().toStdString()),
+        { downloads, ownFolder } };
+}
+
+} // namespace tessarin

@@ -1,0 +1,75 @@
+#include "Views/UpdateTexts.h"
+
+#include "Platform/Text.h"
+#include "Updates/ReleaseNotes.h"
+#include "Views/UpdateRules.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLocale>
+
+namespace tessarin::UpdateTexts
+{
+
+namespace
+{
+
+QString textOf(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+QString sizeOf(qint64 bytes)
+{
+    constexpr int decimals = 1;
+    return QLocale::c().formattedDataSize(bytes, decimals, QLocale::DataSizeSIFormat);
+}
+
+} // namespace
+
+QString version(const AppcastItem& item)
+{
+    constexpr std::size_t mostCharacters = 24;
+    return textOf(firstCharacters(firstLine(item.shortVersionString.empty() ? item.version : item.shortVersionString), mostCharacters));
+}
+
+QString notes(const AppcastItem& item)
+{
+    QString text = QString::fromStdString(ReleaseNotes::plainText(item.description));
+    const QString link = QString::fromStdString(item.releaseNotesLink);
+    if (UpdateRules::validatedFeedURL(link)) {
+        text += (text.isEmpty() ? QString() : QStringLiteral("\n\n")) + QStringLiteral("More at ") + link;
+    }
+    return text;
+}
+
+QString upToDate(const QString& running)
+{
+    return QStringLiteral("tessarin %1 is the newest version.").arg(running);
+}
+
+QString found(const QString& running, bool canInstall)
+{
+    return QStringLiteral("You have %1. ").arg(running)
+        + (canInstall ? QStringLiteral("It is fetched, verified and installed when you say so.")
+                      : QStringLiteral("It is fetched and verified when you say so, and shown in the file manager."));
+}
+
+QString installed()
+{
+    return QStringLiteral("It starts with the next launch. The version that runs now is kept until then.");
+}
+
+QString kept(const std::string& path)
+{
+    const QFileInfo file(QString::fromStdString(path));
+    return QStringLiteral("The verified archive is “%1” in “%2”. Install it from there.")
+        .arg(file.fileName(), QDir::toNativeSeparators(file.path()));
+}
+
+QString progress(qint64 received, qint64 whole)
+{
+    return received < whole ? QStringLiteral("%1 of %2").arg(sizeOf(received), sizeOf(whole)) : QStringLiteral("Verifying the signature…");
+}
+
+} // namespace tessarin::UpdateTexts
