@@ -26,3 +26,9 @@ run_benchmarks() {
     printf '| what | measured | bar |\n|---|---|---|\n%s' "$lines"
     [ -z "$failed" ] || fail "A bar was missed: look at$failed and run ./test --benchmarks again on a machine that does nothing else."
 }
+
+# Installs the package in a system of its own, runs it there and removes it again.
+try_package() {
+    say "Trying the package in a fresh system"
+    exec /usr/bin/python3 -B "$root/Tests/Packaging/FreshSystem/package_in_a_fresh_system.py" "$root/build/release/package" "$root/build/fresh-system"
+}
