@@ -7,6 +7,15 @@ namespace tessarin
 
 BlockStack::BlockStack(QQuickItem* parent) : QQuickItem(parent) { }
 
+// Children that are let go of come into sight when this is out of sight, and would still tell it.
+BlockStack::~BlockStack()
+{
+    const QList<QQuickItem*> children = childItems();
+    for (QQuickItem* child : children) {
+        child->disconnect(this);
+    }
+}
+
 void BlockStack::itemChange(ItemChange change, const ItemChangeData& data)
 {
     if (change == ItemChildAddedChange) {

@@ -15,6 +15,7 @@ class BlockStack : public QQuickItem
     QML_ELEMENT
 public:
     explicit BlockStack(QQuickItem* parent = nullptr);
+    ~BlockStack() override;
 
 protected:
     void itemChange(ItemChange change, const ItemChangeData& data) override;

@@ -43,6 +43,7 @@ int TessarinApp::run(int argc, char** argv)
     Preferences preferences(locations);
     WorkspaceStore store(preferences);
     QGuiApplication::setApplicationName(QStringLiteral("tessarin"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(TESSARIN_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("tessarin"));
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     QGuiApplication application(argc, argv);

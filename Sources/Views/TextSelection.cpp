@@ -1,6 +1,6 @@
 #include "Views/TextSelection.h"
 
-#include "Views/OutputPages.h"
+#include "Views/PagedText.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

@@ -9,7 +9,7 @@
 namespace tessarin
 {
 
-class OutputPages;
+class PagedText;
 
 // Stacks the texts of one message, and lets a selection run across them. Each text selects within itself as it always does; when the
 // pointer is drawn beyond the text in which it was pressed, the area selects the end of that text, all of those between, and the begin of
@@ -22,9 +22,9 @@ class TextSelection : public tessarin::BlockStack
     QML_ELEMENT
     // Whether all of the message is selected, so that all of its texts have to exist.
     Q_PROPERTY(bool isWhole READ isWhole NOTIFY wholeChanged)
-    // The texts of an output, of which only those that are seen exist.
-    Q_PROPERTY(tessarin::OutputPages* pages MEMBER m_pages)
-    Q_MOC_INCLUDE("Views/OutputPages.h")
+    // A text in pages, of which only those that are seen exist.
+    Q_PROPERTY(tessarin::PagedText* pages MEMBER m_pages)
+    Q_MOC_INCLUDE("Views/PagedText.h")
     Q_PROPERTY(bool hasSelection READ hasSelection NOTIFY selectionChanged)
     // Whether the keys have come here by `takeKeys` and are still here.
     Q_PROPERTY(bool hasKeys READ hasKeys NOTIFY keysChanged)
@@ -80,7 +80,7 @@ private:
     bool m_isWhole = false;
     bool m_hasSelection = false;
     bool m_hasKeys = false;
-    QPointer<OutputPages> m_pages;
+    QPointer<PagedText> m_pages;
 };
 
 } // namespace tessarin

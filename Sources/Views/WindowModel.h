@@ -69,6 +69,8 @@ public:
     Q_INVOKABLE void removeProject(const QString& workspaceID);
     Q_INVOKABLE void dismissError();
 
+    // For what shows only now and then a part of it. Null before the model is there.
+    [[nodiscard]] const std::shared_ptr<AppModel>& model() const { return m_model; }
     [[nodiscard]] bool isReady() const { return m_model != nullptr; }
     [[nodiscard]] bool showsImagine() const;
     [[nodiscard]] int sidebarWidth() const { return m_sidebarWidth; }

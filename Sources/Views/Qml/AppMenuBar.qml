@@ -21,6 +21,7 @@ Rectangle {
     signal goToMessage()
     signal changePane()
     signal listKeys()
+    signal openLog()
     signal givenUp()
     signal quit()
 
@@ -117,6 +118,7 @@ Rectangle {
             onGivenUp: root.givenUp()
 
             AppMenuItem { text: "Keyboard Shortcuts"; keys: Shortcuts.listKeys; onTriggered: root.listKeys() }
+            AppMenuItem { text: "Runtime Log"; onTriggered: root.openLog() }
         }
     }
 

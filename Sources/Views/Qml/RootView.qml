@@ -42,6 +42,12 @@ FocusScope {
         opened.present()
     }
 
+    function openLog() {
+        runtimeLog.active = true
+        const opened = runtimeLog.object as RuntimeLogWindow
+        opened.present()
+    }
+
     function changePane() {
         if (sidebar.activeFocus) {
             detail.focusComposer()
@@ -67,6 +73,7 @@ FocusScope {
         onGoToMessage: detail.focusComposer()
         onChangePane: root.changePane()
         onListKeys: shortcuts.active = true
+        onOpenLog: root.openLog()
         onGivenUp: columns.forceActiveFocus(Qt.PopupFocusReason)
         onQuit: root.quit()
     }
@@ -150,6 +157,19 @@ FocusScope {
             windowModel: root.windowModel
             transientParent: root.Window.window
             onClosed: settings.active = false
+            onQuit: root.quit()
+        }
+    }
+
+    LazyItem {
+        id: runtimeLog
+
+        active: false
+
+        sourceComponent: RuntimeLogWindow {
+            windowModel: root.windowModel
+            transientParent: root.Window.window
+            onClosed: runtimeLog.active = false
             onQuit: root.quit()
         }
     }

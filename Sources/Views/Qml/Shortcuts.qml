@@ -16,7 +16,7 @@ QtObject {
     readonly property string goToMenus: "F10"
     readonly property string stopAgent: "Shift+Escape"
     readonly property string settings: "Ctrl+,"
-    readonly property string closeSettings: "Ctrl+W" // like Escape; every desktop knows it, so it is not listed
+    readonly property string closeWindow: "Ctrl+W" // of a window beside the main one, like Escape; every desktop knows it, so it is not listed
     readonly property string listKeys: "Ctrl+?"
     readonly property string quit: "Ctrl+Q"
 

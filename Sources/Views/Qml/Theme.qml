@@ -214,6 +214,8 @@ QtObject {
     readonly property int settingsLeastWidth: 520
     readonly property int settingsLeastHeight: 320
     readonly property int qrCode: 216
+    readonly property int logWidth: 760
+    readonly property int logHeight: 620
 
     // Motion.
     readonly property int durationShort: reducedMotion ? 0 : 150

@@ -1,0 +1,83 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import Tessarin
+
+// What a person sends along with the report of a problem: the versions, and what the runtimes wrote to their error output.
+FocusScope {
+    id: root
+
+    required property WindowModel windowModel
+    property bool copied: false
+
+    RuntimeLogPages {
+        id: log
+
+        windowModel: root.windowModel
+    }
+
+    TextSelection {
+        id: versions
+
+        anchors.top: parent.top
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: Theme.space18
+
+        SelectableText {
+            content: log.versions
+            label: "Versions"
+            lineHeight: Theme.lineCodeSmall
+            wrapMode: TextEdit.Wrap
+            font: Theme.codeSmallFont
+        }
+    }
+
+    Prose {
+        id: words
+
+        anchors.top: versions.bottom
+        anchors.topMargin: Theme.space12
+        anchors.left: versions.left
+        anchors.right: versions.right
+        text: "What the agents wrote to their error output since the latest one was started. Look it through before you send it to somebody: there may be names, addresses or keys in it."
+    }
+
+    RuntimeLogText {
+        anchors.top: words.bottom
+        anchors.bottom: copy.top
+        anchors.left: versions.left
+        anchors.right: versions.right
+        anchors.topMargin: Theme.space12
+        anchors.bottomMargin: Theme.space12
+        focus: true
+        log: log
+    }
+
+    PushButton {
+        id: copy
+
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        anchors.margins: Theme.space18
+        text: "Copy Versions and Log"
+        onClicked: {
+            PageActions.copy(log.report())
+            notice.restart()
+        }
+
+        HoverTip {
+            text: "Copied"
+            shown: root.copied
+            delay: 0
+        }
+    }
+
+    SequentialAnimation {
+        id: notice
+
+        PropertyAction { target: root; property: "copied"; value: true }
+        PauseAnimation { duration: Theme.durationCopied }
+        PropertyAction { target: root; property: "copied"; value: false }
+    }
+}

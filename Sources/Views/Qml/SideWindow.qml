@@ -1,0 +1,33 @@
+import QtQuick
+import Tessarin
+
+// A window beside the main one, and gone with it.
+Window {
+    id: root
+
+    required property WindowModel windowModel
+
+    signal closed()
+    signal quit()
+
+    // To the front, wherever it is; at first over the middle of the main window.
+    function present() {
+        if (!visible) {
+            x = Math.max(Screen.virtualX, transientParent.x + (transientParent.width - width) / 2)
+            y = Math.max(Screen.virtualY, transientParent.y + (transientParent.height - height) / 2)
+        }
+        show()
+        raise()
+        requestActivate()
+    }
+
+    width: Theme.settingsWidth
+    height: Math.min(Theme.settingsHeight, Screen.desktopAvailableHeight - Theme.controlLarge)
+    minimumWidth: Theme.settingsLeastWidth
+    minimumHeight: Theme.settingsLeastHeight
+    color: Theme.window
+    onClosing: closed()
+
+    Shortcut { sequences: ["Escape", Shortcuts.closeWindow]; onActivated: root.close() }
+    Shortcut { sequence: Shortcuts.quit; onActivated: root.quit() }
+}

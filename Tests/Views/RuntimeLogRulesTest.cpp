@@ -1,0 +1,90 @@
+#include "Views/RuntimeLogRules.h"
+
+#include "Printing.h"
+
+#include <QString>
+#include <gtest/gtest.h>
+
+namespace tessarin
+{
+
+namespace
+{
+
+using RuntimeLogRules::Finding;
+using RuntimeLogRules::finding;
+
+std::string shown(std::string_view part, const char* home = "")
+{
+    return RuntimeLogRules::shown(part, QString::fromUtf8(home)).toStdString();
+}
+
+std::string found(Finding what, const std::optional<std::string>& version = std::nullopt, std::optional<bool> signedIn = std::nullopt)
+{
+    return finding(what, version, signedIn).toStdString();
+}
+
+struct ShownRow {
+    std::string name;
+    std::string_view part;
+    std::string_view is;
+};
+
+class RuntimeLogShown : public testing::TestWithParam<ShownRow>
+{
+};
+
+TEST_P(RuntimeLogShown, IsHarmless)
+{
+    EXPECT_EQ(shown(GetParam().part), GetParam().is);
+}
+
+using namespace std::string_view_literals;
+
+INSTANTIATE_TEST_SUITE_P(Rows, RuntimeLogShown,
+    testing::Values(ShownRow{ "PlainWords", "one\n\ttwo ü 日本 👩‍👩‍👧 \n", "one\n\ttwo ü 日本 👩‍👩‍👧 \n" },
+        ShownRow{ "Colours", "\x1b[2m12:00\x1b[0m \x1b[1;31mERROR\x1b[m \x1b[38:5:1mx", "12:00 ERROR x" },
+        ShownRow{ "OtherSequences", "\x1b[2J\x1b]0;title\a\x1b[6n", "␛[2J␛]0;title␇␛[6n" },
+        ShownRow{ "AnUnfinishedColour", "\x1b[3", "␛[3" }, ShownRow{ "Controls", "a\0b\bc\x7f\xc2\x9b"sv, "a␀b␈c‹U+007F›‹U+009B›" },
+        ShownRow{ "LineEndsOfOtherSystems", "a\r\nb\r50%\r", "a\nb␍50%␍" },
+        ShownRow{ "Directions", "\u202Eevil\u202C \u2066x\u2069\u200F\u061C", "‹U+202E›evil‹U+202C› ‹U+2066›x‹U+2069›‹U+200F›‹U+061C›" },
+        ShownRow{ "WhatNobodySees", "a\u200Bb\u00ADc\uFEFF\u2060", "a‹U+200B›b‹U+00AD›c‹U+FEFF›‹U+2060›" },
+        ShownRow{ "SeparatorsOfATextView", "a\u2028b\u2029c\uFDD0", "a‹U+2028›b‹U+2029›c‹U+FDD0›" },
+        ShownRow{ "TagsThatSpellWords", "a\U000E0041\U000E007F", "a‹U+E0041›‹U+E007F›" },
+        ShownRow{ "NoUtf8", "a\xff\xc3", "a\xef\xbf\xbd\xef\xbf\xbd" },
+        ShownRow{ "Markup", "<b>x</b> **y** [z](http://a)", "<b>x</b> **y** [z](http://a)" }),
+    [](const auto& row) { return row.param.name; });
+
+TEST(RuntimeLogRules, TheHomeFolderIsATilde)
+{
+    EXPECT_EQ(shown("/home/ada/x and /home/ada\n\"/home/ada/.grok\"", "/home/ada"), "~/x and ~\n\"~/.grok\"");
+    EXPECT_EQ(shown("file:///home/ada/x /mnt/home/ada/x", "/home/ada"), "file:///home/ada/x /mnt/home/ada/x") << "it only ends so";
+}
+
+TEST(RuntimeLogRules, AFolderThatOnlyBeginsLikeTheHomeFolderStays)
+{
+    EXPECT_EQ(
+        shown("/home/adam/x /home/ada-2 /home/ada.old /home/ada_b", "/home/ada"), "/home/adam/x /home/ada-2 /home/ada.old /home/ada_b");
+    EXPECT_EQ(shown("/a/b", "/"), "/a/b");
+    EXPECT_EQ(shown("/a/b", ""), "/a/b");
+}
+
+TEST(RuntimeLogRules, AProgramThatIsThereTellsItsVersionAndSignIn)
+{
+    EXPECT_EQ(found(Finding::installed, "1.2.3"), "1.2.3");
+    EXPECT_EQ(found(Finding::installed, "codex-cli 0.169.0", true), "codex-cli 0.169.0, signed in");
+    EXPECT_EQ(found(Finding::installed, std::nullopt, false), "version not known, not signed in");
+    EXPECT_EQ(found(Finding::missing), "not found");
+    EXPECT_EQ(found(Finding::checking), "being looked for");
+}
+
+TEST(RuntimeLogRules, WhateverAProgramSaysOfItsVersionIsOneLine)
+{
+    EXPECT_EQ(found(Finding::installed, "SyntaxError:\n  \x1b[31mno\x1b[0m\n\n  way"), "SyntaxError: no way");
+    const std::string longVersion = found(Finding::installed, std::string(5000, 'x'));
+    EXPECT_EQ(longVersion, std::string(100, 'x') + "…");
+}
+
+} // namespace
+
+} // namespace tessarin
