@@ -85,8 +85,9 @@ class ScenarioTest(ServerCase):
 
     def test_AScenarioOfOneProgramIsPlainAtTheOthers(self):
         for program in self.every_program():
-            status, _ = self.server.json('POST', ADDRESSES[program], asking(program, ('user', 'SCENARIO:limit ONLY_AT=codex'), stream=False))
-            self.assertEqual(status, 429 if program == 'codex' else 200)
+            for other in PROGRAMS:
+                asked = asking(other, ('user', f'SCENARIO:limit ONLY_AT={program} PROBE_CWD=/p'), stream=False)
+                self.assertEqual(self.server.json('POST', ADDRESSES[other], asked)[0], 429 if program == other else 200)
 
     def test_AnUnknownScenarioIsToldAndNotPassedOver(self):
         for program in self.every_program():
@@ -124,7 +125,8 @@ class ScenarioTest(ServerCase):
             self.assertEqual(answer['calls'], [('apply_patch', patch)])
 
     def test_APlanIsToldInEachProgramsWords(self):
-        rows = [('update_plan', 'plan', {'step': 'Read the code', 'status': 'completed'}), ('TodoList', 'todos', {'title': 'Read the code', 'status': 'done'}),
+        rows = [('update_plan', 'plan', {'step': 'Read the code', 'status': 'completed'}),
+                ('TodoList', 'todos', {'title': 'Read the code', 'status': 'done'}),
                 ('TodoWrite', 'todos', {'content': 'Read the code', 'status': 'completed', 'activeForm': 'Read the code'}),
                 ('todo_write', 'todos', {'id': '1', 'content': 'Read the code', 'status': 'completed'})]
         for tool, key, first in rows:
@@ -227,9 +229,11 @@ class BoundsTest(unittest.TestCase):
     def test_TheLogTellsWhatWasAskedAndChosen(self):
         server = self.start()
         server.ask('kimi', ('user', 'SCENARIO:shell'), ('tool', 'probe-shell'))
-        line = server.log()[0]
-        self.assertEqual((line['program'], line['scenario'], line['step'], line['results'], line['tools'], line['lastUser']),
-                         ('kimi', 'shell', 1, ['probe-shell'], ['Bash'], 'SCENARIO:shell'))
+        server.json('POST', ADDRESSES['claude'], asking('claude', ('user', 'SCENARIO:limit')))
+        line, refused = server.log()
+        self.assertEqual((line['program'], line['scenario'], line['step'], line['results'], line['tools'], line['lastUser'], line['error']),
+                         ('kimi', 'shell', 1, ['probe-shell'], ['Bash'], 'SCENARIO:shell', None))
+        self.assertEqual((refused['program'], refused['scenario'], refused['error']), ('claude', 'limit', 429))
 
     def test_ABodyInChunksIsRead(self):
         server = self.start()

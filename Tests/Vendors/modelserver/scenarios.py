@@ -73,6 +73,14 @@ NAME = re.compile(r'SCENARIO:([a-z0-9_]+)(?:[ \t]+ONLY_AT=([a-z]+))?')
 FOLDER = re.compile(r'PROBE_CWD=([^\s"\\<]+)')
 
 
+def meant(said, meanings):
+    """With the words of a scenario behind each text that stands for one; what is not of a person stays."""
+    text = said.text
+    for phrase, words in meanings.items() if said.role == 'user' else ():
+        text = text.replace(phrase, f'{phrase} {words}')
+    return Said(said.role, text)
+
+
 def choose(conversation, program):
     """What a conversation asks for of a program: a scenario's name, how far it is, the project's folder and what tools have said since."""
     name, position, folder = 'plain', len(conversation), '.'

@@ -9,7 +9,7 @@ from . import chat, messages, responses
 from .answer import BREAK, PAUSE, Answer
 from .asides import aside
 from .others import other
-from .scenarios import choose, step_of
+from .scenarios import choose, meant, step_of
 from .tools import call_for
 
 DIALECTS = (responses, chat, messages)
@@ -22,10 +22,12 @@ class ModelService(ThreadingHTTPServer):
     daemon_threads = True
     request_queue_size = 64
 
-    def __init__(self, port, log, most_requests, utilization):
+    def __init__(self, port, log, most_requests, utilization, meanings=None):
+        """meanings: texts of a person, to the words of a scenario that they stand for."""
         super().__init__(('127.0.0.1', port), Handler)
         self.log = log
         self.utilization = utilization
+        self.meanings = meanings or {}
         self._left = most_requests
         self._lock = threading.Lock()
 
@@ -122,20 +124,19 @@ class Handler(BaseHTTPRequestHandler):
         self._answer(dialect, body)
 
     def _answer(self, dialect, body):
-        conversation, tools = dialect.conversation(body), dialect.tools(body)
+        conversation, tools = [meant(said, self.server.meanings) for said in dialect.conversation(body)], dialect.tools(body)
         choice = choose(conversation, dialect.program(self._address))
         last = next((said.text for said in reversed(conversation) if said.role == 'user'), '')
         step = step_of(choice)
         if not step.failure:
             step = aside(choice.name, last, tools, dialect.schema(body)) or step
         call = call_for(step.wants, choice.folder, tools) if step.wants else None
+        refusal = self._refusal(dialect, step.failure, choice) if step.failure else None
         self._log_request(program=dialect.program(self._address), model=body.get('model'), stream=bool(body.get('stream')),
                           tools=[tool.name for tool in tools], scenario=choice.name, step=choice.step,
                           results=[text[:LOGGED] for text in choice.results], lastUser=last[-LOGGED:], call=call and call.name,
-                          failure=step.failure or None)
-        if step.failure:
-            named = f'there is no scenario {choice.name}' if step.failure == 'unknown' else step.failure
-            refusal = dialect.refusal(named, self._address)
+                          error=refusal and refusal.status)
+        if refusal:
             self._send(refusal.status, refusal.body, refusal.headers)
             return
         missing = (f'No tool serves for {step.wants}.',) if step.wants and not call else ()
@@ -145,6 +146,9 @@ class Handler(BaseHTTPRequestHandler):
             self._stream(dialect.events(body, answer), answer.pause, headers)
         else:
             self._send(200, dialect.whole(body, answer), headers)
+
+    def _refusal(self, dialect, failure, choice):
+        return dialect.refusal(f'there is no scenario {choice.name}' if failure == 'unknown' else failure, self._address)
 
     def _log_request(self, **more):
         key = 'bearer' if self.headers.get('Authorization') else 'x-api-key' if self.headers.get('x-api-key') else 'none'

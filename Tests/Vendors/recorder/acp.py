@@ -1,0 +1,115 @@
+"""The Agent Client Protocol as our client speaks it with Grok, Kimi and OpenCode."""
+import os
+import subprocess
+
+ARGUMENTS = {'grok': ['--permission-mode', 'default', 'agent', 'stdio'], 'kimi': ['acp'], 'opencode': ['acp', '--cwd', '{WS}']}
+MODELS = {'opencode': 'zai-coding-plan/glm-4.7'}
+CLIENT = {'protocolVersion': 1, 'clientCapabilities': {'fs': {'readTextFile': True, 'writeTextFile': True}, 'terminal': True},
+          'clientInfo': {'name': 'tessarin', 'version': '0.5.1'}}
+
+
+def arguments(program, _session, _is_stored):
+    return ARGUMENTS[program]
+
+
+class Talk:
+    """One session with one turn. `session` is set when there is one."""
+
+    def __init__(self, child, program, case, stored):
+        self._child, self._program, self._case, self._stored = child, program, case, stored
+        self._last_id = 0
+        self._pieces = 0
+        self._terminals = {}
+        self.session = None
+
+    def run(self, prompt):
+        if 'result' not in self._request('initialize', CLIENT):
+            return
+        if not self._open() or not self._configure():
+            return
+        self._request('session/prompt', {'sessionId': self.session, 'prompt': [{'type': 'text', 'text': prompt}]})
+
+    def _open(self):
+        place = {'cwd': self._child.folder, 'mcpServers': []}
+        if self._stored and 'result' in self._request('session/load', {'sessionId': self._stored, **place}):
+            self.session = self._stored
+            return True
+        self.session = (self._request('session/new', place).get('result') or {}).get('sessionId')
+        return self.session is not None
+
+    def _configure(self):
+        if self._program == 'kimi' and 'error' in self._option('mode', 'manual'):
+            self._option('mode', 'default')
+        return self._program not in MODELS or 'result' in self._option('model', MODELS[self._program])
+
+    def _option(self, name, value):
+        return self._request('session/set_config_option', {'sessionId': self.session, 'configId': name, 'value': value})
+
+    def _request(self, method, params):
+        """The answer; an empty one when the program has ended."""
+        self._last_id += 1
+        own = self._last_id
+        self._child.send({'jsonrpc': '2.0', 'id': own, 'method': method, 'params': params})
+        while (message := self._child.receive()) is not None:
+            if 'method' not in message:
+                if message.get('id') == own:
+                    return message
+            elif 'id' in message:
+                self._serve(message['id'], message['method'], message.get('params') or {})
+            else:
+                self._heard(message)
+        return {}
+
+    def _heard(self, message):
+        update = (message.get('params') or {}).get('update') or {}
+        if message['method'] == 'session/update' and update.get('sessionUpdate') == 'agent_message_chunk':
+            self._pieces += 1
+            if self._pieces == self._case.stops_after:
+                self._child.send({'jsonrpc': '2.0', 'method': 'session/cancel', 'params': {'sessionId': self.session}})
+
+    def _serve(self, number, method, params):
+        name = '_' + method.replace('/', '_')
+        if not hasattr(self, name):
+            answer = {'error': {'code': -32601, 'message': f'Unsupported ACP method: {method}'}}
+        else:
+            try:
+                answer = {'result': getattr(self, name)(params)}
+            except OSError as error:
+                answer = {'error': {'code': -32603, 'message': f'{params.get("path")}: {error.strerror}'}}
+        self._child.send({'jsonrpc': '2.0', 'id': number, **answer})
+
+    def _session_request_permission(self, params):
+        wanted = 'allow_once' if self._case.allows else 'reject_once'
+        option = next(option['optionId'] for option in params['options'] if option.get('kind') == wanted)
+        return {'outcome': {'outcome': 'selected', 'optionId': option}}
+
+    def _fs_read_text_file(self, params):
+        with open(params['path'], encoding='utf-8') as file:
+            return {'content': file.read()}
+
+    def _fs_write_text_file(self, params):
+        os.makedirs(os.path.dirname(params['path']), exist_ok=True)
+        with open(params['path'], 'w', encoding='utf-8') as file:
+            file.write(params['content'])
+        return {}
+
+    def _terminal_create(self, params):
+        command = [params['command'], *params['args']] if params.get('args') else ['/bin/sh', '-c', params['command']]
+        environment = {**self._child.environment, **{one['name']: one['value'] for one in params.get('env') or []}}
+        done = subprocess.run(command, cwd=params.get('cwd') or self._child.folder, env=environment, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, check=False)
+        name = f'TERMINAL-{len(self._terminals) + 1}'
+        self._terminals[name] = done
+        return {'terminalId': name}
+
+    def _terminal_wait_for_exit(self, params):
+        return {'exitCode': self._terminals[params['terminalId']].returncode, 'signal': None}
+
+    def _terminal_output(self, params):
+        done = self._terminals[params['terminalId']]
+        return {'output': done.stdout.decode(), 'truncated': False, 'exitStatus': {'exitCode': done.returncode, 'signal': None}}
+
+    def _terminal_release(self, _params):
+        return {}
+
+    _terminal_kill = _terminal_release

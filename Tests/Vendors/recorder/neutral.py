@@ -1,0 +1,45 @@
+"""A conversation without the places of one machine, and without lists that nobody reads."""
+import json
+import os
+import re
+
+# Of what a program offers two are kept, without the description: it is hundreds of lines. What a permission offers is not among them.
+LONG = {'availableCommands', 'tools', 'availableModels', 'slash_commands', 'terminal_slash_commands', 'commands', 'agents', 'skills', 'models',
+        'capabilities', 'plugins', 'output_styles', 'available_output_styles', 'reasoningEfforts', 'toolNames'}
+KEPT = 2
+
+
+def neutral(lines, places):
+    """The lines of a recording as texts. places: (text, what stands for it), in the order in which they are replaced."""
+    return [_placed(json.dumps(_cut(line), ensure_ascii=False, separators=(',', ':')), places) for line in lines]
+
+
+def leaks(texts, folder):
+    """The lines that still name a place below the parent of a folder, or the system's temporary one."""
+    return [text for text in texts if os.path.dirname(folder) in text or re.search(r'(?<![\w}])/(?:tmp|var/tmp)/', text)]
+
+
+def places(workspace, home, temporary, installed, port):
+    paths = [(workspace, '{WS}'), (home, '{HOME}'), (temporary, '{TMP}'), (installed, '{INST}')]
+    encoded = [(path.replace('/', '%2F'), name[:-1] + '-enc}') for path, name in paths]
+    named = [(re.sub('[^A-Za-z0-9]', '-', path), name[:-1] + '-name}') for path, name in paths]
+    found = [*paths, *encoded, *named, *((path.lstrip('/'), name[:-1] + '-relative}') for path, name in paths)]
+    return [*sorted(found, key=lambda pair: -len(pair[0])), (f'127.0.0.1:{port}', '127.0.0.1:{PORT}')]
+
+
+def _cut(value, key=None):
+    if isinstance(value, dict):
+        return {name: _cut(inner, name) for name, inner in value.items()}
+    if isinstance(value, list):
+        return [_short(_cut(inner)) for inner in value[:KEPT]] if key in LONG else [_cut(inner) for inner in value]
+    return '{HOST}' if value == os.uname().nodename else value
+
+
+def _short(offered):
+    return {name: inner for name, inner in offered.items() if name != 'description'} if isinstance(offered, dict) else offered
+
+
+def _placed(text, given):
+    for place, name in given:
+        text = text.replace(place, name)
+    return text

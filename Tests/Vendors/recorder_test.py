@@ -1,0 +1,174 @@
+#!/usr/bin/python3
+"""What is recorded of a vendor's program: every line, in order, and nothing of the machine on which it was."""
+import json
+import os
+import sys
+import tempfile
+import time
+import unittest
+from types import SimpleNamespace
+
+sys.dont_write_bytecode = True
+from recorder import acp, claude, codex, neutral  # noqa: E402
+from recorder.child import Child  # noqa: E402
+
+SAYS = 'import json, os, signal, sys\ndef say(**message):\n    print(json.dumps(message), flush=True)\ndef hear():\n    return json.loads(input())\n'
+TIMEOUT = 20
+TERMINAL = {'sessionId': 's', 'command': 'printf "$WORD"', 'env': [{'name': 'WORD', 'value': 'made'}]}
+
+
+def runs(pid):
+    """Whether there is such a process, other than one that waits for being asked for its end."""
+    try:
+        with open(f'/proc/{pid}/cmdline', 'rb') as file:
+            return bool(file.read())
+    except FileNotFoundError:
+        return False
+
+
+class ChildCase(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def child(self, program):
+        return Child([sys.executable, '-c', SAYS + program], self.folder, dict(os.environ))
+
+    def played(self, talk_of, program, **case):
+        """The lines of a conversation with a program that is written here."""
+        child = self.child(program)
+        talk = talk_of(child, SimpleNamespace(**{'allows': True, 'stops_after': 0, **case}))
+        try:
+            talk.run('Please go on.')
+        finally:
+            child.close()
+        return [line for line in child.lines if 'exit' not in line], talk
+
+    def answers(self, lines):
+        return [line['out'].get('result', line['out'].get('error')) for line in lines if 'out' in line and 'method' not in line['out']]
+
+
+class LinesTest(ChildCase):
+    def test_EachLineIsKeptInItsOrderAndErrorsToo(self):
+        child = self.child('say(first=1)\nhear()\nprint("no json", flush=True)\nsay(second=2)\nsys.stderr.write("a word\\n")\n')
+        self.assertEqual(child.receive(), {'first': 1})
+        child.send({'hello': True})
+        self.assertEqual(child.receive(), {'second': 2})
+        self.assertIsNone(child.receive())
+        child._process.wait()
+        child.close()
+        self.assertEqual([line for line in child.lines if 'stderr' not in line],
+                         [{'in': {'first': 1}}, {'out': {'hello': True}}, {'text': 'no json\n'}, {'in': {'second': 2}}, {'exit': 0}])
+        self.assertIn({'stderr': 'a word\n'}, child.lines)
+
+    def test_TheEndOfAProgramIsALineOnlyWhereItIsItsOwn(self):
+        child = self.child('say(here=1)\nhear()\n')
+        child.receive()
+        child.close()
+        self.assertEqual(child.lines, [{'in': {'here': 1}}])
+
+    def test_NothingThatAProgramHasStartedStays(self):
+        child = self.child('import subprocess\nsay(pid=subprocess.Popen(["sleep", "100"]).pid)\nhear()\n')
+        pid = child.receive()['pid']
+        child.close()
+        deadline = time.monotonic() + TIMEOUT
+        while runs(pid):
+            self.assertLess(time.monotonic(), deadline, 'it still runs')
+            time.sleep(0.02)  # until the deadline; the end of a stranger's child is told to nobody here
+
+    def test_SilenceIsAnErrorThatSaysSo(self):
+        child = self.child('hear()\n')
+        self.addCleanup(child.close)
+        with self.assertRaisesRegex(TimeoutError, 'nothing came'):
+            child.receive(0.1)
+
+
+class ProtocolTest(ChildCase):
+    # A session and a turn of an agent that asks the client for all it offers.
+    AGENT = ('for result in ({}, {"sessionId": "s"}):\n    say(id=hear()["id"], result=result)\nturn = hear()["id"]\n'
+             'def ask(number, method, **params):\n    say(id=number, method=method, params=params)\n    return hear()\n'
+             'options = [{"optionId": "always", "kind": "allow_always"}, {"optionId": "yes", "kind": "allow_once"},\n'
+             '           {"optionId": "no", "kind": "reject_once"}]\n'
+             'ask(0, "session/request_permission", options=options)\n')
+
+    def acp(self, program, **case):
+        return self.played(lambda child, given: acp.Talk(child, 'grok', given, None), self.AGENT + program + 'say(id=turn, result={})\n', **case)
+
+    def test_APermissionIsGivenOnceOrRefused(self):
+        for allows, option in ((True, 'yes'), (False, 'no')):
+            lines, talk = self.acp('', allows=allows)
+            self.assertEqual(self.answers(lines), [{'outcome': {'outcome': 'selected', 'optionId': option}}])
+            self.assertEqual(talk.session, 's')
+
+    def test_FilesAndTerminalsOfTheClientAreServed(self):
+        lines, _ = self.acp(f'ask(1, "fs/write_text_file", path="{self.folder}/made/a.txt", content="text")\n'
+                            f'ask(2, "fs/read_text_file", path="{self.folder}/made/a.txt")\n'
+                            f'ask(3, "fs/read_text_file", path="/nowhere/a.txt")\n'
+                            f'terminal = ask(4, "terminal/create", **{TERMINAL!r})["result"]["terminalId"]\n'
+                            'ask(5, "terminal/output", terminalId=terminal)\nask(6, "nowhere/known")\n')
+        _, written, read, missing, created, output, unknown = self.answers(lines)
+        self.assertEqual((written, read), ({}, {'content': 'text'}))
+        self.assertEqual(missing, {'code': -32603, 'message': '/nowhere/a.txt: No such file or directory'})
+        self.assertEqual(output, {'output': 'made', 'truncated': False, 'exitStatus': {'exitCode': 0, 'signal': None}})
+        self.assertEqual((created['terminalId'], unknown['code']), ('TERMINAL-1', -32601))
+
+    def test_ATurnIsStoppedBehindAsManyPieces(self):
+        piece = 'say(method="session/update", params={"update": {"sessionUpdate": "agent_message_chunk"}})\n'
+        lines, _ = self.acp(piece * 3 + 'hear()\n', stops_after=2)
+        self.assertEqual([line['out'] for line in lines if line.get('out', {}).get('method') == 'session/cancel'],
+                         [{'jsonrpc': '2.0', 'method': 'session/cancel', 'params': {'sessionId': 's'}}])
+
+    def test_ASessionThatIsGoneIsFollowedByANewOne(self):
+        lines, talk = self.played(lambda child, case: acp.Talk(child, 'grok', case, 'gone'),
+                                  'for answer in ({"result": {}}, {"error": {}}, {"result": {"sessionId": "new"}}, {"result": {}}):\n'
+                                  '    say(id=hear()["id"], **answer)\n')
+        self.assertEqual([line['out']['method'] for line in lines if 'out' in line], ['initialize', 'session/load', 'session/new', 'session/prompt'])
+        self.assertEqual(talk.session, 'new')
+
+    def test_CodexIsAnsweredAndItsTurnWaitedFor(self):
+        agent = ('say(id=hear()["id"], result={})\nhear()\nhear()\nsay(id=hear()["id"], result={"thread": {"id": "t"}})\n'
+                 'say(id=hear()["id"], result={"turn": {"id": "u"}})\nsay(id=0, method="item/fileChange/requestApproval")\nhear()\n'
+                 'say(method="turn/completed")\nhear()\n')
+        lines, talk = self.played(lambda child, case: codex.Talk(child, 'codex', case, None), agent, allows=False)
+        self.assertEqual(self.answers(lines), [{'decision': 'decline'}])
+        self.assertEqual((talk.session, lines[-1]['out']['method']), ('t', 'account/rateLimits/read'))
+
+    def test_ClaudeIsAnsweredAndItsTurnWaitedFor(self):
+        agent = ('hear()\nsay(type="control_response")\nprompt = hear()\n'
+                 'say(type="control_request", request_id="r", request={"subtype": "can_use_tool", "input": {"command": "ls"}})\nhear()\n'
+                 'say(type="result")\n')
+        for allows, answer in ((True, {'behavior': 'allow', 'updatedInput': {'command': 'ls'}}),
+                               (False, {'behavior': 'deny', 'message': 'Denied by the user in tessarin.'})):
+            lines, _ = self.played(lambda child, case: claude.Talk(child, 'claude', case, 'session'), agent, allows=allows)
+            said = [line['out'] for line in lines if 'out' in line]
+            self.assertEqual([said[1]['message']['content'], said[1]['session_id']], ['Please go on.', 'session'])
+            self.assertEqual(said[2]['response'], {'subtype': 'success', 'request_id': 'r', 'response': answer})
+
+
+class NeutralTest(unittest.TestCase):
+    PLACES = neutral.places('/home/ada/run/project', '/home/ada/run/home', '/home/ada/run/tmp', '/opt/programs', 4711)
+
+    def neutral(self, message):
+        return json.loads(neutral.neutral([{'in': message}], self.PLACES)[0])['in']
+
+    def test_PlacesOfTheMachineAreNamedForWhatTheyAre(self):
+        said = {'cwd': '/home/ada/run/project', 'file': '/home/ada/run/home/.x/y', 'by': '/opt/programs/a', 'at': 'http://127.0.0.1:4711/v1',
+                'url': '%2Fhome%2Fada%2Frun%2Fproject%2Fa', 'slug': 'projects/-home-ada-run-project/memory', 'rest': 'home/ada/run/project',
+                'socket': '/home/ada/run/tmp/s', os.uname().nodename: os.uname().nodename}
+        self.assertEqual(self.neutral(said), {
+            'cwd': '{WS}', 'file': '{HOME}/.x/y', 'by': '{INST}/a', 'at': 'http://127.0.0.1:{PORT}/v1', 'url': '{WS-enc}%2Fa',
+            'slug': 'projects/{WS-name}/memory', 'rest': '{WS-relative}', 'socket': '{TMP}/s', os.uname().nodename: '{HOST}'})
+
+    def test_OfLongListsTwoAreKeptButAllThatAPermissionOffers(self):
+        said = {'tools': ['a', 'b', 'c'], 'commands': [{'name': 'a', 'description': 'long'}] * 3, 'options': [1, 2, 3]}
+        self.assertEqual(self.neutral(said), {'tools': ['a', 'b'], 'commands': [{'name': 'a'}] * 2, 'options': [1, 2, 3]})
+
+    def test_APlaceThatIsLeftIsFound(self):
+        fine = ['{"in":"{WS}/a"}', '{"in":"{TMP}/b"}']
+        for leak in ('{"in":"/home/ada/AGENTS.md"}', '{"in":"/tmp/socket"}', '{"in":"/var/tmp/x"}'):
+            self.assertEqual(neutral.leaks([*fine, leak], '/home/ada/run'), [leak])
+
+
+if __name__ == '__main__':
+    unittest.main()
