@@ -34,6 +34,23 @@ void stream(std::size_t chunks, const std::string& id)
     }
 }
 
+// Each time the same lines, the last of which is another one.
+void storm(std::size_t updates)
+{
+    std::string text;
+    while (text.size() < stormBytes) {
+        text += "[ 42%] Building CXX object src/CMakeFiles/queue.dir/upload_queue.cpp.o: line " + std::to_string(text.size()) + "\n";
+    }
+    const auto start = std::chrono::steady_clock::now();
+    for (std::size_t i = 0; i < updates; ++i) {
+        std::this_thread::sleep_until(start + std::chrono::duration<double>(static_cast<double>(i) / stormUpdatesPerSecond));
+        const JsonObject input{ { "command", "make" }, { "output", text + "update " + std::to_string(i) } };
+        const JsonObject update{ { "sessionUpdate", "tool_call_update" }, { "toolCallId", stormCall }, { "title", "Run command" },
+            { "status", "in_progress" }, { "rawInput", input } };
+        say({ { "method", "session/update" }, { "params", JsonObject{ { "sessionId", "s" }, { "update", update } } } });
+    }
+}
+
 // The text of the prompt, which the program sends as the first block of its content.
 std::string promptOf(const JsonObject& request)
 {
@@ -49,6 +66,8 @@ void answerPrompt(const std::string& prompt, std::size_t turn)
     const auto count = static_cast<std::size_t>(std::strtoull(prompt.c_str() + std::min(prompt.find(' '), prompt.size()), nullptr, 10));
     if (text.starts_with("stream ")) {
         stream(count, "answer-" + std::to_string(turn));
+    } else if (text.starts_with("storm ")) {
+        storm(count);
     } else if (text.starts_with("wait ")) {
         std::this_thread::sleep_for(std::chrono::seconds(count));
     }

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <numeric>
 #include <thread>
 
 namespace tessarin
@@ -107,11 +108,27 @@ void waitSeconds(double seconds)
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
+double settledMegabytesOf(pid_t process)
+{
+    constexpr int samples = 40;
+    std::vector<double> megabytes;
+    for (int i = 0; i < samples; ++i) {
+        megabytes.push_back(megabytesAllocatedBy(process));
+        waitSeconds(memoryLook / samples);
+    }
+    return median(megabytes);
+}
+
 std::vector<double> processorOf(const std::vector<BenchmarkFrame>& frames)
 {
     std::vector<double> result;
     std::transform(frames.begin(), frames.end(), std::back_inserter(result), [](const auto& frame) { return frame.processor; });
     return result;
+}
+
+double meanOf(const std::vector<double>& values)
+{
+    return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
 }
 
 double longestGapOf(const std::vector<BenchmarkFrame>& frames)

@@ -53,8 +53,13 @@ private:
 [[nodiscard]] Workspace benchmarkProject();
 void waitSeconds(double seconds);
 
+// What a process has allocated, in the middle of what is seen in the next two seconds: what is laid out and thrown away makes it swing.
+constexpr double memoryLook = 2;
+[[nodiscard]] double settledMegabytesOf(pid_t process);
+
 // What is read out of all frames.
 [[nodiscard]] std::vector<double> processorOf(const std::vector<BenchmarkFrame>& frames);
+[[nodiscard]] double meanOf(const std::vector<double>& values); // Requires: there are values.
 [[nodiscard]] double longestGapOf(const std::vector<BenchmarkFrame>& frames);
 
 } // namespace tessarin

@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <numeric>
 
 namespace tessarin
 {
@@ -27,11 +26,6 @@ namespace
 constexpr double costBar = 1.5;
 constexpr double frameBar = 0.97;
 constexpr double memoryBar = 2.0;
-
-double mean(const std::vector<double>& values)
-{
-    return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
-}
 
 constexpr ScreenArea messages{ 300, 200, 800, 300 };
 
@@ -44,25 +38,13 @@ struct Phase {
 Phase phaseOf(const char* what, const BenchmarkWindow& window, double begin, double end)
 {
     const auto frames = window.framesBetween(begin, end);
-    const Phase phase{ mean(processorOf(frames)), static_cast<double>(frames.size()) / (end - begin), longestGapOf(frames) };
+    const Phase phase{ meanOf(processorOf(frames)), static_cast<double>(frames.size()) / (end - begin), longestGapOf(frames) };
     std::printf("%-36s %5.2f ms of the main thread a frame, %5.1f frames a second, the longest took %4.0f ms\n", what, phase.cost * 1e3,
         phase.framesPerSecond, phase.longestGap * 1e3);
     return phase;
 }
 
-constexpr double look = 2;
-
-// In the middle of what is seen for two seconds.
-double memoryOf(const BenchmarkWindow& window)
-{
-    constexpr int samples = 40;
-    std::vector<double> megabytes;
-    for (int i = 0; i < samples; ++i) {
-        megabytes.push_back(megabytesAllocatedBy(window.process()));
-        waitSeconds(look / samples);
-    }
-    return median(megabytes);
-}
+constexpr double look = memoryLook;
 
 void waitUntil(double second)
 {
@@ -84,10 +66,10 @@ Answer watchAnswer(BenchmarkWindow& window, std::size_t chunks)
     waitUntil(answer.start + length / 10);
     const auto early = window.screen().pixels(messages);
     const double looked = secondsNow();
-    const double memoryBefore = memoryOf(window);
+    const double memoryBefore = settledMegabytesOf(window.process());
     waitUntil(answer.end - 2 * look - 1);
     const double text = (secondsNow() - looked) * chunksPerSecond * chunkBytes / 1e6;
-    answer.memory = (memoryOf(window) - memoryBefore) / text;
+    answer.memory = (settledMegabytesOf(window.process()) - memoryBefore) / text;
     waitUntil(answer.end);
     if (early == before || window.screen().pixels(messages) == early) {
         giveUp("the answer was not to be seen");
