@@ -144,5 +144,49 @@ TEST_F(AppModelUpdatesTest, ManyUpdatesOfAllKindsStayInOrder)
     EXPECT_EQ(model->entries()[1002].title, "Read 999");
 }
 
+// Some runtimes send the whole text of a running command with each of its updates.
+TEST_F(AppModelUpdatesTest, AStormOfUpdatesOfOneToolIsOneEntryWithTheLastText)
+{
+    const std::string lines(150'000, 'x');
+    Scenario round;
+    round.update(
+        R"({"sessionUpdate":"tool_call_update","toolCallId":"t","title":"make","rawInput":{"number":"{n}","output":")" + lines + R"("}})");
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt").repeat(1000, round).reply(endTurn);
+    runtime.script("grok", scenario);
+    openProject();
+    std::size_t appended = 0;
+    const auto subscription
+        = model->observe([&](const ModelChange& change) { appended += change.kind == ModelChange::Kind::entryAppended ? 1 : 0; });
+    runTurn("Hi");
+    ASSERT_EQ(model->entries().size(), 2u);
+    EXPECT_EQ(appended, 2u) << "the prompt and the tool";
+    const std::string& text = model->entries()[1].text;
+    EXPECT_NE(text.find(R"("number" : "999")"), std::string::npos);
+    EXPECT_LT(text.size(), lines.size() + 100);
+    EXPECT_LE(text.capacity(), 2 * lines.size()) << "nothing of the texts before is kept";
+    EXPECT_EQ(storedTree(), model->workspaces());
+    EXPECT_EQ(preferences.bytes(WorkspaceStore::key)->size() / lines.size(), 1u) << "the last text, once";
+}
+
+TEST_F(AppModelUpdatesTest, AStormOfOutputThatIsNoPartOfATaskLeavesTheEntryAsItWas)
+{
+    const std::string lines(150'000, 'x');
+    Scenario round;
+    round.update(R"({"sessionUpdate":"tool_call_update","toolCallId":"t","title":"make","status":"in_progress",)"
+                 R"("content":[{"type":"content","content":{"type":"text","text":"{n} )"
+        + lines + R"("}}]})");
+    Scenario scenario;
+    scenario.handshake().expect("session/prompt");
+    scenario.update(R"({"sessionUpdate":"tool_call","toolCallId":"t","title":"make","rawInput":{"command":"make"}})");
+    runtime.script("grok", scenario.repeat(1000, round).reply(endTurn));
+    openProject();
+    runTurn("Hi");
+    ASSERT_EQ(model->entries().size(), 2u);
+    EXPECT_EQ(model->entries()[1].text, "{\n  \"command\" : \"make\"\n}");
+    EXPECT_EQ(model->entries()[1].status, "in_progress");
+    EXPECT_EQ(storedTree(), model->workspaces());
+}
+
 } // namespace
 } // namespace tessarin::testing
