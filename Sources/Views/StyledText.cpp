@@ -51,7 +51,8 @@ StyledText::StyledText(QObject* parent) : QObject(parent)
 void StyledText::setContent(const StyledRuns& content)
 {
     const StyledRuns before = std::exchange(m_content, content);
-    if (m_isComplete) {
+    // A text that comes whole again and again is mostly the same.
+    if (m_isComplete && before != m_content) {
         const auto [kept, rest] = difference(before.runs, m_content.runs);
         write(kept, rest);
     }
