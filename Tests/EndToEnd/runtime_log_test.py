@@ -93,7 +93,11 @@ class TheLog(LogCase):
         self.window.key('F10')
         self.window.key('Left')
         self.window.key('Return')
-        self.window.key('Down')
+        item = self.window.find('menu item', '=Runtime Log')
+        for _ in range(5):
+            if not item.focused:
+                self.window.key('Down')
+        self.window.wait(lambda: item.focused, what='the focus on the entry')
         self.window.key('Return')
         self.window.wait(lambda: self.window.active_title() == 'Runtime Log', what='the log to be in front')
         self.await_text('line 1999')

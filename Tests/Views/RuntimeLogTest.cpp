@@ -13,8 +13,8 @@ namespace tessarin
 namespace
 {
 
-using testing::endTurn;
 using testing::hangingTurn;
+using testing::Scenario;
 
 std::string lines(int count, int from = 0)
 {
