@@ -8,7 +8,8 @@ import sys
 import unittest
 
 sys.dont_write_bytecode = True
-from model_client import ADDRESSES, DIALECTS, FREE_FORM, TIMEOUT, Server, asking, events  # noqa: E402
+from model_client import ADDRESSES, DIALECTS, FREE_FORM, READERS, TIMEOUT, Server, asking, events  # noqa: E402
+from modelserver.scenarios import Said, choose, meant  # noqa: E402
 
 PROGRAMS = tuple(ADDRESSES)
 ENDS = {'responses': 'response.completed', 'messages': 'end_turn', 'chat': 'stop'}
@@ -79,6 +80,18 @@ class ScenarioTest(ServerCase):
         answer = self.ask('kimi', ('user', 'SCENARIO:shell'), ('tool', 'a result'), ('user', 'SCENARIO:limit SCENARIO:reasoning'),
                           ('assistant', 'SCENARIO:limit'), ('user', 'and on'))
         self.assertEqual(''.join(answer['texts']), 'Thought it through: 42.')
+
+    def test_AReminderOfAProgramThatQuotesThePromptIsNotThePerson(self):
+        quoted = '<system-reminder>Tell what came after "SCENARIO:shell".</system-reminder>'
+        answer = self.ask('grok', ('user', 'SCENARIO:shell'), ('tool', 'done'), ('assistant', 'Tool finished.'), ('user', quoted))
+        self.assertEqual((answer['texts'][0], answer['calls']), ('Tool ', []))
+
+    def test_ATextOfAPersonMayStandForAScenario(self):
+        meanings = {'Please go on.': 'SCENARIO:edit PROBE_CWD=/p'}
+        said = [Said('user', 'SCENARIO:plain'), Said('assistant', 'Please go on.'), Said('user', 'So: Please go on.')]
+        choice = choose([meant(one, meanings) for one in said], 'kimi')
+        self.assertEqual((choice.name, choice.step, choice.folder), ('edit', 0, '/p'))
+        self.assertEqual(meant(said[1], meanings), said[1])
 
     def test_WithoutAScenarioTheAnswerIsPlain(self):
         self.assertEqual(self.ask('kimi', ('user', 'Hello'))['texts'][0], 'Hello')
@@ -171,6 +184,15 @@ class AsideTest(ServerCase):
         for program in self.every_program():
             answer = self.ask(program, ('user', 'SCENARIO:shell'), tools=[])
             self.assertEqual((answer['texts'], answer['calls']), (['Probe ', 'title'], []))
+
+    def test_AToolThatMustBeCalledIsCalledAndNotThatOfTheTurn(self):
+        choices = {'codex': {'type': 'function', 'name': 'title'}, 'claude': {'type': 'tool', 'name': 'title'}}
+        for program in self.every_program():
+            body = asking(program, ('user', 'SCENARIO:shell'), tools=[('Bash', ['command']), ('title', ['text'])])
+            body['tool_choice'] = choices.get(program, {'type': 'function', 'function': {'name': 'title'}})
+            with self.server.request('POST', ADDRESSES[program], body) as response:
+                answer = READERS[DIALECTS[program]](list(events(response)))
+            self.assertEqual((answer['texts'], answer['calls']), ([], [('title', {'text': 'Probe title'})]))
 
     def test_AVerdictOnACommandRefusesOnlyWhereTheScenarioSaysSo(self):
         for scenario, blocks in (('shell', False), ('shelldeny', True)):

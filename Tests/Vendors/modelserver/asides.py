@@ -2,8 +2,16 @@
 import json
 
 from .scenarios import Step
+from .tools import Call
 
-TITLE = Step(texts=('Probe ', 'title'), pause=0)
+WORDS = 'Probe title'
+TITLE = Step(texts=(WORDS[:6], WORDS[6:]), pause=0)
+
+
+def forced_call(name, tools):
+    """The call of the one tool that a request leaves no choice about, with the same words for all that it takes."""
+    tool = next((tool for tool in tools if tool.name == name), None)
+    return Call(name, {key: WORDS for key in tool.properties}) if tool else None
 
 
 def aside(name, last_text, tools, schema):

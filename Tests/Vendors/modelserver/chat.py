@@ -28,6 +28,12 @@ def tools(body):
     return [Tool(function.get('name', ''), (function.get('parameters') or {}).get('properties', {})) for function in functions]
 
 
+def forced_tool(body):
+    """The name of the tool that must be called, or None."""
+    choice = body.get('tool_choice')
+    return (choice.get('function') or {}).get('name') if isinstance(choice, dict) else None
+
+
 def schema(_body):
     return None
 

@@ -32,6 +32,12 @@ def tools(body):
             for tool in body.get('tools') or []]
 
 
+def forced_tool(body):
+    """The name of the tool that must be called, or None."""
+    choice = body.get('tool_choice')
+    return choice.get('name') if isinstance(choice, dict) else None
+
+
 def schema(body):
     return ((body.get('text') or {}).get('format') or {}).get('schema')
 

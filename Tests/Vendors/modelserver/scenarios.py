@@ -70,6 +70,8 @@ SCENARIOS = {
 }
 
 NAME = re.compile(r'SCENARIO:([a-z0-9_]+)(?:[ \t]+ONLY_AT=([a-z]+))?')
+# What a program says to the model in the person's name. Some quote the prompt in it.
+REMINDER = re.compile(r'\s*<system-reminder>.*</system-reminder>\s*', re.DOTALL)
 FOLDER = re.compile(r'PROBE_CWD=([^\s"\\<]+)')
 
 
@@ -85,7 +87,7 @@ def choose(conversation, program):
     """What a conversation asks for of a program: a scenario's name, how far it is, the project's folder and what tools have said since."""
     name, position, folder = 'plain', len(conversation), '.'
     for index, said in enumerate(conversation):
-        named = list(NAME.finditer(said.text)) if said.role == 'user' else []
+        named = list(NAME.finditer(said.text)) if said.role == 'user' and not REMINDER.fullmatch(said.text) else []
         if named:
             only_at = named[-1].group(2)
             name = named[-1].group(1) if only_at in (None, program) else 'plain'

@@ -7,9 +7,9 @@ from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 
 from . import chat, messages, responses
 from .answer import BREAK, PAUSE, Answer
-from .asides import aside
+from .asides import aside, forced_call
 from .others import other
-from .scenarios import choose, meant, step_of
+from .scenarios import Step, choose, meant, step_of
 from .tools import call_for
 
 DIALECTS = (responses, chat, messages)
@@ -128,9 +128,12 @@ class Handler(BaseHTTPRequestHandler):
         choice = choose(conversation, dialect.program(self._address))
         last = next((said.text for said in reversed(conversation) if said.role == 'user'), '')
         step = step_of(choice)
-        if not step.failure:
+        forced = None if step.failure else forced_call(dialect.forced_tool(body), tools)
+        if forced:
+            step = Step(pause=0)
+        elif not step.failure:
             step = aside(choice.name, last, tools, dialect.schema(body)) or step
-        call = call_for(step.wants, choice.folder, tools) if step.wants else None
+        call = forced or (call_for(step.wants, choice.folder, tools) if step.wants else None)
         refusal = self._refusal(dialect, step.failure, choice) if step.failure else None
         self._log_request(program=dialect.program(self._address), model=body.get('model'), stream=bool(body.get('stream')),
                           tools=[tool.name for tool in tools], scenario=choice.name, step=choice.step,
