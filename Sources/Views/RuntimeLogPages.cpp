@@ -46,7 +46,7 @@ void RuntimeLogPages::note(const ModelChange& change)
 void RuntimeLogPages::readLog()
 {
     read(std::exchange(m_isReplaced, false) ? Growth::anew : Growth::atItsEnd);
-    if (std::exchange(m_isEmpty, text().empty()) != m_isEmpty) {
+    if (const bool isEmpty = text().empty(); std::exchange(m_isEmpty, isEmpty) != isEmpty) {
         emit emptyChanged();
     }
 }

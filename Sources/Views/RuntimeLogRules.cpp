@@ -18,6 +18,10 @@ namespace
 constexpr qsizetype versionLimit = 100;
 constexpr char16_t escape = 0x1b;
 
+// Below the blank, as every table of ASCII has them. Their pictures in Unicode are in few fonts.
+constexpr std::array<const char*, 0x20> controlNames{ "NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL", "BS", "TAB", "LF", "VT", "FF",
+    "CR", "SO", "SI", "DLE", "DC1", "DC2", "DC3", "DC4", "NAK", "SYN", "ETB", "CAN", "EM", "SUB", "ESC", "FS", "GS", "RS", "US" };
+
 // Characters that are invisible, that turn the direction of a line, or that a text view takes for its own marks. The joiners of scripts
 // and of emoji are not among them.
 constexpr std::array<std::pair<char16_t, char16_t>, 11> hidden{ { { 0x7f, 0x9f }, { 0xad, 0xad }, { 0x61c, 0x61c }, { 0x180e, 0x180e },
@@ -68,7 +72,7 @@ QString harmless(const QString& text)
         } else if (unit == u'\r' && at + 1 < all.size() && all[at + 1] == QLatin1Char('\n')) {
             continue; // the end of a line on another system
         } else if (unit < 0x20 && unit != u'\n' && unit != u'\t') {
-            result += QChar(static_cast<char16_t>(0x2400 + unit)); // its picture
+            result += QStringLiteral("‹%1›").arg(QLatin1String(controlNames[unit]));
         } else if (isTag(all.mid(at))) {
             result += named(QChar::surrogateToUcs4(unit, all[++at].unicode()));
         } else if (isHidden(unit)) {

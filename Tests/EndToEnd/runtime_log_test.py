@@ -79,7 +79,7 @@ class TheLog(LogCase):
     def test_WhatIsCopiedIsWhatIsShownAndTheButtonSaysSo(self):
         self.work(writes(f'\x1b[31mERROR\x1b[0m in {self.desk.home}/secret-place \x1b]0;owned\x07\u202egnp.exe\n<b>no markup</b> [a](http://b)\n'))
         self.open_log()
-        shown = 'ERROR in ~/secret-place ␛]0;owned␇‹U+202E›gnp.exe\n<b>no markup</b> [a](http://b)'
+        shown = 'ERROR in ~/secret-place ‹ESC›]0;owned‹BEL›‹U+202E›gnp.exe\n<b>no markup</b> [a](http://b)'
         self.await_text(shown)
         self.window.click_on('~button', '=Copy Versions and Log')
         self.window.find(says='=Copied')

@@ -83,7 +83,7 @@ FocusScope {
             PageStack {
                 id: pages
 
-                width: view.width
+                width: view.width - Theme.space12 // beside the scroll bar
                 count: root.log.count
                 kept: selection.hasSelection
 
