@@ -19,6 +19,18 @@ static const json::value* valueAtPath(const json::object* message, std::string_v
     return nullptr;
 }
 
+// What stands between "${" and "}".
+static const json::value* valueOf(std::string_view place, const Placeholders& placeholders)
+{
+    const std::size_t colon = place.find(':');
+    if (colon == std::string_view::npos)
+        return valueAtPath(placeholders.message, place);
+    if (!placeholders.kept)
+        return nullptr;
+    const auto kept = placeholders.kept->find(std::string(place.substr(0, colon)));
+    return kept == placeholders.kept->end() ? nullptr : valueAtPath(&kept->second, place.substr(colon + 1));
+}
+
 static std::string asText(const json::value* value)
 {
     if (!value)
@@ -35,7 +47,7 @@ std::string filled(std::string text, const Placeholders& placeholders)
         const std::size_t end = text.find('}', at);
         if (end == std::string::npos)
             break;
-        const std::string value = asText(valueAtPath(placeholders.message, std::string_view(text).substr(at + 2, end - at - 2)));
+        const std::string value = asText(valueOf(std::string_view(text).substr(at + 2, end - at - 2), placeholders));
         text.replace(at, end + 1 - at, value);
         at += value.size();
     }
@@ -47,7 +59,7 @@ static json::value filledText(const std::string& text, const Placeholders& place
     const bool isOnePath = text.starts_with("${") && text.find('}') == text.size() - 1;
     if (!isOnePath)
         return json::value(filled(text, placeholders));
-    const json::value* value = valueAtPath(placeholders.message, std::string_view(text).substr(2, text.size() - 3));
+    const json::value* value = valueOf(std::string_view(text).substr(2, text.size() - 3), placeholders);
     return value ? *value : json::value(nullptr);
 }
 

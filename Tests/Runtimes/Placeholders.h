@@ -3,6 +3,7 @@
 #include <boost/json.hpp>
 
 #include <cstddef>
+#include <map>
 #include <string>
 
 namespace scripted
@@ -12,6 +13,7 @@ namespace scripted
 struct Placeholders {
     std::size_t round = 0; // "{n}"
     const boost::json::object* message = nullptr; // "${params.sessionId}": a path in the last expected message
+    const std::map<std::string, boost::json::object>* kept = nullptr; // "${name:params.sessionId}": in the one that was kept so
 };
 
 [[nodiscard]] std::string filled(std::string text, const Placeholders& placeholders);

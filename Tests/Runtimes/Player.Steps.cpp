@@ -36,6 +36,8 @@ bool Player::playProtocolStep(const std::string& name, const json::object& step)
         = name == "repeat" ? json::value(nullptr) : filled(step.empty() ? json::value() : step.begin()->value(), m_placeholders);
     if (name == "expect") {
         expect(value);
+        if (const json::value* keptName = step.if_contains("as"))
+            m_kept[asString(*keptName)] = m_current;
     } else if (name == "reply" || name == "replyError") {
         const json::value* to = step.if_contains("to");
         if (to && !m_lastRequests.contains(asString(*to)))

@@ -55,6 +55,7 @@ void Player::playStep(const json::object& step)
     // The name of a step is its first key; those after it are its settings.
     const std::string name = step.empty() ? std::string() : std::string(step.begin()->key());
     m_placeholders.message = &m_current;
+    m_placeholders.kept = &m_kept;
     if (!playProtocolStep(name, step) && !playStreamStep(name, step) && !playProcessStep(name, step))
         fail("unknown step " + json::serialize(step));
 }

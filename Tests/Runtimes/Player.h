@@ -48,6 +48,7 @@ private:
     Streams m_streams;
     Placeholders m_placeholders;
     boost::json::object m_current; // the last expected message
+    std::map<std::string, boost::json::object> m_kept; // by the name that an `expect` gave them
     std::map<std::string, boost::json::object> m_lastRequests; // by method, of those that were taken
     std::string m_sessionId = "session-1";
     bool m_hasClosedInput = false;

@@ -64,6 +64,16 @@ TEST_F(ScriptedRuntimeTest, WaitsForTheAnswerToARequestOfItsOwn)
     EXPECT_EQ(readMessage(*player), parsed(R"({"read":"text"})"));
 }
 
+TEST_F(ScriptedRuntimeTest, AMessageThatIsKeptIsThereForLaterSteps)
+{
+    playSteps(R"({"expect":{"response":1},"as":"created"},{"expect":{"response":2}},)"
+              R"({"send":{"id":"${created:result.terminalId}","text":"of ${created:id}, not ${id}","other":"${unknown:id}"}})");
+    const auto player = start();
+    player->writeLine(R"({"id":1,"result":{"terminalId":["T"]}})");
+    player->writeLine(R"({"id":2,"result":{}})");
+    EXPECT_EQ(readMessage(*player), parsed(R"({"id":["T"],"text":"of 1, not 2","other":null})"));
+}
+
 TEST_F(ScriptedRuntimeTest, ExpectsByPatternWhereThereIsNoMethod)
 {
     playSteps(R"({"expect":{"type":"user","message":{"role":"user"}}},{"send":{"type":"assistant","echo":"${message.content}"}})");
