@@ -1,6 +1,5 @@
 #include "CodexClientFixture.h"
-
-#include <fstream>
+#include "Recording.h"
 
 namespace tessarin::testing
 {
@@ -10,31 +9,22 @@ namespace
 
 using ::testing::ElementsAre;
 
-// Conversations that were recorded with Codex 0.169.0: what it said is said again, and what the client says has to be what it said then.
-// A line is {"out": what the client wrote}, {"in": what the program wrote} or {"stderr": text}; {WS} stands for the workspace.
+// Conversations with Codex 0.169.0.
 class CodexClientRecordingTest : public CodexClientTest
 {
 protected:
-    void play(const std::string& name, std::optional<std::string> storedThreadID = std::nullopt)
+    void play(const std::string& name)
     {
-        for (const JsonObject& line : lines(name)) {
-            if (const Json* message = line.if_contains("in"))
-                m_scenario.send(compactJson(*message));
-            else if (const Json* text = line.if_contains("stderr"))
-                m_scenario.standardError(std::string_view(text->as_string()));
-            else
-                addWritten(line.at("out"));
-        }
-        ASSERT_FALSE(written.empty());
-        runtime.script("codex", m_scenario);
+        m_recording.emplace("codex-" + name, runtime);
+        runtime.script("codex", m_recording->scenario());
         make(configuration());
-        start(std::move(storedThreadID));
+        start(m_recording->storedSession());
         ASSERT_TRUE(waitUntil(mainThread, [&] { return count("started") + count("replayed") == 1; })) << report();
-        prompt("Please go on.");
+        prompt(m_recording->prompt());
     }
-    // The messages of the client are those of the recording, in their order.
     void expectWhatWasWritten()
     {
+        const auto& written = m_recording->written();
         ASSERT_TRUE(waitUntil(mainThread, [&] { return runtime.received("codex").size() >= written.size(); }));
         EXPECT_EQ(runtime.received("codex"), written);
     }
@@ -60,30 +50,7 @@ protected:
         return states;
     }
 
-    std::vector<Json> written;
-
-private:
-    [[nodiscard]] std::vector<JsonObject> lines(const std::string& name) const
-    {
-        std::ifstream file(std::string(CODEX_RECORDINGS) + "/codex-" + name + ".jsonl");
-        std::vector<JsonObject> result;
-        for (std::string line; std::getline(file, line);) {
-            for (auto place = line.find("{WS}"); place != std::string::npos; place = line.find("{WS}"))
-                line.replace(place, 4, runtime.workspace());
-            result.push_back(boost::json::parse(line).as_object());
-        }
-        return result;
-    }
-    void addWritten(const Json& message)
-    {
-        written.push_back(message);
-        if (const auto method = textAt(message.as_object(), "method"))
-            m_scenario.expect(*method);
-        else
-            m_scenario.expectResponse(message.at("id").as_int64());
-    }
-
-    Scenario m_scenario;
+    std::optional<Recording> m_recording;
 };
 
 TEST_F(CodexClientRecordingTest, APlainTurn)
@@ -109,7 +76,7 @@ TEST_F(CodexClientRecordingTest, ASpentAllowance)
 
 TEST_F(CodexClientRecordingTest, AResumedThread)
 {
-    play("a-resumed-thread", "01a1fa3a-9550-7092-b8d0-60a4c48c348e");
+    play("a-resumed-thread");
     ASSERT_TRUE(waitForEvent("turn")) << report();
     EXPECT_EQ(eventsBut("log").front(), "replayed 01a1fa3a-9550-7092-b8d0-60a4c48c348e");
     EXPECT_EQ(textOf("agent_message_chunk"), "Thought it through: 42.");
@@ -119,7 +86,7 @@ TEST_F(CodexClientRecordingTest, AResumedThread)
 
 TEST_F(CodexClientRecordingTest, AThreadThatIsGone)
 {
-    play("a-thread-that-is-gone", "01a1fe27-94d4-7e12-8fdb-000000000000");
+    play("a-thread-that-is-gone");
     ASSERT_TRUE(waitForEvent("turn")) << report();
     EXPECT_EQ(eventsBut("log").front(), "started 01a1fe28-ced8-7441-b15a-de1749a1b32d");
     EXPECT_EQ(textOf("agent_message_chunk"), "Hello from the fake model. The answer is 42.");
@@ -129,7 +96,7 @@ TEST_F(CodexClientRecordingTest, AThreadThatIsGone)
 TEST_F(CodexClientRecordingTest, TwoPromptsInOneTurn)
 {
     play("two-prompts-in-one-turn");
-    prompt("Please go on.");
+    prompt(m_recording->prompt());
     ASSERT_TRUE(waitForEvent("turn", 2)) << report();
     EXPECT_EQ(textOf("agent_message_chunk"), "Hello from the fake model. The answer is 42.");
     expectWhatWasWritten();

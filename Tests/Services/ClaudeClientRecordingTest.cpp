@@ -1,7 +1,5 @@
 #include "ClaudeClientFixture.h"
-
-#include <fstream>
-#include <iterator>
+#include "Recording.h"
 
 namespace tessarin::testing
 {
@@ -14,56 +12,49 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-// What the real program said, played back. The session is resumed under the id that the recorded one had; the script goes on only when
-// the client writes what was written then.
-class ClaudeClientConversationTest : public ClaudeClientTest
+// Conversations with Claude Code 2.1.329. The sessions are resumed under the ids that the recorded ones had: that of a new one is made up.
+class ClaudeClientRecordingTest : public ClaudeClientTest
 {
 protected:
     void play(const std::string& name)
     {
-        std::ifstream file(std::string(RECORDED_CONVERSATIONS) + "/" + name + ".json");
-        ASSERT_TRUE(file.is_open()) << name;
-        const Json conversation = parsed(std::string(std::istreambuf_iterator<char>(file), {}));
-        Scenario scenario;
-        for (const Json& step : conversation.at("steps").as_array()) {
-            scenario.step(compactJson(step));
-            const JsonObject* expected = objectAt(step.as_object(), "expect");
-            if (expected && textAt(*expected, "type") == "user") {
-                m_sessionID = expected->at("session_id").as_string();
-                m_prompt = expected->at("message").at("content").as_string();
-            }
-        }
-        runtime.script("claude", scenario);
+        m_recording.emplace("claude-" + name, runtime);
+        runtime.script("claude", m_recording->scenario());
         make(configuration());
         client->onUsageUpdate = [this](const ProviderUsage& usage) { usages.push_back(usage); };
-        start(m_sessionID);
+        start(m_recording->storedSession());
         ASSERT_TRUE(waitForEvent("resumed")) << report();
         events.clear();
-        client->sendPrompt(m_prompt, [this](const Result<JsonObject, AgentError>& result) {
+        client->sendPrompt(m_recording->prompt(), [this](const Result<JsonObject, AgentError>& result) {
             events.emplace_back(result ? "turn" : "turnFailed " + result.error().description());
             outcome = result;
         });
+    }
+    void expectWhatWasWritten()
+    {
+        const auto& written = m_recording->written();
+        ASSERT_TRUE(waitForReceived(written.size()));
+        EXPECT_EQ(runtime.received("claude"), written);
     }
 
     std::optional<Result<JsonObject, AgentError>> outcome;
     std::vector<ProviderUsage> usages;
 
-private:
-    std::string m_sessionID;
-    std::string m_prompt;
+    std::optional<Recording> m_recording;
 };
 
-TEST_F(ClaudeClientConversationTest, APlainTurn)
+TEST_F(ClaudeClientRecordingTest, APlainTurn)
 {
-    play("claude-plain");
+    play("a-plain-turn");
     ASSERT_TRUE(waitForEvent("turn")) << report();
     EXPECT_THAT(events, ElementsAre("text 1 Hello", "text 1  from the", "text 1  fake model.", "text 1  The answer is 42.", "turn"));
     EXPECT_EQ(textAt(outcome->value(), "result"), "Hello from the fake model. The answer is 42.");
+    expectWhatWasWritten();
 }
 
-TEST_F(ClaudeClientConversationTest, ACommandThatIsAllowed)
+TEST_F(ClaudeClientRecordingTest, ACommandThatIsAllowed)
 {
-    play("claude-shell-allowed");
+    play("an-approved-command");
     ASSERT_TRUE(waitForEvent("permission")) << report();
     EXPECT_EQ(permissions.at(0).title, "Bash");
     EXPECT_EQ(permissions.at(0).detail,
@@ -74,22 +65,24 @@ TEST_F(ClaudeClientConversationTest, ACommandThatIsAllowed)
         ElementsAre("text 1 Running a command. ", AllOf(StartsWith("tool "), HasSubstr(R"("rawInput":{}})")),
             AllOf(StartsWith("tool "), HasSubstr(R"("command":"echo probe-shell > shell-made.txt)")), "permission 100000", "text 1 Tool ",
             "text 1 finished. ", "text 1 The probe ", "text 1 is over.", "turn"));
+    expectWhatWasWritten();
 }
 
-TEST_F(ClaudeClientConversationTest, ATurnThatIsCalledOffFailsInTheProgramsWords)
+TEST_F(ClaudeClientRecordingTest, ATurnThatIsCalledOffFailsInTheProgramsWords)
 {
-    play("claude-cancelled");
+    play("an-interrupted-turn");
     ASSERT_TRUE(waitForEvent("text", 12)) << report();
     client->cancel();
     ASSERT_TRUE(waitForEvent("turnFailed")) << report();
     EXPECT_EQ(events.size(), 13U) << report();
     EXPECT_EQ(events.back(), "turnFailed [ede_diagnostic] result_type=user last_content_type=n/a stop_reason=null");
     EXPECT_FALSE(outcome->error().isUsageLimitFailure());
+    expectWhatWasWritten();
 }
 
-TEST_F(ClaudeClientConversationTest, AnAllowanceThatIsUsedUp)
+TEST_F(ClaudeClientRecordingTest, AnAllowanceThatIsUsedUp)
 {
-    play("claude-limit-reached");
+    play("a-spent-allowance");
     ASSERT_TRUE(waitForEvent("turnFailed")) << report();
     EXPECT_THAT(events,
         ElementsAre("text 1 You've hit your 5-hour limit \xC2\xB7 resets 7:32pm (UTC)",
@@ -100,6 +93,7 @@ TEST_F(ClaudeClientConversationTest, AnAllowanceThatIsUsedUp)
     EXPECT_EQ(usages[0].primaryUsedPercent, 100.0);
     EXPECT_EQ(usages[0].resetsAt, Instant::fromSecondsSince1970(1795203145));
     EXPECT_EQ(usages[0].planType, "five_hour");
+    expectWhatWasWritten();
 }
 
 } // namespace
