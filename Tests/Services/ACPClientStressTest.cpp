@@ -75,6 +75,17 @@ protected:
         };
     }
 
+    // As often as that the whole output of one command, each time 150,000 bytes of it, behind its number.
+    static Scenario storm(std::int64_t times)
+    {
+        Scenario update;
+        update.raw(R"({"jsonrpc":"2.0","method":"session/update","params":{"sessionId":"session-1","update":)"
+                   R"({"sessionUpdate":"tool_call_update","toolCallId":"tool-1","status":"in_progress","content":[)"
+                   R"({"type":"content","content":{"type":"text","text":"{n} )");
+        update.step(R"({"fill":150000})").raw("\"}}]}}}\n");
+        return Scenario().handshake().expect("session/prompt").repeat(times, update).reply();
+    }
+
     std::int64_t updates = 0;
 };
 
@@ -94,6 +105,28 @@ TEST_F(ACPClientStressTest, AFloodWaitsInTheChildWhileTheMainThreadIsBusyAndNoth
     ASSERT_TRUE(waitForEvent("turn")) << updates;
     EXPECT_EQ(updates, floodLength);
     EXPECT_LT(residentBytes(), memory + 128 * mebibyte * memoryFactor);
+}
+
+TEST_F(ACPClientStressTest, AStormOfWholeOutputsTakesTheMemoryOfAFewOfThem)
+{
+    constexpr std::int64_t times = 1000;
+    openSession(storm(times));
+    std::string last;
+    std::uint64_t peak = 0;
+    client->onSessionUpdate = [&](const SessionUpdate& update) {
+        last = *textAt(*objectAt(arrayAt(update, "content")->at(0).get_object(), "content"), "text");
+        updates += last.substr(0, last.find(' ')) == std::to_string(updates) ? 1 : 0;
+        peak = std::max(peak, residentBytes());
+    };
+    const std::uint64_t memory = residentBytes();
+    prompt();
+    const std::uint64_t written = waitUntilChildIsHeldUp(EventGate::byteLimit);
+    EXPECT_LT(written, EventGate::byteLimit + 2 * mebibyte) << "the rest waits where it is made";
+    EXPECT_LT(residentBytes(), memory + 32 * mebibyte * memoryFactor);
+    ASSERT_TRUE(waitForEvent("turn")) << updates;
+    EXPECT_EQ(updates, times);
+    EXPECT_EQ(last, "999 " + std::string(150000, 'x'));
+    EXPECT_LT(peak, memory + 32 * mebibyte * memoryFactor);
 }
 
 TEST_F(ACPClientStressTest, AClientMayBeStoppedWhileItsChildIsHeldUp)

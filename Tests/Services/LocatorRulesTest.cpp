@@ -79,6 +79,7 @@ TEST(LocatorRulesTest, SignedInFollowsTheOrderOfTheTests)
         { 1, "{\"loggedIn\":false}", std::nullopt, false },
         // A blank after the colon matches neither fragment.
         { 2, "{\"loggedIn\": true}", std::nullopt, std::nullopt },
+        { 0, "{\n  \"loggedIn\": true,\n  \"authMethod\": \"claude.ai\"\n}", true, true },
         { 1, "{\"loggedIn\": true}", std::nullopt, false },
         { 2, "{\"loggedIn\": false}", std::nullopt, std::nullopt },
         { 2, "loggedIn:true", std::nullopt, std::nullopt },
