@@ -11,7 +11,8 @@ namespace tessarin
 class EntryListModel;
 
 // What a tool printed, page by page. Main thread only.
-class OutputPages : public PagedText, public QQmlParserStatus
+// The base is written with its namespace, as in TextSelection.
+class OutputPages : public tessarin::PagedText, public QQmlParserStatus
 {
     Q_OBJECT
     QML_ELEMENT

@@ -17,7 +17,8 @@ class WindowModel;
 
 // What the runtimes wrote to their error output since the latest one was started, page by page, and what a person needs besides to report
 // a problem. Hears of the log only while it exists; what comes in a burst is told once a frame. Main thread only.
-class RuntimeLogPages : public PagedText, public QQmlParserStatus
+// The base is written with its namespace, as in TextSelection.
+class RuntimeLogPages : public tessarin::PagedText, public QQmlParserStatus
 {
     Q_OBJECT
     QML_ELEMENT
