@@ -12,11 +12,11 @@ SYSTEM_PATH = '/usr/bin:/bin'
 
 
 class Desk:
-    """`close` must be called last: it removes everything."""
+    """`close` must be called last: it removes everything. within: a folder to stand in, instead of the system's temporary one."""
 
-    def __init__(self, runtimes, prefix='tessarin-desk-'):
+    def __init__(self, runtimes, prefix='tessarin-desk-', within=None):
         self._programs = runtimes
-        self.folder = tempfile.mkdtemp(prefix=prefix)
+        self.folder = tempfile.mkdtemp(prefix=prefix, dir=within)
         self.home = self._made('home')
         self.runtimes = self._made('runtimes')
         self.scripts = self._made('scripts')

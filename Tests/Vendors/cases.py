@@ -1,0 +1,145 @@
+"""What a person does with each vendor's program. A function is one case and takes the person; it fails where the window does not tell what
+has to be true."""
+import uuid
+
+from vendors import VENDORS
+
+ANSWER = 'The answer is 42.'
+FINISHED = 'The probe is over.'
+COMMAND_MADE = 'probe-shell\n'
+EDIT_MADE = 'probe edit line 1\nprobe edit line 2\n'
+# OpenCode asks five more times before it tells that an allowance is used up.
+LONG_PATIENCE = 180
+
+
+def streamed_answer_with_reasoning(person):
+    person.has()
+    person.begin()
+    person.asks_for('reasoning')
+    person.finished_after('Thought it through: 42.')
+    person.window.click_on('~button', 'Reasoning')
+    person.reads('I should think about the probe first.')
+
+
+def command_allowed_once(person):
+    person.has()
+    person.begin()
+    person.asks_for('shell')
+    person.reads(person.question)
+    person.assertIsNone(person.made('shell-made.txt'), 'it ran before it was allowed')
+    person.allows_once()
+    person.finished_after(FINISHED)
+    person.assertEqual(person.made('shell-made.txt'), COMMAND_MADE)
+
+
+def command_refused(person):
+    person.has()
+    person.begin()
+    person.asks_for('shell')
+    person.refuses()
+    person.finished()
+    person.assertIsNone(person.made('shell-made.txt'))
+
+
+def file_edit(person):
+    person.has()
+    person.begin()
+    person.asks_for('edit')
+    if person.vendor.asks_for_edits:
+        person.allows_once()
+    person.finished_after(FINISHED)
+    person.assertEqual(person.made('edit-made.txt'), EDIT_MADE)
+
+
+def stopped_in_mid_answer(person):
+    person.has()
+    person.begin()
+    person.asks_for('slow')
+    person.reads('word3 ')
+    person.assertFalse(person.is_read('word299'))
+    person.window.click_on('~button', '=Stop agent')
+    person.reads('Stopped by you.')
+    person.server.await_abandoned()
+    if person.vendor.stopped:
+        person.reads(f'Error from {person.vendor.label}: {person.vendor.stopped}')
+    else:
+        person.finished()
+    person.asks_for('plain')
+    person.finished_after(ANSWER)
+
+
+def exhausted_allowance_hands_over(person):
+    """The successor is installed only when the task is with this one: a task stays where it is until it must go."""
+    successor = VENDORS[person.vendor.successor]
+    person.has(person.vendor.program)
+    person.begin()
+    person.asks_for('plain')
+    person.finished_after(ANSWER)
+    person.has(successor.program)
+    person.asks_for('limit', f'ONLY_AT={person.vendor.program}')
+    person.reads(f'{person.vendor.label} allowance reached. Automatically handed this task to {successor.label}.', timeout=LONG_PATIENCE)
+    person.finished_after(ANSWER, number=2)
+    person.leave()
+    person.assertEqual(person.task()['lastProvider'], successor.provider)
+
+
+def exhausted_allowance_is_not_told(person):
+    """The turn ends well and without a word, so nobody can know."""
+    successor = VENDORS[person.vendor.successor]
+    person.has(person.vendor.program, successor.program)
+    person.begin()
+    person.asks_for('limit', f'ONLY_AT={person.vendor.program}')
+    person.await_status(f'{person.vendor.label} is working')
+    person.finished()
+    person.leave()
+    person.assertEqual({line.get('error') for line in person.server.turns('limit')}, {429})
+    person.assertEqual(person.task()['lastProvider'], person.vendor.provider)
+    person.assertEqual([entry['kind'] for entry in person.task()['entries']], ['user'])
+
+
+def restart_resumes_the_session(person):
+    person.has()
+    person.begin()
+    person.asks_for('plain')
+    person.finished_after(ANSWER)
+    person.leave()
+    session = person.session()
+    person.assertTrue(session)
+    person.begin()
+    person.asks_for('reasoning')
+    person.finished_after('Thought it through: 42.')
+    person.leave()
+    person.assertEqual(person.session(), session)
+
+
+def signed_out(person):
+    person.has(signed_in=False)
+    person.begin()
+    person.asks_for('auth')
+    person.fails_with(person.vendor.signed_out)
+    if person.vendor.signed_out_note:
+        person.reads(person.vendor.signed_out_note)
+
+
+def unknown_stored_session(person):
+    """Another one takes its place, and the task goes on."""
+    unknown = _begin_with_an_unknown_session(person)
+    person.finished_after(ANSWER)
+    person.leave()
+    person.assertNotIn(person.session(), (None, unknown))
+
+
+def unknown_stored_session_fails(person):
+    unknown = _begin_with_an_unknown_session(person)
+    person.fails_with(f'^No conversation found with session ID: {unknown}$')
+    person.leave()
+    person.assertEqual(person.session(), unknown)
+
+
+def _begin_with_an_unknown_session(person):
+    unknown = str(uuid.uuid4())
+    person.has()
+    person.had_session(unknown)
+    person.begin()
+    person.asks_for('plain')
+    return unknown

@@ -1,0 +1,96 @@
+#!/usr/bin/python3
+"""The vendors' real programs, driven through the window of the real application.
+
+    run.py --program TESSARIN --folder BUILD/vendors [--only VENDOR]... [--case WORDS]... [--pictures FOLDER]
+
+Installs the programs in the folder, plays each case with each of them against a model on the loopback address, and prints a table.
+Ends with status 1 when a cell is not as it is expected.
+"""
+import argparse
+import json
+import os
+import re
+import sys
+import time
+import unittest
+import uuid
+
+sys.dont_write_bytecode = True
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'EndToEnd'))
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description='Drives the vendors\' real programs through the window.')
+    parser.add_argument('--program', required=True, help='the built application')
+    parser.add_argument('--folder', required=True, help='where the vendors\' programs are installed')
+    parser.add_argument('--pictures', default='', help='where a picture of each failure goes')
+    parser.add_argument('--only', action='append', default=[], metavar='VENDOR', help='codex, opencode, claude, kimi or grok')
+    parser.add_argument('--case', action='append', default=[], metavar='WORDS', help='only the cases whose title has these words')
+    return parser.parse_args()
+
+
+def versions(programs):
+    """As the installed packages tell them."""
+    from vendors import VENDORS
+    out = {}
+    for vendor in VENDORS.values():
+        with open(os.path.join(programs, '..', vendor.package, 'package.json')) as file:
+            out[vendor.program] = json.load(file)['version']
+    return out
+
+
+def tests(given, programs):
+    """(title, program, what the table shows, the test) of each cell that is asked for."""
+    from table import ROWS
+    from vendor_case import VendorCase
+    from vendors import VENDORS
+    desks = os.path.join(os.path.abspath(given.folder), 'desks')
+    for vendor in VENDORS.values():
+        if given.only and vendor.program not in given.only:
+            continue
+        for row in ROWS:
+            shown, act = row.of(vendor.program)
+            if act and (not given.case or any(words in row.title for words in given.case)):
+                name = re.sub(r'[^a-z0-9]+', '-', f'{vendor.program} {row.title}'.lower())
+                yield row.title, vendor.program, shown, VendorCase(name, vendor, act, programs, desks)
+
+
+def left_behind(mark):
+    """What this run has started and what still runs although everything has been closed."""
+    from driver.processes import ProcessGroup
+    group = ProcessGroup(mark)
+    end = time.monotonic() + 10
+    while group.marked() and time.monotonic() < end:
+        time.sleep(0.1)
+    left = group.marked()
+    group.end_all()
+    return left
+
+
+def main():
+    given = arguments()
+    os.environ.update(TESSARIN_PROGRAM=os.path.abspath(given.program), TESSARIN_SCREENSHOTS=os.path.abspath(given.pictures or given.folder),
+                      TESSARIN_VENDORS_RUN=uuid.uuid4().hex)
+    from install import installed
+    from table import markdown
+    programs = installed(os.path.abspath(given.folder))
+    cells, failed = {}, False
+    began = time.monotonic()
+    for title, program, shown, test in tests(given, programs):
+        before = time.monotonic()
+        result = unittest.TestResult()
+        test.run(result)
+        cells[title, program] = shown if result.wasSuccessful() else 'FAILED'
+        failed = failed or not result.wasSuccessful()
+        print(f'{program}: {title}: {cells[title, program]} ({time.monotonic() - before:.0f} s)', flush=True)
+        for _, trace in result.failures + result.errors:
+            print(trace, flush=True)
+    left = left_behind('TESSARIN_VENDORS_RUN=' + os.environ['TESSARIN_VENDORS_RUN'])
+    print(f'\n{markdown(cells, versions(programs))}\n\n{len(cells)} cells in {time.monotonic() - began:.0f} s.')
+    if left:
+        print(f'Left behind and ended now: {sorted(left)}')
+    return 1 if failed or left or not cells else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())

@@ -1,0 +1,60 @@
+"""Vendors by cases: what is played, what is expected, and how it is printed."""
+from dataclasses import dataclass, field
+from typing import Callable
+
+import cases
+import deviations
+from vendors import VENDORS
+
+YES = 'yes'
+NOT_TOLD = ('not told', deviations.use_of_the_allowance_is_not_told)
+NOTHING = ('', None)  # the case is about something that the program does not have
+
+
+@dataclass(frozen=True)
+class Row:
+    """One case. Where a vendor's program cannot do it, `instead` has what it does, by program: a word for the table, and the function
+    that proves it, so that a program that has learned it is seen."""
+    title: str
+    act: Callable
+    instead: dict = field(default_factory=dict)
+
+    def of(self, program):
+        """(what the table shows when all is as expected, the function)."""
+        return self.instead.get(program, (YES, self.act))
+
+
+ROWS = (
+    Row('streamed answer with reasoning', cases.streamed_answer_with_reasoning),
+    Row('command, allowed once', cases.command_allowed_once),
+    Row('command, refused', cases.command_refused),
+    Row('file edit', cases.file_edit),
+    Row('stop in mid-answer', cases.stopped_in_mid_answer,
+        {program: ('yes, told as a failure', cases.stopped_in_mid_answer) for program in ('codex', 'claude')}),
+    Row('exhausted allowance, handoff', cases.exhausted_allowance_hands_over,
+        {'kimi': ('no, does not tell it (K1)', cases.exhausted_allowance_is_not_told)}),
+    Row('restart, session resumed', cases.restart_resumes_the_session),
+    Row('signed out', cases.signed_out),
+    Row('unknown stored session', cases.unknown_stored_session,
+        {'claude': ('no, its refusal is told', cases.unknown_stored_session_fails)}),
+    Row('the sheet shows the command', deviations.sheet_shows_the_command),
+    Row('a line for a shell', deviations.shell_line_is_run_by_a_shell),
+    Row('full access asks nothing', deviations.full_access_asks_nothing,
+        {'claude': ('yes, as root in a sandbox (R1)', deviations.full_access_as_root_needs_a_sandbox)}),
+    Row('back from full access it asks', deviations.asks_again_after_full_access),
+    Row('the mode is an argument', deviations.mode_is_an_argument, {program: NOTHING for program in VENDORS if program != 'grok'}),
+    Row('asks with no settings of its own', cases.command_refused,
+        {'opencode': ('no, runs unasked (O2)', deviations.asks_only_when_told_to)}),
+    Row('use of the allowance', deviations.use_of_the_allowance, {program: NOT_TOLD for program in ('grok', 'kimi', 'opencode')}),
+    Row('a flood of output', deviations.flood_of_output),
+)
+
+
+def markdown(cells, versions):
+    """cells: (title, program) -> what came out."""
+    programs = list(VENDORS)
+    lines = ['| | ' + ' | '.join(f'{program} {versions[program]}' for program in programs) + ' |', '|---' * (len(programs) + 1) + '|']
+    for row in ROWS:
+        if any((row.title, program) in cells for program in programs):
+            lines.append(f'| {row.title} | ' + ' | '.join(cells.get((row.title, program), '') for program in programs) + ' |')
+    return '\n'.join(lines)

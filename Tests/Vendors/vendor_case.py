@@ -1,0 +1,154 @@
+"""A person with one or more of the vendors' real programs, their homes set up for the model on this machine, and the window."""
+import os
+import sys
+import uuid
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'EndToEnd'))
+from desk import Desk, task  # noqa: E402
+from driver import Session  # noqa: E402
+from driver.processes import ProcessGroup  # noqa: E402
+from server import ModelServer  # noqa: E402
+from vendors import VENDORS  # noqa: E402
+from window_case import WindowCase  # noqa: E402
+
+# A real program on a busy machine: the slowest takes eight seconds for its first answer on an idle one.
+PATIENCE = 60
+TITLE = 'tessarin'
+
+
+class VendorCase(WindowCase):
+    """One case of one vendor. `act` is a function of this object, which is the person, and does all of it."""
+
+    screen = (1280, 900)
+
+    def __init__(self, name, vendor, act, programs, folder):
+        setattr(self, name, self._play)
+        super().__init__(name)
+        self.vendor, self._act, self._programs, self._folder = vendor, act, programs, folder
+        self._mark = 'TESSARIN_VENDOR_CHILD=' + uuid.uuid4().hex
+
+    def setUp(self):
+        os.makedirs(self._folder, exist_ok=True)
+        # Codex lets an agent write below the system's temporary folder unasked.
+        self.desk = Desk(self._programs, prefix=self.vendor.program + '-', within=self._folder)
+        self.addCleanup(self.desk.close)
+        self.server = ModelServer(self.desk.folder)
+        self.addCleanup(self.server.close)
+        self.window = Session(size=self.screen, home=self.desk.home, path=self.desk.path, timeout=PATIENCE,
+                              env={'TESSARIN_APPEARANCE': 'light', 'TESSARIN_VENDORS_RUN': os.environ.get('TESSARIN_VENDORS_RUN', '')})
+        self.addCleanup(self.window.close)
+        self.window.start()
+        # From here on: only the program and what it starts bears the mark.
+        self.window.env.update([self._mark.split('=')])
+        self.project = self.desk.project()
+
+    def _play(self):
+        self._act(self)
+        self.leave()
+
+    # What the person has.
+    def has(self, *programs, signed_in=True, **settings):
+        """Installs these programs, or the one the case is about, with their homes; settings go to the function of homes.py."""
+        self._put_node_first()
+        for program in programs or (self.vendor.program,):
+            vendor = VENDORS[program]
+            self.desk.install(program)
+            vendor.configure(self.desk.home, self.server.address, signed_in, **settings)
+
+    def _put_node_first(self):
+        """Where Kimi's environment looks before the system's folders: there the Node.js of many systems is too old for it."""
+        folder = os.path.join(self.desk.home, '.local', 'bin')
+        if not os.path.isdir(folder):
+            os.makedirs(folder)
+            os.symlink(os.path.join(self._programs, 'node'), os.path.join(folder, 'node'))
+
+    def allows(self, mode):
+        """Has chosen an approval mode before."""
+        self.desk.prefer(grokPermissionMode_v1=mode)
+
+    def had_session(self, identifier):
+        """Had a task in a session of that vendor before."""
+        self._projects = (self.project, [task('An old task', providerSessionIDs={self.vendor.provider: identifier},
+                                              lastProvider=self.vendor.provider,
+                                              **({'sessionId': identifier} if self.vendor.provider == 'grok' else {}))])
+
+    _projects = None
+
+    # What the person does.
+    def begin(self):
+        """Starts the program, with the one project when it is for the first time."""
+        if not os.path.exists(self.desk.tree_file):
+            self.desk.store(self._projects or self.project)
+        self.open()
+        self.window.find('~input', '=Message')
+
+    def asks_for(self, scenario, *words):
+        """Sends a prompt that chooses what the model does."""
+        self.prompt(' '.join([f'SCENARIO:{scenario}', *words, f'PROBE_CWD={self.project}']))
+
+    def allows_once(self):
+        self.answers_with('Return')
+
+    def refuses(self):
+        self.answers_with('Escape')
+
+    def answers_with(self, key):
+        self.reads(self.question)
+        # What is pressed before the sheet stands gives no permission.
+        self.window.still(of=self.window.find('~button', '=Reject'), timeout=3)
+        self.window.key(key)
+        self.window.wait_gone(says=self.question)
+
+    def leave(self):
+        """Ends the program, and waits until nothing that it has started is left."""
+        self.app.must_live = False
+        if self.app.running:
+            self.window.key('Ctrl+Q')
+            self.assertEqual(self.app.wait(30), 0)
+        left = ProcessGroup(self._mark)
+        self.window.wait(lambda: not left.marked(), 20, 'the end of all that the program has started')
+
+    def running_commands(self):
+        """The command lines of all that the program has started and that still runs."""
+        commands = []
+        for pid in self.window.children_of(self.app):
+            try:
+                with open(f'/proc/{pid}/cmdline') as file:
+                    commands.append(file.read().split('\0')[:-1])
+            except OSError:
+                pass  # it ended meanwhile
+        return commands
+
+    # What the person sees.
+    @property
+    def question(self):
+        return f'{self.vendor.label} needs permission'
+
+    def finished(self):
+        self.await_status('Ready')
+
+    def finished_after(self, text, number=1):
+        """The end of a turn that has said this. number: so often it has been said by then."""
+        self.window.find(says=text, role='text', index=number - 1)
+        self.finished()
+
+    def fails_with(self, pattern):
+        """What is told in the banner, a pattern."""
+        self.await_status('Needs attention')
+        self.window.find('alert', f'/{pattern}/')
+
+    def made(self, name):
+        """The content of a file in the project, or None."""
+        path = os.path.join(self.project, name)
+        if not os.path.exists(path):
+            return None
+        with open(path) as file:
+            return file.read()
+
+    def task(self):
+        """The one task as it is stored."""
+        return self.desk.stored()[0]['threads'][0]
+
+    def session(self):
+        """The session that is stored for the vendor."""
+        return self.task().get('providerSessionIDs', {}).get(self.vendor.provider)
