@@ -14,6 +14,14 @@ run_tests() {
     exec ctest --test-dir "$folder" --parallel "$(nproc)" --output-on-failure --no-tests=error "$@"
 }
 
+# drive_vendors ARGUMENT...: the vendors' real programs, installed and driven through the window; the last lines are a table.
+drive_vendors() {
+    build debug tessarin
+    say "Driving the vendors' programs"
+    exec /usr/bin/python3 -B "$root/Tests/Vendors/run.py" --program "$root/build/debug/tessarin" --folder "$root/build/vendors" \
+        --pictures "$root/build/vendors/pictures" "$@"
+}
+
 # Prints what the benchmarks say as the table of the README: their lines read "what: ratio (bar ...)".
 run_benchmarks() {
     local program line lines="" failed=""
