@@ -12,7 +12,6 @@ set(loaded
     qml6-module-qtquick
     qml6-module-qtquick-layouts
     qml6-module-qtquick-templates
-    qml6-module-qtquick-window
     qt6-image-formats-plugins # WebP in the gallery; the other formats come with what is linked
 )
 # Without these it works, with less: no state of the repository in a handoff, no screen reader, a key of the remote host that lies in a file,
