@@ -19,79 +19,75 @@ void AppModel::setInstallStatus(Status& field, Status status)
     publish(field, std::move(status), ModelChange::Kind::installStatus);
 }
 
+// The steps of all refreshes. `probe` is the locator's question to the program at `path`.
+template <class Status, class Probe>
+void AppModel::refreshRuntime(AgentProvider provider, Status AppModel::*field, const std::optional<std::string>& path, Probe probe)
+{
+    if (!path) {
+        return setInstallStatus<Status>(this->*field, Missing());
+    }
+    typename Status::Found found;
+    found.path = *path;
+    setInstallStatus<Status>(this->*field, std::move(found));
+    m_probes.run({ provider, *path }, [weak = weak_from_this(), provider, field, path = *path, probe] {
+        if (const auto model = weak.lock()) {
+            model->startProbe(provider, field, path, probe);
+        }
+    });
+}
+
+template <class Status, class Probe>
+void AppModel::startProbe(AgentProvider provider, Status AppModel::*field, const std::string& path, Probe probe)
+{
+    // The locators that know of signing in answer with one thing more.
+    probe(path, m_surroundings.runtimes, m_surroundings.mainThread,
+        [weak = weak_from_this(), provider, field, path](const std::optional<std::string>& version, auto... signedIn) {
+            if (const auto model = weak.lock()) {
+                model->finishProbe<Status>(provider, field, typename Status::Found{ path, version, signedIn... });
+            }
+        });
+}
+
+// An answer of a program that is no longer the one that is found says nothing of the one that is.
+template <class Status>
+void AppModel::finishProbe(AgentProvider provider, Status AppModel::*field, typename Status::Found answer)
+{
+    const ProbeLimit::Program program{ provider, answer.path };
+    const auto* found = (this->*field).installed();
+    if (found && found->path == answer.path) {
+        setInstallStatus<Status>(this->*field, std::move(answer));
+    }
+    m_probes.end(program);
+}
+
 void AppModel::refreshInstallStatus()
 {
-    const auto path = GrokLocator::findExecutable(m_surroundings.runtimes);
-    if (!path) {
-        return setInstallStatus<GrokInstallStatus>(m_installStatus, Missing());
-    }
-    setInstallStatus<GrokInstallStatus>(m_installStatus, Installed{ *path, std::nullopt });
-    GrokLocator::version(*path, m_surroundings.runtimes, m_surroundings.mainThread,
-        [weak = weak_from_this(), path = *path](const std::optional<std::string>& version) {
-            if (const auto model = weak.lock()) {
-                model->setInstallStatus<GrokInstallStatus>(model->m_installStatus, Installed{ path, version });
-            }
-        });
-}
-
-void AppModel::refreshKimiInstallStatus()
-{
-    const auto path = KimiLocator::findExecutable(m_surroundings.runtimes);
-    if (!path) {
-        return setInstallStatus<KimiInstallStatus>(m_kimiInstallStatus, Missing());
-    }
-    setInstallStatus<KimiInstallStatus>(m_kimiInstallStatus, Installed{ *path, std::nullopt });
-    KimiLocator::version(*path, m_surroundings.runtimes, m_surroundings.mainThread,
-        [weak = weak_from_this(), path = *path](const std::optional<std::string>& version) {
-            if (const auto model = weak.lock()) {
-                model->setInstallStatus<KimiInstallStatus>(model->m_kimiInstallStatus, Installed{ path, version });
-            }
-        });
-}
-
-void AppModel::refreshOpenCodeInstallStatus()
-{
-    const auto path = OpenCodeLocator::findExecutable(m_surroundings.runtimes);
-    if (!path) {
-        return setInstallStatus<OpenCodeInstallStatus>(m_openCodeInstallStatus, Missing());
-    }
-    setInstallStatus<OpenCodeInstallStatus>(m_openCodeInstallStatus, Installed{ *path, std::nullopt });
-    OpenCodeLocator::version(*path, m_surroundings.runtimes, m_surroundings.mainThread,
-        [weak = weak_from_this(), path = *path](const std::optional<std::string>& version) {
-            if (const auto model = weak.lock()) {
-                model->setInstallStatus<OpenCodeInstallStatus>(model->m_openCodeInstallStatus, Installed{ path, version });
-            }
-        });
+    refreshRuntime(
+        AgentProvider::grok, &AppModel::m_installStatus, GrokLocator::findExecutable(m_surroundings.runtimes), &GrokLocator::version);
 }
 
 void AppModel::refreshCodexInstallStatus()
 {
-    const auto path = CodexLocator::findExecutable(m_surroundings.runtimes);
-    if (!path) {
-        return setInstallStatus<CodexInstallStatus>(m_codexInstallStatus, Missing());
-    }
-    setInstallStatus<CodexInstallStatus>(m_codexInstallStatus, InstalledWithSignIn{ *path, std::nullopt, std::nullopt });
-    CodexLocator::inspect(*path, m_surroundings.runtimes, m_surroundings.mainThread,
-        [weak = weak_from_this(), path = *path](const std::optional<std::string>& version, std::optional<bool> signedIn) {
-            if (const auto model = weak.lock()) {
-                model->setInstallStatus<CodexInstallStatus>(model->m_codexInstallStatus, InstalledWithSignIn{ path, version, signedIn });
-            }
-        });
+    refreshRuntime(AgentProvider::codex, &AppModel::m_codexInstallStatus, CodexLocator::findExecutable(m_surroundings.runtimes),
+        &CodexLocator::inspect);
+}
+
+void AppModel::refreshKimiInstallStatus()
+{
+    refreshRuntime(
+        AgentProvider::kimi, &AppModel::m_kimiInstallStatus, KimiLocator::findExecutable(m_surroundings.runtimes), &KimiLocator::version);
+}
+
+void AppModel::refreshOpenCodeInstallStatus()
+{
+    refreshRuntime(AgentProvider::glm, &AppModel::m_openCodeInstallStatus, OpenCodeLocator::findExecutable(m_surroundings.runtimes),
+        &OpenCodeLocator::version);
 }
 
 void AppModel::refreshClaudeInstallStatus()
 {
-    const auto path = ClaudeLocator::findExecutable(m_surroundings.runtimes);
-    if (!path) {
-        return setInstallStatus<ClaudeInstallStatus>(m_claudeInstallStatus, Missing());
-    }
-    setInstallStatus<ClaudeInstallStatus>(m_claudeInstallStatus, InstalledWithSignIn{ *path, std::nullopt, std::nullopt });
-    ClaudeLocator::inspect(*path, m_surroundings.runtimes, m_surroundings.mainThread,
-        [weak = weak_from_this(), path = *path](const std::optional<std::string>& version, std::optional<bool> signedIn) {
-            if (const auto model = weak.lock()) {
-                model->setInstallStatus<ClaudeInstallStatus>(model->m_claudeInstallStatus, InstalledWithSignIn{ path, version, signedIn });
-            }
-        });
+    refreshRuntime(AgentProvider::claude, &AppModel::m_claudeInstallStatus, ClaudeLocator::findExecutable(m_surroundings.runtimes),
+        &ClaudeLocator::inspect);
 }
 
 void AppModel::logIn()
@@ -100,7 +96,8 @@ void AppModel::logIn()
     if (!path) {
         return setInstallStatus<GrokInstallStatus>(m_installStatus, Missing());
     }
-    setConnectionState(ConnectionState::Kind::connecting);
+    m_isSigningIn = !isTurnUnderWay();
+    publish(m_connectionState, ConnectionState(ConnectionState::Kind::connecting), ModelChange::Kind::connectionState);
     ChildLaunch launch;
     launch.executable = *path;
     launch.arguments = { "login" };

@@ -3,6 +3,7 @@
 #include "App/ChangeSignal.h"
 #include "App/EntryIndex.h"
 #include "App/ModelChange.h"
+#include "App/ProbeLimit.h"
 #include "App/ProviderSelection.h"
 #include "App/RemoteContext.h"
 #include "App/RemoteSnapshotBuilder.h"
@@ -58,6 +59,8 @@ public:
 
     static constexpr const char* permissionModeKey = "grokPermissionMode.v1";
     static constexpr const char* routingModeKey = "providerRoutingMode.v1";
+    // What imagineProgress says when the person has stopped a generation.
+    static constexpr const char* generationStopped = "Stopped";
 
     // Loads the tree, the modes and the media library, and asks the runtimes for their versions. No client starts before the first prompt.
     [[nodiscard]] static std::shared_ptr<AppModel> make(Surroundings surroundings);
@@ -97,6 +100,9 @@ public:
     void openImagineItem(const ImagineItem& item);
     // Moves the file to the trash, and forgets the item whether or not that succeeds.
     void deleteImagineItem(const ImagineItem& item);
+    // Before the program ends: asks the runtimes of both sections to end, and stores what the tasks show. A conversation of which only
+    // a part has been replayed stays as it was before. Returns when the runtimes have been asked; nothing else may follow but the next.
+    void stopRuntimes();
     // Before the program ends: drops the copies that have not begun, and returns when those under way are in the library or, where much
     // is missing of them, given up, and the history is written.
     void finishImagineImports();
@@ -121,7 +127,8 @@ public:
     void rotateRemoteAccessKey();
 
     // What is known of the runtimes. Each publishes at once what was found, and the version and sign-in when the program has told them;
-    // of overlapping refreshes the last answer stays.
+    // of overlapping refreshes of one program the last answer stays, and an answer of another program than the one found last is dropped.
+    // However often it is asked, few probes of one program run at a time, and the last of them begins after the last refresh.
     void refreshInstallStatus(); // Grok
     void refreshCodexInstallStatus();
     void refreshKimiInstallStatus();
@@ -148,6 +155,8 @@ public:
     [[nodiscard]] const std::optional<PermissionRequest>& permissionRequest() const;
     // Whether the agent that asks is still there to hear an answer; false while nobody asks.
     [[nodiscard]] bool isPermissionHeard() const;
+    // The section that asked last.
+    [[nodiscard]] AppSection permissionSection() const;
     [[nodiscard]] const std::optional<std::string>& errorMessage() const;
     [[nodiscard]] const std::string& cliLog() const;
     [[nodiscard]] AppSection selectedSection() const;
@@ -179,6 +188,8 @@ public:
     [[nodiscard]] const ChatThread* selectedThread() const;
     [[nodiscard]] const std::vector<ChatEntry>& entries() const; // of the selected task, else empty
     [[nodiscard]] bool canSend() const;
+    // A runtime is at work for the selected task, or starting for it. A connection that is busy with a sign-in is not.
+    [[nodiscard]] bool isTurnUnderWay() const;
     [[nodiscard]] bool canChangePermissionMode() const;
     [[nodiscard]] bool canChangeRoutingMode() const;
     [[nodiscard]] bool hasRunnableProvider() const; // looks at the file system
@@ -293,6 +304,12 @@ private:
     // Signing in.
     template <class Status>
     void setInstallStatus(Status& field, Status status);
+    template <class Status, class Probe>
+    void refreshRuntime(AgentProvider provider, Status AppModel::*field, const std::optional<std::string>& path, Probe probe);
+    template <class Status, class Probe>
+    void startProbe(AgentProvider provider, Status AppModel::*field, const std::string& path, Probe probe);
+    template <class Status>
+    void finishProbe(AgentProvider provider, Status AppModel::*field, typename Status::Found answer);
     void finishLogIn(const Result<CommandOutcome, std::string>& result);
     void runLogIn(const std::string& executable, Environment environment, void (AppModel::*refresh)(), std::string failureText);
     void copyCommandAndOpenTerminal(std::string command);
@@ -352,6 +369,7 @@ private:
     std::optional<std::string> m_remoteSecret; // absent until it is loaded
 
     // Private.
+    ProbeLimit m_probes;
     RemoteHostServer m_remoteHost;
     RemoteSnapshotBuilder m_remoteSnapshots;
     std::optional<MainThread::DelayID> m_remoteSnapshotDelay; // of the snapshot that is due
@@ -369,6 +387,7 @@ private:
     const std::shared_ptr<ImagineArrivals> m_imagineArrivals; // what has been imported and is not in the list yet
     PermissionOwner m_permissionOwner = PermissionOwner::build; // counts while a request is pending
     std::weak_ptr<AgentClient> m_permissionAsker; // of the pending request, as long as its child runs
+    bool m_isSigningIn = false; // and that alone makes the connection busy
     bool m_isReplaying = false; // a stored session is coming through as updates
     std::optional<std::vector<ChatEntry>> m_replayBackup; // the entries that a replay has set aside
     FallbackMessageIDs m_fallbackMessageIDs = FallbackMessageIDs::random();

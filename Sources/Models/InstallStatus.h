@@ -31,6 +31,8 @@ struct InstalledWithSignIn {
 // One of the three states. `Vendor` only makes the types of the vendors differ, so that one's status is never taken for another's.
 template <class Vendor, class InstalledState>
 struct InstallStatus {
+    using Found = InstalledState;
+
     std::variant<Checking, Missing, InstalledState> state;
 
     InstallStatus() = default;

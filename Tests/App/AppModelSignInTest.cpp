@@ -1,8 +1,10 @@
 #include "App/ShellCommands.h"
 #include "AppModelFixture.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
 
 namespace tessarin::testing
@@ -22,6 +24,38 @@ protected:
     static std::optional<std::string> versionOf(const Status& status)
     {
         return status.installed() ? status.installed()->version : std::nullopt;
+    }
+    std::string makeProgram(const std::string& name, const std::string& script) const
+    {
+        const std::string path = makeFolder("programs") + "/" + name;
+        std::ofstream(path) << "#!/bin/sh\n" << script;
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+        return path;
+    }
+    [[nodiscard]] std::size_t linesOf(const std::string& file) const
+    {
+        std::ifstream lines(runtime.directory() + "/" + file);
+        return static_cast<std::size_t>(std::count(std::istreambuf_iterator<char>(lines), {}, '\n'));
+    }
+
+    // A model with as many probes of another Grok under way as may be, and one that waits; its path is forgotten.
+    void beginStaleProbes()
+    {
+        const std::string here = "cd '" + runtime.directory() + "'; ";
+        preferences.setText(
+            "grokExecutablePath", makeProgram("other", here + "echo >> starts; while [ ! -e go ]; do sleep 0.01; done; echo stale"));
+        openModel();
+        for (int probe = 0; probe < ProbeLimit::atOnce; ++probe) {
+            model->refreshInstallStatus();
+        }
+        waitUntil([&] { return linesOf("starts") == ProbeLimit::atOnce; }, "the probes");
+        preferences.setText("grokExecutablePath", "");
+    }
+    // The one that waits starts when the answer of one that ran has been taken.
+    void finishAStaleProbe()
+    {
+        std::ofstream(runtime.directory() + "/go") << "";
+        waitUntil([&] { return linesOf("starts") == ProbeLimit::atOnce + 1; }, "the probe that waited");
     }
 };
 
@@ -80,6 +114,61 @@ TEST_F(AppModelSignInTest, ARefreshAfterARemovalSaysMissing)
     EXPECT_TRUE(model->kimiInstallStatus().isMissing());
 }
 
+TEST_F(AppModelSignInTest, ManyRefreshesStartFewProbesAndTheLastBeginsAfterTheLastRefresh)
+{
+    install({ "claude" });
+    runtime.script("claude", Scenario().commandUntil("go", "--version", "1").command("auth status", "{}"));
+    openModel();
+    for (int letter = 0; letter < 20; ++letter) {
+        model->refreshClaudeInstallStatus();
+    }
+    waitUntil([&] { return runtime.hasStarted("claude-command", ProbeLimit::atOnce); }, "the probes that may run at once");
+    EXPECT_FALSE(runtime.hasStarted("claude-command", ProbeLimit::atOnce + 1));
+    runtime.touch("go");
+    // Two questions for each of the probes, and for the one that waited.
+    const int all = 2 * (ProbeLimit::atOnce + 1);
+    waitUntil([&] { return runtime.hasRecorded("claude-command", "exit", all); }, "the probe that waited");
+    waitUntil([&] { return versionOf(model->claudeInstallStatus()) == "1"; });
+    EXPECT_FALSE(runtime.hasStarted("claude-command", all + 1));
+}
+
+TEST_F(AppModelSignInTest, OfOverlappingRefreshesOfOneProgramTheLastAnswerStays)
+{
+    install({ "grok" });
+    const std::string counted = runtime.directory() + "/counted";
+    // The first start answers last.
+    preferences.setText("grokExecutablePath",
+        makeProgram("slow",
+            "if mkdir '" + counted + "' 2>/dev/null; then while [ ! -e '" + counted
+                + "/go' ]; do sleep 0.01; done; echo first; else echo second; fi"));
+    openModel();
+    waitUntil([&] { return std::filesystem::exists(counted); }, "the first start");
+    model->refreshInstallStatus();
+    waitUntil([&] { return versionOf(model->installStatus()) == "second"; });
+    std::ofstream(counted + "/go") << "";
+    waitUntil([&] { return versionOf(model->installStatus()) == "first"; });
+}
+
+TEST_F(AppModelSignInTest, AnAnswerOfAProgramThatIsNoLongerTheOneFoundIsDropped)
+{
+    install({ "grok" });
+    runtime.script("grok", Scenario().command("--version", "right"));
+    beginStaleProbes();
+    model->refreshInstallStatus();
+    waitUntil([&] { return versionOf(model->installStatus()) == "right"; });
+    finishAStaleProbe();
+    EXPECT_EQ(versionOf(model->installStatus()), "right");
+}
+
+TEST_F(AppModelSignInTest, AnAnswerAfterTheProgramIsGoneLeavesItMissing)
+{
+    beginStaleProbes();
+    model->refreshInstallStatus();
+    ASSERT_TRUE(model->installStatus().isMissing());
+    finishAStaleProbe();
+    EXPECT_TRUE(model->installStatus().isMissing());
+}
+
 TEST_F(AppModelSignInTest, AnAnswerAfterTheModelIsGoneDoesNothing)
 {
     install({ "grok" });
@@ -126,11 +215,7 @@ TEST_F(AppModelSignInTest, AFailedGrokLogInThatSaidNothingHasAnEmptyMessage)
 
 TEST_F(AppModelSignInTest, AFailedGrokLogInThatCannotBeReadHasTheFixedText)
 {
-    const std::string folder = makeFolder("bin");
-    const std::string program = folder + "/grok";
-    std::ofstream(program) << "#!/bin/sh\nprintf 'no\\377'; exit 1\n";
-    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-    preferences.setText("grokExecutablePath", program);
+    preferences.setText("grokExecutablePath", makeProgram("grok", "printf 'no\\377'; exit 1\n"));
     openModel();
     model->logIn();
     waitFor(ConnectionState::Kind::failed);
