@@ -16,6 +16,7 @@ namespace tessarin
 class NoDesktop final : public Desktop
 {
     void chooseFolder(const FolderQuestion&, std::function<void(std::optional<std::string>)> done) override { done(std::nullopt); }
+    void chooseFile(const FileQuestion&, std::function<void(std::optional<std::string>)> done) override { done(std::nullopt); }
     void reveal(const std::string&) override { }
     void open(const std::string&) override { }
     void moveToTrash(const std::string&) override { }

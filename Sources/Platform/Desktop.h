@@ -19,6 +19,11 @@ public:
     };
     // Asks for one folder, new ones allowed; `done` runs later with the path, or with absent when the person gave up.
     virtual void chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done) = 0;
+    struct FileQuestion {
+        std::string title;
+    };
+    // Asks for one file that is there; `done` runs later with the path, or with absent when the person gave up.
+    virtual void chooseFile(const FileQuestion& question, std::function<void(std::optional<std::string>)> done) = 0;
     // Shows the file or folder in the file manager.
     virtual void reveal(const std::string& path) = 0;
     // Opens the file with the person's application for its type.

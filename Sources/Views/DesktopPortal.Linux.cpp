@@ -1,6 +1,6 @@
 #include "Views/DesktopPortal.h"
 
-#include "Views/FolderRequest.h"
+#include "Views/PathRequest.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -55,9 +55,9 @@ void DesktopPortal::onSettingChanged(const QString& group, const QString& key, c
     emit settingChanged(group, key, unwrapped(value.variant()));
 }
 
-void DesktopPortal::chooseFolder(const FolderDialog& dialog, std::function<void(FolderAnswer)> done)
+void DesktopPortal::choosePath(const PathDialog& dialog, std::function<void(PathAnswer)> done)
 {
-    auto* request = new FolderRequest(dialog, std::move(done), this);
+    auto* request = new PathRequest(dialog, std::move(done), this);
     request->askVersion();
 }
 

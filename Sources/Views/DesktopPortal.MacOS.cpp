@@ -14,7 +14,7 @@ void DesktopPortal::readSetting(const QString&, const QString&, SettingRead done
     done(std::nullopt);
 }
 
-void DesktopPortal::chooseFolder(const FolderDialog&, std::function<void(FolderAnswer)> done)
+void DesktopPortal::choosePath(const PathDialog&, std::function<void(PathAnswer)> done)
 {
     done({});
 }

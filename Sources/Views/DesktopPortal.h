@@ -29,17 +29,19 @@ public:
     // A setting of `org.freedesktop.portal.Settings`; settingChanged follows it from then on.
     void readSetting(const QString& group, const QString& key, SettingRead done);
 
-    struct FolderDialog {
+    struct PathDialog {
+        enum class Kind { folder, file };
+        Kind kind = Kind::folder;
         QString title;
         QString acceptLabel;
         QString parent; // the window it belongs to, as portals name it; empty when it cannot be named
     };
-    struct FolderAnswer {
+    struct PathAnswer {
         bool isOffered = false; // false: this desktop has no such dialog
         std::optional<QString> path; // absent: the person gave up
     };
-    // The desktop's own dialog for one folder, `org.freedesktop.portal.FileChooser`.
-    void chooseFolder(const FolderDialog& dialog, std::function<void(FolderAnswer)> done);
+    // The desktop's own dialog for one folder or one file, `org.freedesktop.portal.FileChooser`.
+    void choosePath(const PathDialog& dialog, std::function<void(PathAnswer)> done);
 
     // `org.freedesktop.FileManager1.ShowItems`; false when no file manager takes it.
     void showInFileManager(const QString& path, std::function<void(bool)> done);

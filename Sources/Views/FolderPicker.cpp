@@ -1,7 +1,6 @@
 #include "Views/FolderPicker.h"
 
 #include <QCollator>
-#include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -10,12 +9,28 @@
 namespace tessarin
 {
 
-namespace
+void FolderPicker::ask(const Desktop::FolderQuestion& question, Done done)
 {
+    begin(QString::fromStdString(question.title), QString::fromStdString(question.prompt), std::move(done));
+}
 
-QStringList foldersIn(const QString& path)
+void FolderPicker::begin(const QString& title, const QString& prompt, Done done)
 {
-    QStringList names = QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    finish(std::nullopt);
+    m_done = std::move(done);
+    m_title = title;
+    m_prompt = prompt;
+    setProblem({});
+    if (m_path.isEmpty() || !enter(m_path)) {
+        static_cast<void>(enter(QDir::homePath()) || enter(QDir::rootPath())); // the root is always there
+    }
+    m_isOpen = true;
+    emit openChanged();
+}
+
+QStringList FolderPicker::namesIn(const QString& path, QDir::Filters filters)
+{
+    QStringList names = QDir(path).entryList(filters | QDir::NoDotAndDotDot);
     // The "C" locale has no order for people.
     QCollator collator(QLocale().language() == QLocale::C ? QLocale(QLocale::English) : QLocale());
     collator.setNumericMode(true);
@@ -24,20 +39,9 @@ QStringList foldersIn(const QString& path)
     return names;
 }
 
-} // namespace
-
-void FolderPicker::ask(const Desktop::FolderQuestion& question, Done done)
+void FolderPicker::readFolder(const QString& path)
 {
-    finish(std::nullopt);
-    m_done = std::move(done);
-    m_title = QString::fromStdString(question.title);
-    m_prompt = QString::fromStdString(question.prompt);
-    setProblem({});
-    if (m_path.isEmpty() || !enter(m_path)) {
-        static_cast<void>(enter(QDir::homePath()) || enter(QDir::rootPath())); // the root is always there
-    }
-    m_isOpen = true;
-    emit openChanged();
+    m_folders = namesIn(path, QDir::Dirs);
 }
 
 QString FolderPicker::resolved(const QString& path) const
@@ -56,7 +60,7 @@ bool FolderPicker::enter(const QString& path)
         return false;
     }
     m_path = path;
-    m_folders = foldersIn(path);
+    readFolder(path);
     m_canGoUp = path != QDir::rootPath();
     emit pathChanged();
     return true;
@@ -81,6 +85,15 @@ void FolderPicker::createFolder(const QString& name)
         return;
     }
     goTo(path);
+}
+
+void FolderPicker::submit(const QString& path)
+{
+    if (path == m_path) {
+        accept(path);
+    } else {
+        goTo(path);
+    }
 }
 
 void FolderPicker::accept(const QString& path)

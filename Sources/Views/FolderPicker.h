@@ -2,6 +2,7 @@
 
 #include "Platform/Desktop.h"
 
+#include <QDir>
 #include <QObject>
 #include <QStringList>
 #include <qqmlintegration.h>
@@ -37,8 +38,10 @@ public:
     Q_INVOKABLE void goTo(const QString& path);
     Q_INVOKABLE void goUp();
     Q_INVOKABLE void createFolder(const QString& name);
+    // Return in the field of the path: where the person stands is the answer, and any other path is gone to.
+    Q_INVOKABLE virtual void submit(const QString& path);
     // The folder of that path, as in goTo, is the answer. A path that is no folder leaves the dialog open and says so.
-    Q_INVOKABLE void accept(const QString& path);
+    Q_INVOKABLE virtual void accept(const QString& path);
     Q_INVOKABLE void cancel();
 
 signals:
@@ -46,11 +49,19 @@ signals:
     void pathChanged();
     void problemChanged();
 
-private:
+protected:
+    void begin(const QString& title, const QString& prompt, Done done);
     [[nodiscard]] QString resolved(const QString& path) const;
-    [[nodiscard]] bool enter(const QString& path);
     void finish(std::optional<std::string> path);
     void setProblem(const QString& problem);
+    [[nodiscard]] const QString& path() const { return m_path; }
+    // What is in the folder at that path; it can be read.
+    virtual void readFolder(const QString& path);
+    // In the order in which people look for them.
+    [[nodiscard]] static QStringList namesIn(const QString& path, QDir::Filters filters);
+
+private:
+    [[nodiscard]] bool enter(const QString& path);
 
     Done m_done;
     bool m_isOpen = false;

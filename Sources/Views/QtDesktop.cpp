@@ -27,19 +27,40 @@ QString portalNameOf(const QWindow* window)
     return isNumbered ? QStringLiteral("x11:") + QString::number(window->winId(), 16) : QString();
 }
 
+std::optional<std::string> pathOf(const DesktopPortal::PathAnswer& answer)
+{
+    return answer.path ? std::optional(answer.path->toStdString()) : std::nullopt;
+}
+
 } // namespace
 
-QtDesktop::QtDesktop(DesktopPortal& portal, FolderPicker& folderPicker) : m_portal(portal), m_folderPicker(folderPicker) { }
+QtDesktop::QtDesktop(DesktopPortal& portal, FolderPicker& folderPicker, FilePicker& filePicker)
+    : m_portal(portal), m_folderPicker(folderPicker), m_filePicker(filePicker)
+{
+}
 
 void QtDesktop::chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done)
 {
-    const DesktopPortal::FolderDialog dialog{ QString::fromStdString(question.title), QString::fromStdString(question.prompt),
-        portalNameOf(QGuiApplication::focusWindow()) };
-    m_portal.chooseFolder(dialog, [this, question, done = std::move(done)](const DesktopPortal::FolderAnswer& answer) {
+    const DesktopPortal::PathDialog dialog{ DesktopPortal::PathDialog::Kind::folder, QString::fromStdString(question.title),
+        QString::fromStdString(question.prompt), portalNameOf(QGuiApplication::focusWindow()) };
+    m_portal.choosePath(dialog, [this, question, done = std::move(done)](const DesktopPortal::PathAnswer& answer) {
         if (answer.isOffered) {
-            done(answer.path ? std::optional(answer.path->toStdString()) : std::nullopt);
+            done(pathOf(answer));
         } else {
             m_folderPicker.ask(question, done);
+        }
+    });
+}
+
+void QtDesktop::chooseFile(const FileQuestion& question, std::function<void(std::optional<std::string>)> done)
+{
+    const DesktopPortal::PathDialog dialog{ DesktopPortal::PathDialog::Kind::file, QString::fromStdString(question.title),
+        QString::fromLatin1(FilePicker::acceptLabel), portalNameOf(QGuiApplication::focusWindow()) };
+    m_portal.choosePath(dialog, [this, question, done = std::move(done)](const DesktopPortal::PathAnswer& answer) {
+        if (answer.isOffered) {
+            done(pathOf(answer));
+        } else {
+            m_filePicker.ask(question, done);
         }
     });
 }

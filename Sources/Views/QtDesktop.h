@@ -2,6 +2,7 @@
 
 #include "Platform/Desktop.h"
 #include "Views/DesktopPortal.h"
+#include "Views/FilePicker.h"
 #include "Views/FolderPicker.h"
 
 namespace tessarin
@@ -11,9 +12,10 @@ namespace tessarin
 class QtDesktop : public Desktop
 {
 public:
-    QtDesktop(DesktopPortal& portal, FolderPicker& folderPicker);
+    QtDesktop(DesktopPortal& portal, FolderPicker& folderPicker, FilePicker& filePicker);
 
     void chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done) override;
+    void chooseFile(const FileQuestion& question, std::function<void(std::optional<std::string>)> done) override;
     void reveal(const std::string& path) override;
     void open(const std::string& path) override;
     void moveToTrash(const std::string& path) override;
@@ -24,6 +26,7 @@ public:
 private:
     DesktopPortal& m_portal;
     FolderPicker& m_folderPicker;
+    FilePicker& m_filePicker;
 };
 
 } // namespace tessarin

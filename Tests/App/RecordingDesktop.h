@@ -19,6 +19,11 @@ public:
         questions.push_back(question);
         answers.push_back(std::move(done));
     }
+    void chooseFile(const FileQuestion& question, std::function<void(std::optional<std::string>)> done) override
+    {
+        fileQuestions.push_back(question);
+        fileAnswers.push_back(std::move(done));
+    }
     void reveal(const std::string& path) override { revealed.push_back(path); }
     void open(const std::string& path) override { opened.push_back(path); }
     void moveToTrash(const std::string& path) override { trashed.push_back(path); }
@@ -36,6 +41,8 @@ public:
 
     std::vector<FolderQuestion> questions;
     std::vector<std::function<void(std::optional<std::string>)>> answers; // to the questions, in their order
+    std::vector<FileQuestion> fileQuestions;
+    std::vector<std::function<void(std::optional<std::string>)>> fileAnswers; // the same
     std::vector<std::string> revealed;
     std::vector<std::string> opened;
     std::vector<std::string> trashed;

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
@@ -30,9 +32,12 @@ SheetPopup {
             picker: root.picker
         }
 
-        FolderList {
+        PickerList {
             width: parent.width
-            picker: root.picker
+            name: "Folders"
+            emptyText: "No folders here"
+            entries: root.picker.folders
+            row: Component { FolderRow { picker: root.picker } }
         }
 
         Prose {

@@ -1,7 +1,7 @@
 import QtQuick
 import Tessarin
 
-// The path as text, and the way up. Return goes to what was typed; on the folder that is shown it chooses it.
+// The path as text, and the way up. Return takes what was typed.
 Item {
     id: root
 
@@ -13,12 +13,8 @@ Item {
         field.selectAll()
     }
 
-    function enter() {
-        if (field.text === picker.path) {
-            picker.accept(field.text)
-        } else {
-            picker.goTo(field.text)
-        }
+    function show(path) {
+        field.text = path
     }
 
     implicitHeight: field.height
@@ -42,7 +38,7 @@ Item {
         anchors.right: parent.right
         name: "Path"
         text: root.picker.path
-        onAccepted: root.enter()
+        onAccepted: root.picker.submit(text)
 
         Connections {
             target: root.picker

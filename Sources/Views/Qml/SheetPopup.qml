@@ -12,7 +12,7 @@ T.Dialog {
     modal: true
     focus: true
     padding: Theme.space18
-    width: Theme.sheetWidth
+    width: parent !== null ? Math.min(Theme.sheetWidth, parent.width - 2 * Theme.space12) : Theme.sheetWidth
     height: sheetHeight + topPadding + bottomPadding
     closePolicy: T.Popup.CloseOnEscape
     Component.onCompleted: open()

@@ -1,14 +1,15 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
 import QtQuick.Templates as T
 import Tessarin
 
-// The folders in the folder that is shown.
+// What is in the folder that is shown.
 Rectangle {
     id: root
 
-    required property FolderPicker picker
+    required property string name
+    required property string emptyText
+    required property var entries
+    required property Component row // of one entry
 
     implicitHeight: Theme.sheetListHeight
     radius: Theme.radiusMedium
@@ -24,17 +25,16 @@ Rectangle {
         clip: true
         activeFocusOnTab: true
         boundsBehavior: Flickable.StopAtBounds
-        model: root.picker.folders
+        model: root.entries
+        delegate: root.row
         Accessible.role: Accessible.List
-        Accessible.name: "Folders"
+        Accessible.name: root.name
         T.ScrollBar.vertical: ThinScrollBar {}
-
-        delegate: FolderRow { picker: root.picker }
     }
 
     Prose {
         anchors.centerIn: parent
         visible: list.count === 0
-        text: "No folders here"
+        text: root.emptyText
     }
 }

@@ -1,4 +1,4 @@
-#include "Views/FolderRequest.h"
+#include "Views/PathRequest.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -18,6 +18,7 @@ constexpr const char* portalService = "org.freedesktop.portal.Desktop";
 constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* chooserInterface = "org.freedesktop.portal.FileChooser";
 constexpr uint versionWithFolders = 3;
+constexpr uint versionWithFiles = 1;
 
 QDBusMessage portalCall(const char* interface, const char* method)
 {
@@ -27,20 +28,21 @@ QDBusMessage portalCall(const char* interface, const char* method)
 
 } // namespace
 
-FolderRequest::FolderRequest(DesktopPortal::FolderDialog dialog, std::function<void(DesktopPortal::FolderAnswer)> done, QObject* parent)
+PathRequest::PathRequest(DesktopPortal::PathDialog dialog, std::function<void(DesktopPortal::PathAnswer)> done, QObject* parent)
     : QObject(parent), m_dialog(std::move(dialog)), m_done(std::move(done))
 {
 }
 
-// An older portal would let the person choose a file.
-void FolderRequest::askVersion()
+// A portal that knows no folders would let the person choose a file.
+void PathRequest::askVersion()
 {
     QDBusMessage call = portalCall("org.freedesktop.DBus.Properties", "Get");
     call << QLatin1String(chooserInterface) << QStringLiteral("version");
+    const uint needed = m_dialog.kind == DesktopPortal::PathDialog::Kind::folder ? versionWithFolders : versionWithFiles;
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, needed] {
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        if (reply.isError() || reply.value().variant().toUInt() < versionWithFolders) {
+        if (reply.isError() || reply.value().variant().toUInt() < needed) {
             finish({});
         } else {
             open();
@@ -48,7 +50,7 @@ void FolderRequest::askVersion()
     });
 }
 
-void FolderRequest::open()
+void PathRequest::open()
 {
     const QString token = QStringLiteral("tessarin%1").arg(QRandomGenerator::global()->generate());
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -58,8 +60,9 @@ void FolderRequest::open()
     follow(QDBusObjectPath(QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token)));
     QDBusMessage call = portalCall(chooserInterface, "OpenFile");
     call << m_dialog.parent << m_dialog.title
-         << QVariantMap{ { QStringLiteral("directory"), true }, { QStringLiteral("modal"), true },
-                { QStringLiteral("accept_label"), m_dialog.acceptLabel }, { QStringLiteral("handle_token"), token } };
+         << QVariantMap{ { QStringLiteral("directory"), m_dialog.kind == DesktopPortal::PathDialog::Kind::folder },
+                { QStringLiteral("modal"), true }, { QStringLiteral("accept_label"), m_dialog.acceptLabel },
+                { QStringLiteral("handle_token"), token } };
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
@@ -71,21 +74,21 @@ void FolderRequest::open()
     });
 }
 
-void FolderRequest::follow(const QDBusObjectPath& path)
+void PathRequest::follow(const QDBusObjectPath& path)
 {
     m_path = path.path();
     QDBusConnection::sessionBus().connect(QLatin1String(portalService), m_path, QStringLiteral("org.freedesktop.portal.Request"),
         QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
 }
 
-void FolderRequest::onResponse(uint code, const QVariantMap& results)
+void PathRequest::onResponse(uint code, const QVariantMap& results)
 {
     const QStringList addresses = results.value(QStringLiteral("uris")).toStringList();
     const QString path = addresses.isEmpty() ? QString() : QUrl(addresses.front()).toLocalFile();
     finish({ true, code == 0 && !path.isEmpty() ? std::optional(path) : std::nullopt });
 }
 
-void FolderRequest::finish(DesktopPortal::FolderAnswer answer)
+void PathRequest::finish(DesktopPortal::PathAnswer answer)
 {
     if (const auto done = std::exchange(m_done, {})) {
         done(std::move(answer));
