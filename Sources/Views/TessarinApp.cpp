@@ -11,12 +11,15 @@
 #include "Views/ReadOnlyShortcuts.h"
 #include "Views/SignalWatch.h"
 #include "Views/SymbolProvider.h"
+#include "Views/SystemUpdater.h"
+#include "Views/UpdateController.h"
 #include "Views/WindowPlace.h"
 
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQmlComponent>
 #include <QScreen>
+#include <QSessionManager>
 #include <QWindow>
 
 #include <cstdio>
@@ -53,19 +56,20 @@ int TessarinApp::run(int argc, char** argv)
     ReadOnlyShortcuts shortcuts;
     application.installEventFilter(&shortcuts);
     std::optional<SignalWatch> signalWatch(std::in_place);
-    connect(&*signalWatch, &SignalWatch::ended, &application, &QGuiApplication::quit);
 
     TessarinApp app(preferences, store, mainThread.mainThread());
     program = &app;
+    connect(&*signalWatch, &SignalWatch::ended, app.m_windowModel.quitting(), &Quitting::end);
+    connect(app.m_windowModel.quitting(), &Quitting::decided, &application, &QGuiApplication::quit);
+    connect(&application, &QGuiApplication::commitDataRequest, &app, &TessarinApp::endSession);
     if (!app.openWindow()) {
         return 1;
     }
     const int status = QGuiApplication::exec();
-    app.rememberPlace();
-    preferences.flush();
+    app.close();
     // From here on a signal ends the program at once: nobody hears it, and closing may wait for a disk.
     signalWatch.reset();
-    app.close();
+    app.finishClosing();
     return status;
 }
 
@@ -74,7 +78,7 @@ TessarinApp::TessarinApp(Preferences& preferences, WorkspaceStore& store, MainTh
     , m_store(store)
     , m_mainThread(mainThread)
     , m_appearance(preferences)
-    , m_desktop(m_portal, m_folderPicker)
+    , m_desktop(m_portal, m_folderPicker, m_filePicker)
     , m_windowModel(m_appearance, m_folderPicker)
 {
 }
@@ -110,19 +114,44 @@ void TessarinApp::finishFirstFrame()
     m_secrets = makeSystemSecretStore(m_preferences.locations().data + "/secrets");
     m_model = AppModel::make({ m_preferences, m_store, m_mainThread, m_desktop, RuntimeContext::current(m_preferences), { *m_secrets } });
     connect(
-        m_window, &QQuickWindow::frameSwapped, this, [this] { report("first content"); },
+        m_window, &QQuickWindow::frameSwapped, this,
+        [this] {
+            report("first content");
+            m_updateFlow->dropPreviousVersion();
+        },
         static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
     m_turns = m_model->observe([this](const ModelChange& change) {
         if (change.kind == ModelChange::Kind::connectionState && !m_model->connectionState().isBusy()) {
             QMetaObject::invokeMethod(this, &TessarinApp::giveBackMemory, Qt::QueuedConnection);
         }
     });
+    openNotifications();
+    m_windowModel.provideSettings({ m_preferences, m_desktop, m_filePicker });
+    openUpdates();
     m_windowModel.attach(m_model);
     m_window->installEventFilter(&m_windowModel);
     FrameReport::beginIfAsked(*m_window);
 }
 
+void TessarinApp::openUpdates()
+{
+    m_updateFlow = std::make_unique<UpdateFlow>(systemUpdateSurroundings(m_preferences, m_mainThread, m_desktop));
+    m_updates = std::make_unique<UpdateController>(m_preferences, systemUpdater(m_preferences, m_mainThread, *m_updateFlow));
+    m_windowModel.setUpdates(*m_updates, *m_updateFlow);
+}
+
+// Without the window, which is gone already: what runs is asked to end, and what is known is stored.
 void TessarinApp::close()
+{
+    rememberPlace();
+    if (m_model) {
+        m_model->stopRuntimes();
+    }
+    m_preferences.flush();
+    m_notifications.clear();
+}
+
+void TessarinApp::finishClosing()
 {
     if (m_model) {
         m_model->finishImagineImports();
@@ -180,6 +209,44 @@ void TessarinApp::raise()
         m_window->setVisible(true);
         m_window->raise();
         m_window->requestActivate();
+    }
+}
+
+// Some desktops let no window come to the front by itself, but one that has a token from where the person has clicked.
+void TessarinApp::raiseWith(const QString& token)
+{
+    if (!token.isEmpty() && QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+        qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8()); // where Qt reads it, and takes it away
+    }
+    raise();
+}
+
+void TessarinApp::openNotifications()
+{
+    Notifier* notifier = m_windowModel.notifier();
+    notifier->open(m_preferences, m_notifications, [] { return QGuiApplication::focusWindow() != nullptr; });
+    connect(notifier, &Notifier::called, this, &TessarinApp::raiseWith);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, notifier, [notifier](const QWindow* window) {
+        if (window != nullptr) {
+            notifier->noteFocus();
+        }
+    });
+    connect(m_windowModel.quitting(), &Quitting::asking, this, &TessarinApp::raise);
+}
+
+// The session manager wants its answer within this call, and a person takes longer than that. So the end of the session is called off
+// where they may be asked, and comes again when they have answered; where they may not, nothing holds it up.
+void TessarinApp::endSession(QSessionManager& session)
+{
+    Quitting* quitting = m_windowModel.quitting();
+    if (!quitting->isAnythingAtWork()) {
+        return;
+    }
+    if (session.allowsInteraction()) {
+        session.cancel();
+        quitting->holdSession();
+    } else {
+        quitting->yieldToSession();
     }
 }
 

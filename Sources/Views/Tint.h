@@ -13,7 +13,7 @@ class Tint : public QObject
     QML_ELEMENT
     QML_UNCREATABLE("Tint is a set of values")
 public:
-    enum Value { Secondary, Green, Orange, Red };
+    enum Value { Secondary, Green, Orange, Red, Plain }; // plain: as other text
     Q_ENUM(Value)
 };
 

@@ -6,6 +6,8 @@
 #include <QEvent>
 #include <QFontDatabase>
 
+#include <cassert>
+
 namespace tessarin
 {
 
@@ -16,16 +18,34 @@ WindowModel::WindowModel(Appearance& appearance, FolderPicker& folderPicker, Ins
     m_threadsTimer.setSingleShot(true);
     m_threadsTimer.setInterval(frameMilliseconds);
     connect(&m_threadsTimer, &QTimer::timeout, this, &WindowModel::readSelectedThread);
+    connect(&m_news, &NewsGatherer::told, &m_announcer, &Announcer::tell);
+    connect(&m_news, &NewsGatherer::told, &m_notifier, &Notifier::tell);
 }
 
 WindowModel::~WindowModel() = default;
+
+void WindowModel::provideSettings(const SettingsModel::World& world)
+{
+    m_settingsWorld.emplace(world);
+}
+
+SettingsModel* WindowModel::settings()
+{
+    assert(m_model && m_settingsWorld);
+    if (!m_settings) {
+        m_settings = std::make_unique<SettingsModel>(m_model, *m_settingsWorld);
+    }
+    return m_settings.get();
+}
 
 void WindowModel::attach(std::shared_ptr<AppModel> model)
 {
     m_model = std::move(model);
     m_subscription = m_model->observe([this](const ModelChange& change) { note(change); });
     m_conversation.attach(m_model);
-    m_announcer.attach(m_model);
+    m_news.attach(m_model);
+    m_notifier.attach(m_model);
+    m_quitting.attach(m_model);
     m_imagine.attach(m_model);
     m_permission.attach(m_model);
     m_install.attach(m_model);
@@ -36,14 +56,26 @@ void WindowModel::attach(std::shared_ptr<AppModel> model)
     emit readyChanged();
 }
 
+void WindowModel::setUpdates(UpdateController& updates, UpdateFlow& flow)
+{
+    m_updates = &updates;
+    m_updateFlow = &flow;
+    emit updatesChanged();
+}
+
 void WindowModel::note(const ModelChange& change)
 {
     m_conversation.note(change);
-    m_announcer.note(change);
+    m_news.note(change);
+    m_notifier.note(change);
+    m_quitting.note(change);
     m_imagine.note(change);
     m_permission.note(change);
     m_install.note(change);
     m_remote.note(change);
+    if (m_settings) {
+        m_settings->note(change);
+    }
     using Kind = ModelChange::Kind;
     if (isOneOf(change.kind, { Kind::workspaces, Kind::selection })) {
         readThreads();

@@ -7,8 +7,12 @@
 #include "Views/FolderPicker.h"
 #include "Views/ImagineModel.h"
 #include "Views/InstallModel.h"
+#include "Views/News.h"
+#include "Views/Notifier.h"
 #include "Views/PermissionModel.h"
+#include "Views/Quitting.h"
 #include "Views/RemoteSettingsModel.h"
+#include "Views/SettingsModel.h"
 #include "Views/ThreadListModel.h"
 
 #include <QObject>
@@ -16,11 +20,14 @@
 #include <qqmlintegration.h>
 
 #include <memory>
+#include <optional>
 
 namespace tessarin
 {
 
 class AppModel;
+class UpdateController;
+class UpdateFlow;
 
 // What the window shows around the conversation, and its commands. It comes up before the stored tasks are read; `isReady` says that the
 // model is there. Main thread only.
@@ -42,7 +49,15 @@ class WindowModel : public QObject
     Q_PROPERTY(tessarin::PermissionModel* permission READ permission CONSTANT)
     Q_PROPERTY(tessarin::InstallModel* install READ install CONSTANT)
     Q_PROPERTY(tessarin::RemoteSettingsModel* remote READ remote CONSTANT)
+    Q_PROPERTY(tessarin::SettingsModel* settings READ settings CONSTANT) // first asked for when the settings are opened
     Q_PROPERTY(tessarin::FolderPicker* folderPicker READ folderPicker CONSTANT)
+    Q_PROPERTY(tessarin::Notifier* notifier READ notifier CONSTANT)
+    Q_PROPERTY(tessarin::Quitting* quitting READ quitting CONSTANT)
+    // Null in a window without updates; there from `isReady` on.
+    Q_PROPERTY(tessarin::UpdateController* updates READ updates NOTIFY updatesChanged)
+    Q_PROPERTY(tessarin::UpdateFlow* updateFlow READ updateFlow NOTIFY updatesChanged)
+    Q_MOC_INCLUDE("Views/UpdateController.h")
+    Q_MOC_INCLUDE("Views/UpdateFlow.h")
     Q_PROPERTY(tessarin::Appearance* appearance READ appearance CONSTANT)
 public:
     static constexpr const char* sidebarWidthKey = "sidebarWidth.v1"; // where it is kept between two runs
@@ -50,8 +65,12 @@ public:
     WindowModel(Appearance& appearance, FolderPicker& folderPicker, InstantSource now = &Instant::now);
     ~WindowModel() override;
 
+    // What the settings will need; called once, before the model is there.
+    void provideSettings(const SettingsModel::World& world);
     // Shows this model from now on.
     void attach(std::shared_ptr<AppModel> model);
+    // They outlive what is shown of them.
+    void setUpdates(UpdateController& updates, UpdateFlow& flow);
 
     Q_INVOKABLE void showCode();
     Q_INVOKABLE void showImagine();
@@ -83,7 +102,13 @@ public:
     [[nodiscard]] PermissionModel* permission() { return &m_permission; }
     [[nodiscard]] InstallModel* install() { return &m_install; }
     [[nodiscard]] RemoteSettingsModel* remote() { return &m_remote; }
+    // Made now, if they have never been asked for. Requires: the model is there.
+    [[nodiscard]] SettingsModel* settings();
     [[nodiscard]] FolderPicker* folderPicker() { return &m_folderPicker; }
+    [[nodiscard]] Notifier* notifier() { return &m_notifier; }
+    [[nodiscard]] Quitting* quitting() { return &m_quitting; }
+    [[nodiscard]] UpdateController* updates() { return m_updates; }
+    [[nodiscard]] UpdateFlow* updateFlow() { return m_updateFlow; }
     [[nodiscard]] Appearance* appearance() { return &m_appearance; }
 
     // A person is there: the times that are shown are read again. Nothing runs while nobody looks.
@@ -91,6 +116,7 @@ public:
 
 signals:
     void readyChanged();
+    void updatesChanged();
     void sectionChanged();
     void sidebarWidthChanged();
     void errorChanged();
@@ -108,11 +134,18 @@ private:
     std::shared_ptr<void> m_subscription; // to the changes of m_model
     ThreadListModel m_threads;
     ConversationModel m_conversation;
+    NewsGatherer m_news;
     Announcer m_announcer;
+    Notifier m_notifier;
+    Quitting m_quitting;
     ImagineModel m_imagine;
     PermissionModel m_permission;
     InstallModel m_install;
     RemoteSettingsModel m_remote;
+    std::optional<SettingsModel::World> m_settingsWorld;
+    std::unique_ptr<SettingsModel> m_settings; // from when they are first asked for
+    UpdateController* m_updates = nullptr;
+    UpdateFlow* m_updateFlow = nullptr;
     QTimer m_threadsTimer; // gathers the entries of a burst
     QString m_errorMessage;
     bool m_hasError = false;

@@ -9,7 +9,8 @@ import sys
 import urllib.parse
 
 from acp import opening, says, script, turn
-from window_case import LEAST, SCREENSHOTS, TITLE, WIDE, WindowCase, main
+from settings_case import SettingsCase
+from window_case import LEAST, SCREENSHOTS, TITLE, main
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'Platform'))
 from secret_service import FakeService, Keyring, NAME, connect, wait_for  # noqa: E402
@@ -35,13 +36,10 @@ class SessionBus:
         return name in self.call('org.freedesktop.DBus', '/', 'org.freedesktop.DBus', 'ListNames')[0]
 
 
-class SettingsCase(WindowCase):
-    screen = WIDE
-
+class RemoteSettingsCase(SettingsCase):
     def open_settings(self):
-        self.window.key('Ctrl+,')
-        self.window.wait_window('=Settings')
-        self.window.wait(lambda: self.window.active_title() == 'Settings', what='the settings to be in front')
+        super().open_settings()
+        self.see('check box', '=' + ALLOW)
 
     def turn_on(self):
         self.open_settings()
@@ -49,8 +47,8 @@ class SettingsCase(WindowCase):
         self.await_host()
 
     def await_host(self):
-        self.window.find(says=f'=Available on port {PORT}')
-        return self.window.find('image', '=' + CODE)
+        self.window.find(says=f'=Available on port {PORT}', showing=False)
+        return self.see('image', '=' + CODE)
 
     def scanned(self):
         """What a camera reads on the screen."""
@@ -94,7 +92,7 @@ class SettingsCase(WindowCase):
         return keyring
 
 
-class TheWindow(SettingsCase):
+class TheWindow(RemoteSettingsCase):
     def test_ItOpensByKeyMenuAndSidebarAndIsOnlyOne(self):
         self.open()
         self.open_settings()
@@ -155,7 +153,7 @@ class TheWindow(SettingsCase):
         self.window.wait_gone('image', '=' + CODE)
 
 
-class Pairing(SettingsCase):
+class Pairing(RemoteSettingsCase):
     def test_TheCodeOnTheScreenIsTheLinkWithTheStoredKey(self):
         self.open()
         self.turn_on()
@@ -240,7 +238,7 @@ class Pairing(SettingsCase):
         self.await_host()
 
 
-class Custody(SettingsCase):
+class Custody(RemoteSettingsCase):
     def test_WithoutAServiceAFileForThePersonAloneHasTheKeyAndNothingElseHas(self):
         self.desk.install('grok', script(opening(), turn(says('Working on it.'))))
         self.open_project(self.desk.project())
@@ -331,7 +329,7 @@ class Custody(SettingsCase):
         self.assertEqual(0, self.app.wait(8))
 
 
-class OnAWideScreen(SettingsCase):
+class OnAWideScreen(RemoteSettingsCase):
     def test_TheWholeFormIsSeen(self):
         self.open()
         self.keep('settings-off', self.open_settings)
@@ -339,7 +337,7 @@ class OnAWideScreen(SettingsCase):
         self.await_host()
         self.keep('settings-on')
         x, y, width, height = self.place()
-        for element in self.window.find_all(within=self.window.find('frame', '=Settings')):
+        for element in self.window.find_all(showing=False, within=self.window.find('panel', '=Android Remote')):
             left, top, across, down = element.rect
             self.assertTrue(x <= left and y <= top and left + across <= x + width and top + down <= y + height, element)
 
@@ -361,9 +359,6 @@ class OnAWideScreen(SettingsCase):
         bring()
         self.window.still(timeout=3)
         self.window.shot(os.path.join(SCREENSHOTS, f'{state}-{self.appearance}-{self.screen[0]}x{self.screen[1]}.png'))
-
-    def place(self):
-        return next(place for name, place in self.window.xwindows().values() if name == 'Settings')
 
 
 class OnAWideScreenInTheDark(OnAWideScreen):

@@ -367,7 +367,7 @@ TEST_F(ImagineGalleryTest, TabLeadsToOneCardAndOnToItsButtonAndTheGenerator)
     press(Qt::Key_Tab);
     EXPECT_TRUE(QmlFixture::items(card("Creation 1"), "SymbolButton").value(0)->hasActiveFocus());
     press(Qt::Key_Tab);
-    EXPECT_TRUE(items("FormatSegment")[0]->hasActiveFocus());
+    EXPECT_TRUE(items("Segment")[0]->hasActiveFocus());
     press(Qt::Key_Backtab, Qt::ShiftModifier);
     press(Qt::Key_Backtab, Qt::ShiftModifier);
     EXPECT_EQ(focusedPrompt(), "Creation 1");

@@ -147,7 +147,7 @@ TEST_F(ImagineViewTest, APromptOutlastsARuntimeThatGoesAndComesAgain)
 TEST_F(ImagineViewTest, TheGeneratorOffersTwoFormatsAndBeginsWithAnImage)
 {
     show();
-    const QList<QQuickItem*> segments = items("FormatSegment");
+    const QList<QQuickItem*> segments = items("Segment");
     ASSERT_EQ(segments.size(), 2);
     EXPECT_EQ(segments[0]->property("text").toString() + " " + segments[0]->property("symbol").toString(), "Image photo");
     EXPECT_EQ(segments[1]->property("text").toString() + " " + segments[1]->property("symbol").toString(), "Video video");
@@ -163,7 +163,7 @@ TEST_F(ImagineViewTest, TheGeneratorOffersTwoFormatsAndBeginsWithAnImage)
 TEST_F(ImagineViewTest, TheArrowsChooseTheFormat)
 {
     show();
-    const QList<QQuickItem*> segments = items("FormatSegment");
+    const QList<QQuickItem*> segments = items("Segment");
     segments[0]->forceActiveFocus(Qt::TabFocusReason);
     press(Qt::Key_Right);
     EXPECT_EQ(root->property("format").toInt(), ImagineFormat::Video);
@@ -305,7 +305,7 @@ TEST_F(ImagineViewTest, ThePlaceholderSaysWhatToWrite)
 TEST_F(ImagineViewTest, TheFocusGoesThroughTheGeneratorInItsOrder)
 {
     show();
-    items("FormatSegment")[0]->forceActiveFocus(Qt::TabFocusReason);
+    items("Segment")[0]->forceActiveFocus(Qt::TabFocusReason);
     press(Qt::Key_Tab);
     type("a\t"); // Tab leaves the field
     EXPECT_EQ(draft(), "a");

@@ -13,7 +13,10 @@ namespace tessarin
 class PresenterTest : public testing::AppModelTest
 {
 protected:
-    PresenterTest() : appearance(preferences), window(appearance, folderPicker, [this] { return clock; }) { }
+    PresenterTest() : appearance(preferences), window(appearance, folderPicker, [this] { return clock; })
+    {
+        window.provideSettings({ preferences, desktop, filePicker });
+    }
 
     void openWindow(std::initializer_list<std::string_view> programs = { "grok" })
     {
@@ -25,6 +28,7 @@ protected:
 
     Appearance appearance;
     FolderPicker folderPicker;
+    FilePicker filePicker;
     WindowModel window;
 };
 

@@ -91,7 +91,7 @@ TEST_F(RootViewTest, TheWelcomeScreenSaysWhatTheProgramIsForInOrder)
 TEST_F(RootViewTest, TheBannerStandsOverTheDetailUntilItIsDismissed)
 {
     open();
-    QQuickItem* banner = item("ErrorBanner");
+    QQuickItem* banner = item("SlidingBanner");
     EXPECT_FALSE(banner->isVisible());
     fail("The wheel came off.");
     EXPECT_EQ(banner->property("message").toString(), "The wheel came off.");
@@ -113,7 +113,7 @@ TEST_F(RootViewTest, ALongMessageIsCutInTheBanner)
         words += "word ";
     }
     fail(words);
-    QQuickItem* text = QmlFixture::items(item("ErrorBanner"), "Prose").value(0);
+    QQuickItem* text = QmlFixture::items(item("SlidingBanner"), "Prose").value(0);
     EXPECT_TRUE(text->property("truncated").toBool());
     EXPECT_EQ(text->property("lineCount").toInt(), 3);
 }
@@ -122,7 +122,7 @@ TEST_F(RootViewTest, DismissingByKeyGivesTheFocusBackToTheComposer)
 {
     open();
     fail("The wheel came off.");
-    QmlFixture::items(item("ErrorBanner"), "SymbolButton").value(0)->forceActiveFocus(Qt::TabFocusReason);
+    QmlFixture::items(item("SlidingBanner"), "SymbolButton").value(0)->forceActiveFocus(Qt::TabFocusReason);
     QTest::keyClick(&qml.view(), Qt::Key_Return);
     EXPECT_EQ(model->errorMessage(), std::nullopt);
     EXPECT_TRUE(item("ComposerField")->property("areaFocus").toBool());

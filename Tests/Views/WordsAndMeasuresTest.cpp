@@ -109,7 +109,7 @@ TEST_F(WordsAndMeasuresTest, TheBanner)
     open();
     model->send("hi");
     waitFor(ConnectionState::Kind::failed);
-    const QQuickItem* banner = item("ErrorBanner");
+    const QQuickItem* banner = item("SlidingBanner");
     EXPECT_EQ(symbols(banner), (QStringList{ "exclamationmark.triangle.fill", "xmark" }));
     const QQuickItem* mark = inside(banner, "SystemSymbol");
     EXPECT_EQ(mark->x(), 14);

@@ -72,24 +72,13 @@ Item {
         }
     }
 
-    ErrorBanner {
-        id: banner
-
-        x: Theme.bannerInset
-        y: shown ? Theme.space8 : -height
-        width: parent.width - 2 * Theme.bannerInset
-        visible: opacity > 0
-        opacity: shown ? 1 : 0
+    SlidingBanner {
+        shown: root.windowModel.hasError
         message: root.windowModel.errorMessage
         onDismiss: {
             root.windowModel.dismissError()
             const section = root.windowModel.showsImagine ? imagine : build
             section.forceActiveFocus()
         }
-
-        readonly property bool shown: root.windowModel.hasError
-
-        Behavior on y { NumberAnimation { duration: Theme.durationMedium; easing.type: Theme.easing } }
-        Behavior on opacity { NumberAnimation { duration: Theme.durationMedium; easing.type: Theme.easing } }
     }
 }

@@ -10,7 +10,7 @@ T.Button {
 
     readonly property bool isFilled: prominent || destructive
 
-    implicitWidth: label.implicitWidth + leftPadding + rightPadding
+    implicitWidth: Math.ceil(label.implicitWidth) + leftPadding + rightPadding
     implicitHeight: Theme.controlHeight
     leftPadding: Theme.space12 + Theme.space2
     rightPadding: leftPadding

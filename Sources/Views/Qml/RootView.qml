@@ -9,8 +9,8 @@ FocusScope {
 
     required property WindowModel windowModel
     property bool sidebarShown: true
-
-    signal quit()
+    property SideWindow asksThere: null
+    readonly property bool asksHere: windowModel.quitting.isAsked && asksThere === null
 
     function newTask() {
         windowModel.newTask()
@@ -48,6 +48,26 @@ FocusScope {
         opened.present()
     }
 
+    // In the window that stands over the others, so that no other one hides it.
+    function placeQuestion() {
+        const open = [settings.object as SideWindow, runtimeLog.object as SideWindow].filter(window => window !== null)
+        asksThere = open.find(window => window.active) ?? open[0] ?? null
+        if (asksThere !== null) {
+            asksThere.present()
+        }
+    }
+
+    // In the window from which it was asked for.
+    function placeCommand() {
+        const isCopied = windowModel.install.hasCopiedCommand
+        const opened = settings.object as SettingsWindow
+        const isOverSettings = opened !== null && (opened.active || opened.showsCommand)
+        if (opened !== null) {
+            opened.showsCommand = isCopied && isOverSettings
+        }
+        copiedCommand.active = isCopied && !isOverSettings
+    }
+
     function changePane() {
         if (sidebar.activeFocus) {
             detail.focusComposer()
@@ -75,7 +95,7 @@ FocusScope {
         onListKeys: shortcuts.active = true
         onOpenLog: root.openLog()
         onGivenUp: columns.forceActiveFocus(Qt.PopupFocusReason)
-        onQuit: root.quit()
+        onQuit: root.windowModel.quitting.request()
     }
 
     // It remembers what in it had the focus, for when a menu or a sheet goes.
@@ -138,6 +158,18 @@ FocusScope {
         windowModel: root.windowModel
     }
 
+    Connections {
+        target: root.windowModel.install
+
+        function onCopiedCommandChanged() { root.placeCommand() }
+    }
+
+    Connections {
+        target: root.windowModel.quitting
+
+        function onAsking() { root.placeQuestion() }
+    }
+
     Announcement { announcer: root.windowModel.announcer }
 
     LazyItem {
@@ -156,8 +188,8 @@ FocusScope {
         sourceComponent: SettingsWindow {
             windowModel: root.windowModel
             transientParent: root.Window.window
+            asksToQuit: root.asksThere === this
             onClosed: settings.active = false
-            onQuit: root.quit()
         }
     }
 
@@ -169,19 +201,37 @@ FocusScope {
         sourceComponent: RuntimeLogWindow {
             windowModel: root.windowModel
             transientParent: root.Window.window
+            asksToQuit: root.asksThere === this
             onClosed: runtimeLog.active = false
-            onQuit: root.quit()
+        }
+    }
+
+    // One question at a time, so that an Escape that is meant for the one does not answer the other.
+    LazyItem {
+        active: root.asksHere
+
+        sourceComponent: QuitAlert { quitting: root.windowModel.quitting }
+    }
+
+    LazyItem {
+        active: root.windowModel.updateFlow?.isShown ?? false
+
+        sourceComponent: UpdateWindow {
+            windowModel: root.windowModel
+            transientParent: root.Window.window
         }
     }
 
     LazyItem {
-        active: root.windowModel.permission.isAsked
+        active: root.windowModel.permission.isAsked && !root.asksHere
 
         sourceComponent: PermissionSheet { permission: root.windowModel.permission }
     }
 
     LazyItem {
-        active: root.windowModel.install.hasCopiedCommand
+        id: copiedCommand
+
+        active: false
 
         sourceComponent: CopiedCommandSheet { install: root.windowModel.install }
     }

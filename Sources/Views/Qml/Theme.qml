@@ -195,6 +195,8 @@ QtObject {
     readonly property int detailBoxMinimum: 100
     readonly property int detailBoxMaximum: 260
     readonly property int sheetListHeight: 260
+    readonly property int sheetListLeast: 96
+    readonly property int sheetAroundList: 200 // of a sheet with a path to type and buttons
     readonly property int menuMinimum: 180
     readonly property int toolTipMaximum: 420
     readonly property int usageMaximum: 160
@@ -214,6 +216,8 @@ QtObject {
     readonly property int settingsLeastWidth: 520
     readonly property int settingsLeastHeight: 320
     readonly property int qrCode: 216
+    readonly property int updateWidth: 520
+    readonly property int progressLine: 8
     readonly property int logWidth: 760
     readonly property int logHeight: 620
 
@@ -227,7 +231,12 @@ QtObject {
 
     // The shade of a symbol or a dot.
     function tint(value: int): color {
-        return [secondaryText, green, orangeMark, red][value]
+        return [secondaryText, green, orangeMark, red, text][value]
+    }
+
+    // The shade of a text.
+    function textTint(value: int): color {
+        return [secondaryText, green, orange, red, text][value]
     }
 
     // The space above a row of the conversation.

@@ -1,23 +1,22 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// One of the formats to choose from.
-T.AbstractButton {
+// One of a few to choose from.
+T.RadioButton {
     id: root
 
-    required property int format
-    required property string symbol
+    required property string symbol // may be empty
     required property bool chosen
 
     signal picked()
 
     focusPolicy: chosen || activeFocus ? Qt.StrongFocus : Qt.ClickFocus
-    Accessible.role: Accessible.RadioButton
+    checked: chosen
     Accessible.name: text
-    Accessible.checkable: true
-    Accessible.checked: chosen
-    Accessible.onPressAction: picked()
-    Accessible.onToggleAction: picked()
+    Accessible.onPressAction: clicked()
+    Accessible.onToggleAction: clicked()
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
     onClicked: picked()
 
     Row {
@@ -26,6 +25,7 @@ T.AbstractButton {
 
         SystemSymbol {
             anchors.verticalCenter: parent.verticalCenter
+            visible: root.symbol !== ""
             name: root.symbol
             size: Theme.symbolSmall
             color: root.chosen ? Theme.text : Theme.secondaryText
