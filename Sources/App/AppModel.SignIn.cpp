@@ -48,15 +48,12 @@ void AppModel::startProbe(AgentProvider provider, Status AppModel::*field, const
         });
 }
 
-// An answer of a program that is no longer the one that is found says nothing of the one that is.
+// The last answer stays, also one of a program that is no longer the one that is found.
 template <class Status>
 void AppModel::finishProbe(AgentProvider provider, Status AppModel::*field, typename Status::Found answer)
 {
     const ProbeLimit::Program program{ provider, answer.path };
-    const auto* found = (this->*field).installed();
-    if (found && found->path == answer.path) {
-        setInstallStatus<Status>(this->*field, std::move(answer));
-    }
+    setInstallStatus<Status>(this->*field, std::move(answer));
     m_probes.end(program);
 }
 

@@ -127,7 +127,7 @@ public:
     void rotateRemoteAccessKey();
 
     // What is known of the runtimes. Each publishes at once what was found, and the version and sign-in when the program has told them;
-    // of overlapping refreshes of one program the last answer stays, and an answer of another program than the one found last is dropped.
+    // of overlapping refreshes the last answer stays, also one of a program that is no longer the one that is found.
     // However often it is asked, few probes of one program run at a time, and the last of them begins after the last refresh.
     void refreshInstallStatus(); // Grok
     void refreshCodexInstallStatus();
