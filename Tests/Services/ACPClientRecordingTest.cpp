@@ -54,6 +54,12 @@ class ACPClientRecordingTest : public ACPClientTest
 protected:
     void play(AgentProvider provider, const std::string& name)
     {
+        open(provider, name);
+        ASSERT_TRUE(waitUntil(mainThread, [&] { return count("started") + count("replayed") == 1; })) << report();
+        prompt(m_recording->prompt());
+    }
+    void open(AgentProvider provider, const std::string& name)
+    {
         program = programOf(provider);
         m_recording.emplace(program + "-" + name, runtime);
         runtime.script(program, m_recording->scenario());
@@ -64,8 +70,6 @@ protected:
             settings.model = "zai-coding-plan/glm-4.7";
         make(std::move(settings));
         start(m_recording->storedSession());
-        ASSERT_TRUE(waitUntil(mainThread, [&] { return count("started") + count("replayed") == 1; })) << report();
-        prompt(m_recording->prompt());
     }
     // Answers the one request for permission of the turn, and waits for the end of it.
     void answer(const std::string& option)
@@ -158,6 +162,15 @@ TEST_P(ACPClientVendorTest, APlainTurn)
     expectWhatWasWritten();
 }
 
+TEST_P(ACPClientVendorTest, ATurnWithReasoning)
+{
+    play(GetParam().provider, "a-turn-with-reasoning");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_EQ(textOf("agent_thought_chunk"), "I should think about the probe first.");
+    EXPECT_EQ(textOf("agent_message_chunk"), "Thought it through: 42.");
+    expectWhatWasWritten();
+}
+
 TEST_P(ACPClientVendorTest, AnApprovedCommand)
 {
     play(GetParam().provider, "an-approved-command");
@@ -223,7 +236,8 @@ class ACPClientGoneSessionTest : public ACPClientRecordingTest, public ::testing
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(Vendors, ACPClientGoneSessionTest, ::testing::Values(AgentProvider::grok, AgentProvider::glm), providerName);
+INSTANTIATE_TEST_SUITE_P(
+    Vendors, ACPClientGoneSessionTest, ::testing::Values(AgentProvider::grok, AgentProvider::kimi, AgentProvider::glm), providerName);
 
 TEST_P(ACPClientGoneSessionTest, ASessionThatIsGone)
 {
@@ -238,6 +252,29 @@ TEST_P(ACPClientGoneSessionTest, ASessionThatIsGone)
 }
 
 // What Grok says when the mode stands where older versions want it; they go on from there as in the other recordings.
+class ACPClientSignedOutTest : public ACPClientRecordingTest, public ::testing::WithParamInterface<AgentProvider>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(Vendors, ACPClientSignedOutTest, ::testing::Values(AgentProvider::grok, AgentProvider::kimi), providerName);
+
+TEST_P(ACPClientSignedOutTest, NoSessionIsOpenedWithoutASignIn)
+{
+    open(GetParam(), "a-turn-without-a-sign-in");
+    ASSERT_TRUE(waitForEvent("startFailed")) << report();
+    EXPECT_THAT(eventsBut("log"), ElementsAre("startFailed Authentication required"));
+    expectWhatWasWritten();
+}
+
+TEST_F(ACPClientRecordingTest, OpenCodeTellsATurnAndNotBeforeThatNobodyIsSignedIn)
+{
+    play(AgentProvider::glm, "a-turn-without-a-sign-in");
+    ASSERT_TRUE(waitForEvent("turnFailed")) << report();
+    EXPECT_EQ(std::count(events.begin(), events.end(), "turnFailed Internal error: Incorrect API key provided"), 1) << report();
+    EXPECT_EQ(textOf("agent_message_chunk"), "");
+    expectWhatWasWritten();
+}
+
 TEST_F(ACPClientRecordingTest, GrokRefusesTheModeArgumentAndIsLaunchedAgain)
 {
     const Recording refusal("grok-a-refused-argument", runtime);
@@ -281,6 +318,38 @@ TEST_F(ACPClientRecordingTest, APlanOfKimi)
     EXPECT_EQ(plans.front().at("entries"), parsed(R"([{"content":"Read the code","priority":"medium","status":"completed"},
                    {"content":"Write the fix","priority":"medium","status":"in_progress"},
                    {"content":"Run the tests","priority":"medium","status":"pending"}])"));
+    expectWhatWasWritten();
+}
+
+TEST_F(ACPClientRecordingTest, APlanOfGrok)
+{
+    play(AgentProvider::grok, "a-plan");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    const auto plans = updates({ "plan" });
+    ASSERT_EQ(plans.size(), 2U) << "as the model told it, and with what Grok takes for done at the end";
+    EXPECT_EQ(plans.front().at("entries"), parsed(R"([{"content":"Read the code","priority":"medium","status":"completed"},
+                   {"content":"Write the fix","priority":"medium","status":"in_progress"},
+                   {"content":"Run the tests","priority":"medium","status":"pending"}])"));
+    expectWhatWasWritten();
+}
+
+TEST_F(ACPClientRecordingTest, APlanOfOpenCodeIsATool)
+{
+    play(AgentProvider::glm, "a-plan");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_TRUE(updates({ "plan" }).empty());
+    EXPECT_EQ(textAt(updates({ "tool_call" }).front(), "title"), "todowrite");
+    EXPECT_EQ(textAt(updates({ "tool_call_update" }).back(), "status"), "completed");
+    expectWhatWasWritten();
+}
+
+TEST_F(ACPClientRecordingTest, ASpentAllowanceOfOpenCodeFailsTheTurnInWordsThatAreKnown)
+{
+    play(AgentProvider::glm, "a-spent-allowance");
+    ASSERT_TRUE(waitForEvent("turnFailed")) << report();
+    const auto failure = std::find_if(events.begin(), events.end(), [](const auto& event) { return kindOf(event) == "turnFailed"; });
+    EXPECT_THAT(*failure, HasSubstr("Usage limit reached for 5 hour."));
+    EXPECT_TRUE(AgentError(ACPClientError{ ACPClientError::Kind::invalidResponse, *failure }).isUsageLimitFailure());
     expectWhatWasWritten();
 }
 

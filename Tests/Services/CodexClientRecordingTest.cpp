@@ -65,6 +65,35 @@ TEST_F(CodexClientRecordingTest, APlainTurn)
     expectWhatWasWritten();
 }
 
+TEST_F(CodexClientRecordingTest, ATurnWithReasoning)
+{
+    play("a-turn-with-reasoning");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_EQ(textOf("agent_thought_chunk"), "I should think about the probe first.");
+    EXPECT_EQ(textOf("agent_message_chunk"), "Thought it through: 42.");
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, AFileThatIsEditedUnasked)
+{
+    play("an-edited-file");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_TRUE(permissions.empty()) << "inside the project";
+    EXPECT_THAT(toolStates(), ElementsAre("in_progress", "completed"));
+    EXPECT_EQ(textOf("agent_message_chunk"), "Editing a file. Tool finished. The probe is over.");
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, WithoutASignInATurnFailsOnceHoweverOftenItIsRepeated)
+{
+    play("a-turn-without-a-sign-in");
+    ASSERT_TRUE(waitForEvent("turnFailed")) << report();
+    EXPECT_EQ(count("turnFailed"), 1);
+    EXPECT_THAT(events.back(), ::testing::StartsWith("turnFailed unexpected status 401 Unauthorized: Incorrect API key provided"));
+    EXPECT_FALSE(errors.back().isUsageLimitFailure());
+    expectWhatWasWritten();
+}
+
 TEST_F(CodexClientRecordingTest, ASpentAllowance)
 {
     play("a-spent-allowance");
