@@ -206,7 +206,7 @@ TEST_P(ACPClientVendorTest, AnEditedFile)
 TEST_P(ACPClientVendorTest, AnInterruptedTurn)
 {
     play(GetParam().provider, "an-interrupted-turn");
-    ASSERT_TRUE(waitUntil(mainThread, [&] { return updates({ "agent_message_chunk" }).size() == 2; })) << report();
+    ASSERT_TRUE(waitUntil(mainThread, [&] { return updates({ "agent_message_chunk" }).size() >= 2; })) << report();
     client->cancel();
     ASSERT_TRUE(waitForEvent("turn")) << report();
     EXPECT_THAT(textOf("agent_message_chunk"), StartsWith("word0 word1 ")) << "OpenCode goes on for a moment";

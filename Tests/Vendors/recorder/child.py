@@ -6,7 +6,7 @@ import signal
 import subprocess
 import threading
 
-PATIENCE = 60
+PATIENCE = 150  # OpenCode repeats a refused request for more than a minute, in silence
 QUIET = 0.7  # seconds without a line, after which nothing more is to come
 
 
