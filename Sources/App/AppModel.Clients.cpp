@@ -211,6 +211,20 @@ void AppModel::dropClient()
     }
 }
 
+void AppModel::stopRuntimes()
+{
+    abandonReplay();
+    const std::shared_ptr<AgentClient> client = m_client;
+    dropClient();
+    dropImagineClient();
+    if (client) {
+        client->finishStop();
+    }
+    if (!m_treeChanges.isEmpty()) {
+        persist();
+    }
+}
+
 bool AppModel::isCurrent(const std::weak_ptr<AgentClient>& client) const
 {
     const auto alive = client.lock();

@@ -275,7 +275,7 @@ void AppModel::cancelImagine()
         m_imagineClient->cancel();
     }
     setImagineState(ConnectionState::Kind::ready);
-    setImagineProgress("Stopped");
+    setImagineProgress(generationStopped);
     if (m_permissionOwner == PermissionOwner::imagine) {
         clearPermissionRequest();
     }

@@ -70,6 +70,11 @@ bool AppModel::isPermissionHeard() const
     return m_permissionRequest && client && client == m_permissionAsker.lock();
 }
 
+AppSection AppModel::permissionSection() const
+{
+    return m_permissionOwner == PermissionOwner::imagine ? AppSection::imagine : AppSection::build;
+}
+
 std::shared_ptr<AgentClient> AppModel::permissionClient() const
 {
     return m_permissionOwner == PermissionOwner::imagine ? m_imagineClient : m_client;

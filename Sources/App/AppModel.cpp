@@ -56,6 +56,7 @@ void AppModel::changed(ModelChange::Kind kind, std::size_t index)
 
 void AppModel::setConnectionState(ConnectionState state)
 {
+    m_isSigningIn = false;
     publish(m_connectionState, std::move(state), ModelChange::Kind::connectionState);
 }
 
@@ -215,6 +216,11 @@ const std::vector<ChatEntry>& AppModel::entries() const
 bool AppModel::canSend() const
 {
     return selectedWorkspace() && !m_connectionState.isBusy();
+}
+
+bool AppModel::isTurnUnderWay() const
+{
+    return m_connectionState.isBusy() && !m_isSigningIn;
 }
 
 bool AppModel::canChangePermissionMode() const

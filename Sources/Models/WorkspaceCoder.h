@@ -33,6 +33,7 @@ public:
     void noteFields(const Uuid& thread) { noteEntries(thread, static_cast<std::size_t>(-1)); }
     // The task's own fields, and its entries from this index on, may differ.
     void noteEntries(const Uuid& thread, std::size_t firstChanged);
+    [[nodiscard]] bool isEmpty() const { return m_firstChanged.empty(); }
 
 private:
     friend class WorkspaceEncoder;

@@ -46,6 +46,8 @@ public:
     // Ends the child with one SIGTERM and fails what is outstanding as disconnected; onUnexpectedTermination does not fire. What had
     // been posted before still arrives at the other callbacks, also when the client is dropped meanwhile.
     virtual void stop() = 0;
+    // After `stop`, where nobody comes back to look: returns when the child has been asked to end. Most clients ask within `stop`.
+    virtual void finishStop() { }
 
     // Set before `start`, main thread only; not replaced while they run. A callback may call any operation, `stop` included.
     std::function<void(const SessionUpdate&)> onSessionUpdate; // the update lives as long as the call, see SessionUpdate

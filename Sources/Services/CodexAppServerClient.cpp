@@ -81,4 +81,9 @@ void CodexAppServerClient::stop()
     });
 }
 
+void CodexAppServerClient::finishStop()
+{
+    m_queue->sync([] {}); // behind the work above
+}
+
 } // namespace tessarin

@@ -55,6 +55,7 @@ public:
     void cancel() override;
     void respondToPermission(std::int64_t requestID, std::string optionID) override;
     void stop() override;
+    void finishStop() override;
 
     // The allowance in an answer to `account/rateLimits/read`, or in the `rateLimits` of a notification.
     [[nodiscard]] static ProviderUsage parseRateLimits(const JsonObject& payload);
