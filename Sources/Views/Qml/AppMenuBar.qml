@@ -106,6 +106,13 @@ Rectangle {
                 keys: Shortcuts.toggleSidebar
                 onTriggered: root.toggleSidebar()
             }
+            AppMenuSeparator {}
+            AppMenuItem {
+                text: "Notifications"
+                checkable: true
+                checked: root.windowModel.notifier.isEnabled
+                onTriggered: root.windowModel.notifier.isEnabled = !root.windowModel.notifier.isEnabled
+            }
         }
 
         AppMenuBarItem {
@@ -118,6 +125,11 @@ Rectangle {
             onGivenUp: root.givenUp()
 
             AppMenuItem { text: "Keyboard Shortcuts"; keys: Shortcuts.listKeys; onTriggered: root.listKeys() }
+            AppMenuItem {
+                text: "Check for Updates…"
+                enabled: root.windowModel.updates?.isConfigured ?? false
+                onTriggered: root.windowModel.updates.checkForUpdates()
+            }
             AppMenuItem { text: "Runtime Log"; onTriggered: root.openLog() }
         }
     }
@@ -134,7 +146,8 @@ Rectangle {
     Shortcut { sequence: Shortcuts.goToMenus; onActivated: file.forceActiveFocus(Qt.ShortcutFocusReason) }
     Shortcut { sequence: Shortcuts.settings; onActivated: root.openSettings() }
     Shortcut { sequence: Shortcuts.listKeys; onActivated: root.listKeys() }
-    Shortcut { sequence: Shortcuts.quit; onActivated: root.quit() }
+    // In every window and over every sheet; a key that is held down is not two answers.
+    Shortcut { sequence: Shortcuts.quit; context: Qt.ApplicationShortcut; autoRepeat: false; onActivated: root.quit() }
     Shortcut {
         sequence: Shortcuts.stopAgent
         enabled: root.windowModel.conversation.isWorking

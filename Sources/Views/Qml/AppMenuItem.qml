@@ -1,7 +1,8 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// One entry of a menu: symbol, title, and the keys that do the same.
+// One entry of a menu: symbol, title, and the keys that do the same. One that switches something on and off is `checkable`, has no keys,
+// and bears a mark while it is on.
 T.MenuItem {
     id: root
 
@@ -11,10 +12,12 @@ T.MenuItem {
     property string keys: ""
 
     width: parent ? parent.width : implicitWidth
-    implicitWidth: Math.ceil(title.implicitWidth) + title.x + Theme.space12 + (keys === "" ? 0 : Math.ceil(hint.implicitWidth) + Theme.space24)
+    implicitWidth: Math.ceil(title.implicitWidth) + title.x + Theme.space12 + (checkable ? Theme.symbolSmall + Theme.space12 : 0) + (keys === "" ? 0 : Math.ceil(hint.implicitWidth) + Theme.space24)
     implicitHeight: Theme.rowMenu
     opacity: enabled ? 1 : Theme.disabledOpacity
     Accessible.name: text
+    // Readers say nothing of an entry that is not checked.
+    Accessible.description: !checkable ? "" : checked ? "On" : "Off"
     // What is triggered may make the entries anew, and then this one stands in no menu.
     Accessible.onPressAction: {
         const owner = menu
@@ -55,6 +58,16 @@ T.MenuItem {
         font: Theme.captionFont
         color: Theme.secondaryText
         Accessible.ignored: true
+    }
+
+    SystemSymbol {
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.space12
+        anchors.verticalCenter: parent.verticalCenter
+        name: "checkmark"
+        visible: root.checkable && root.checked
+        size: Theme.symbolSmall
+        color: Theme.accent
     }
 
     background: Rectangle {

@@ -11,6 +11,7 @@ Window {
     minimumHeight: 640
     title: "tessarin"
     color: Theme.window
+    onClosing: close => close.accepted = windowModel.quitting.mayClose()
 
     Rectangle {
         width: Theme.sidebarIdeal
@@ -28,11 +29,6 @@ Window {
         anchors.fill: parent
         focus: true
         onWantedChanged: setSource("RootView.qml", { windowModel: root.windowModel })
-    }
-
-    Connections {
-        target: content.item
-        function onQuit() { root.close() }
     }
 
     Binding {

@@ -1,3 +1,5 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import Tessarin
 
@@ -7,8 +9,10 @@ Window {
 
     required property WindowModel windowModel
 
+    // Where a quit is asked about, when this window stands over the main one.
+    property bool asksToQuit: false
+
     signal closed()
-    signal quit()
 
     // To the front, wherever it is; at first over the middle of the main window.
     function present() {
@@ -29,5 +33,10 @@ Window {
     onClosing: closed()
 
     Shortcut { sequences: ["Escape", Shortcuts.closeWindow]; onActivated: root.close() }
-    Shortcut { sequence: Shortcuts.quit; onActivated: root.quit() }
+
+    LazyItem {
+        active: root.asksToQuit && root.windowModel.quitting.isAsked
+
+        sourceComponent: QuitAlert { quitting: root.windowModel.quitting }
+    }
 }

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "App/ModelChange.h"
+
+#include <QObject>
+#include <QString>
+#include <qqmlintegration.h>
+
+#include <memory>
+
+namespace tessarin
+{
+
+class AppModel;
+
+// The way out of the program. A person who quits while an agent works is asked once; asking to quit again says yes, in whatever way it is
+// asked. A question whose reason goes away goes with it, and the program stays: the answer that the person waited for is there now, and
+// nobody has said yes. Main thread only; owned by WindowModel.
+class Quitting : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes its quitting")
+    Q_PROPERTY(bool isAsked MEMBER m_isAsked NOTIFY questionChanged)
+    Q_PROPERTY(QString question MEMBER m_question NOTIFY questionChanged)
+public:
+    explicit Quitting(QObject* parent = nullptr);
+    ~Quitting() override;
+
+    void attach(std::shared_ptr<AppModel> model);
+    void note(const ModelChange& change);
+
+    // The person quits, by a key or a menu: asks, or ends.
+    Q_INVOKABLE void request();
+    // The main window is being closed, which is quitting; false when the person is asked first.
+    Q_INVOKABLE bool mayClose();
+    Q_INVOKABLE void confirm();
+    Q_INVOKABLE void giveUp();
+
+    // Nobody is asked: a signal.
+    void end();
+    // The session of the desktop ends while something is at work. Where the desktop lets the person be asked, the end of the session is
+    // called off by the caller: nothing here waits for the answer within the call, and they log out again when they have given it.
+    // Where nobody may be asked, the windows close without a question.
+    [[nodiscard]] bool isAnythingAtWork() const;
+    void holdSession();
+    void yieldToSession();
+
+signals:
+    void questionChanged();
+    void asking(); // the window has to be seen, and the question comes next
+    void decided(); // the program ends
+
+private:
+    [[nodiscard]] QString currentQuestion() const;
+    void ask(const QString& question);
+    void readQuestion();
+
+    std::shared_ptr<AppModel> m_model;
+    bool m_isAsked = false;
+    QString m_question; // stays while the alert leaves
+    bool m_isDecided = false;
+    bool m_isSessionEnding = false;
+    bool m_isReadingLater = false;
+};
+
+} // namespace tessarin

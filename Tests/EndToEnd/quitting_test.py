@@ -1,0 +1,265 @@
+"""Quitting: asked once while an agent works, and then whatever was started ends and whatever was shown is there the next time."""
+import json
+import os
+import signal
+import time
+
+from acp import opening, says, script, thinks, turn, until
+from asking import NO, ONCE, asks
+from desk import entry, task
+from dialects import codex_opening, codex_script
+from window_case import TITLE, WindowCase, main
+
+QUESTION = 'Quit tessarin?'
+WORKING = 'Grok is still working in “Mend it”. Quitting stops it; what it has written stays.'
+
+
+class QuittingCase(WindowCase):
+    def open_working(self, *happenings, prefix=(), hold=until('go'), project='aurora'):
+        """A turn that says half of something and goes on for ever."""
+        self.desk.install('grok', script(list(prefix), opening(), turn(says('Half an answ'), *happenings, hold)))
+        self.open_project((self.desk.project(project), [task('Mend it', [entry('user', 'Earlier.')])]))
+        self.reads('Earlier.')
+        self.prompt('mend it')
+        self.reads('Half an answ')
+
+    def await_question(self):
+        return self.window.find('dialog', QUESTION)
+
+    def await_no_question(self):
+        self.window.wait_gone('dialog', QUESTION)
+        self.assertTrue(self.app.running)
+
+    def expect_end(self):
+        self.app.must_live = False
+
+    def ends(self):
+        self.assertEqual(self.app.wait(15), 0)
+
+    def shown_texts(self):
+        return [one['text'] for one in self.desk.stored()[0]['threads'][0]['entries']]
+
+    def runtime_pid(self, name='grok'):
+        return self.desk.record(name, self.desk.sessions(name)[-1])[0]['start']['pid']
+
+
+class Question(QuittingCase):
+    def test_CtrlQAsksOnceAndAgainSaysYes(self):
+        self.open_working()
+        self.window.key('Ctrl+Q')
+        dialog = self.await_question()
+        self.window.find(says=WORKING, within=dialog)
+        self.assertEqual(self.window.audit(), [])
+        self.window.wait(lambda: self.window.find('~button', '=Cancel').focused, what='the focus on Cancel')
+        self.expect_end()
+        self.window.key('Ctrl+Q')
+        self.ends()
+
+    def test_EscapeAndCancelKeepTheProgramAndItsAgent(self):
+        self.open_working(until('on'), says('er.'))
+        self.window.key('Ctrl+Q')
+        self.await_question()
+        self.window.key('Escape')
+        self.await_no_question()
+        self.window.key('Ctrl+Q')
+        self.await_question()
+        self.window.wait(lambda: self.window.find('~button', '=Cancel').focused, what='the focus on Cancel')
+        self.window.key('Return')
+        self.await_no_question()
+        self.desk.release('on')
+        self.reads('Half an answer.')
+        self.window.type('the keys are in the message again')
+        self.reads('the keys are in the message again')
+
+    def test_TheMenuAsksAndTheButtonQuits(self):
+        self.open_working()
+        self.window.click_on('~menu bar item', '=File')
+        self.window.click_on('~menu item', '=Quit')
+        self.await_question()
+        self.expect_end()
+        self.window.click_on('~button', '=Quit')
+        self.ends()
+
+    def test_TheButtonQuitsForAScreenReader(self):
+        self.open_working()
+        self.window.key('Ctrl+Q')
+        self.await_question()
+        self.expect_end()
+        self.window.press('~button', '=Quit')
+        self.ends()
+
+    def test_ClosingTheWindowAsksAndClosingItAgainSaysYes(self):
+        self.open_working()
+        self.window.close_window(TITLE)
+        self.await_question()
+        self.expect_end()
+        self.window.close_window(TITLE)
+        self.ends()
+
+    def test_AMinimisedWindowComesBackToAsk(self):
+        self.open_working()
+        window = self.window.xwindow(TITLE)
+        self.window.minimise(TITLE)
+        self.window.screen.ask_to_close(window)
+        self.window.wait(lambda: self.window.active_title() == TITLE, what='the window in front')
+        self.await_question()
+
+    def test_ClosingTheSettingsIsNoQuit(self):
+        self.open_working()
+        self.window.key('Ctrl+,')
+        self.window.wait_window('Settings')
+        self.window.close_window('Settings')
+        self.window.wait_gone('frame', 'Settings')
+        self.assertFalse(self.window.exists('dialog', QUESTION))
+        self.assertTrue(self.app.running)
+
+    def test_OverTheSettingsTheQuestionStandsInThem(self):
+        self.open_working()
+        self.window.key('Ctrl+,')
+        self.window.wait_window('Settings')
+        self.window.wait(lambda: self.window.active_title() == 'Settings', what='the settings in front')
+        self.window.key('Ctrl+Q')
+        dialog = self.await_question()
+        x, y, width, height = self.window.xwindows()[self.window.xwindow('Settings')][1]
+        left, top, across, down = self.window.find('~button', '=Cancel', within=dialog).rect
+        self.assertTrue(x <= left and left + across <= x + width and y <= top and top + down <= y + height)
+        self.window.key('Escape')
+        self.await_no_question()
+        self.window.find('frame', 'Settings')
+        self.window.key('Ctrl+Q')
+        self.await_question()
+        self.expect_end()
+        self.window.key('Ctrl+Q')
+        self.ends()
+
+    def test_WhileAnAgentAsksOnlyOneQuestionStands(self):
+        self.open_working(asks(ONCE, NO, title='Run make'))
+        self.window.find('dialog', 'Grok needs permission')
+        self.window.key('Ctrl+Q')
+        self.await_question()
+        self.window.wait_gone('dialog', 'Grok needs permission')
+        self.window.key('Escape')
+        self.await_no_question()
+        self.window.find('dialog', 'Grok needs permission')
+        self.assertEqual([message for message in self.desk.received('grok', self.desk.sessions('grok')[-1]) if message.get('id') == 7], [])
+
+    def test_TheQuestionGoesWhenTheTurnEndsAndTheProgramStays(self):
+        self.open_working()
+        self.window.key('Ctrl+Q')
+        self.await_question()
+        self.desk.release('go')
+        self.await_no_question()
+        self.await_status('Ready')
+        self.expect_end()
+        self.window.key('Ctrl+Q')
+        self.ends()
+
+    def test_WhereNothingWorksNothingIsAsked(self):
+        self.desk.install('grok', script(opening(), turn(says('Done.'))))
+        self.open_project(self.desk.project())
+        self.prompt('hello')
+        self.await_status('Ready')
+        self.expect_end()
+        self.window.key('Ctrl+Q')
+        self.ends()
+
+    def test_ASignalNeverAsks(self):
+        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            with self.subTest(number):
+                self.open_working(project=f'project {number}')
+                self.expect_end()
+                os.kill(self.app.pid, number)
+                self.ends()
+                self.assertIn('Half an answ', self.shown_texts())
+
+
+class End(QuittingCase):
+    def quit(self):
+        self.expect_end()
+        self.window.key('Ctrl+Q')
+        self.await_question()
+        self.window.key('Ctrl+Q')
+        self.ends()
+
+    def test_WhatWasShownIsThereTheNextTime(self):
+        self.open_working()
+        self.quit()
+        self.assertEqual(self.shown_texts(), ['Earlier.', 'mend it', 'Half an answ'])
+        self.open()
+        self.reads('Half an answ')
+
+    def test_ARuntimeIsAskedToEndOnce(self):
+        self.open_working()
+        start = self.desk.sessions('grok')[-1]
+        self.quit()
+        self.assertEqual(len(self.desk.await_end('grok', start)), 1)
+
+    def test_ARuntimeThatIgnoresTheSignalEndsWithItsInput(self):
+        self.open_working(prefix=[{'ignoreTerm': True}], hold={'expect': 'never'})
+        start, pid = self.desk.sessions('grok')[-1], self.runtime_pid()
+        began = time.monotonic()
+        self.quit()
+        self.assertLess(time.monotonic() - began, 10)
+        self.window.wait(lambda: self.ended(pid), what='the end of the runtime')
+        self.assertIn({'stdinClosed': True}, self.desk.record('grok', start))
+
+    def ended(self, pid):
+        """Gone, or a zombie that this test has adopted."""
+        try:
+            with open(f'/proc/{pid}/stat', 'rb') as file:
+                return file.read().rpartition(b')')[2].split()[0] in (b'Z', b'X')
+        except OSError:
+            return True
+
+    def test_AGrandchildThatKeepsTheStreamsHoldsUpNothing(self):
+        self.open_working({'grandchild': 'let-go'})
+        pid = self.runtime_pid()
+        self.quit()
+        self.window.wait(lambda: self.ended(pid), what='the end of the runtime')
+        self.desk.release('let-go')
+
+    def test_CodexIsAskedToEndToo(self):
+        self.desk.install('codex', codex_script(codex_opening(), [{'expect': 'turn/start'}, until('go')]))
+        self.open_project((self.desk.project(), [task('Mend it')]))
+        self.prompt('mend it')
+        self.reads('Codex is working…')
+        pid, start = self.runtime_pid('codex'), self.desk.sessions('codex')[-1]
+        self.quit()
+        self.window.wait(lambda: self.ended(pid), what='the end of the runtime')
+        self.desk.await_end('codex', start)
+
+    def test_AKillInTheMiddleOfQuittingTearsNothing(self):
+        for delay in (0, 0.01, 0.03, 0.1):
+            with self.subTest(delay):
+                self.open_working(project=f'project {delay}')
+                self.window.key('Ctrl+Q')
+                self.await_question()
+                self.window.key('Ctrl+Q')
+                time.sleep(delay)  # wherever it is then
+                self.app.kill_alone()
+                texts = self.shown_texts()
+                self.assertIn(texts, (['Earlier.', 'mend it', 'Half an answ'], ['Earlier.', 'mend it'], ['Earlier.']))
+                preferences = os.path.join(self.desk.home, '.config', 'tessarin', 'preferences.json')
+                if os.path.exists(preferences):
+                    with open(preferences) as file:
+                        json.load(file)
+
+    def test_AGenerationIsAskedAbout(self):
+        self.desk.install('grok', script(opening(), turn(thinks('Hm.'), until('go'))))
+        self.open_project((self.desk.project(), [task('Mend it')]))
+        self.window.key('Ctrl+2')
+        prompt = self.window.find('~input', '=Prompt')
+        self.window.wait(lambda: prompt.focused, what='the focus in the prompt')
+        self.window.type('a wheel')
+        self.window.key('Return')
+        self.reads('Grok is generating an image…')
+        self.window.key('Ctrl+Q')
+        dialog = self.await_question()
+        self.window.find(says='Grok is still generating in Imagine. Quitting stops it; what is in the library stays.', within=dialog)
+        self.expect_end()
+        self.window.key('Ctrl+Q')
+        self.ends()
+
+
+if __name__ == '__main__':
+    main()

@@ -1,0 +1,253 @@
+#include "PresenterFixture.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace tessarin
+{
+
+namespace
+{
+
+using Kind = Notification::Kind;
+
+// Remembers what it is told, and stands for the person who clicks.
+class RecordingBoard : public NotificationBoard
+{
+public:
+    void show(const Notification& notification) override { shown.push_back(notification); }
+    void withdraw(const Notification::Place& place) override { withdrawn.push_back(place); }
+    void clear() override { }
+
+    std::vector<Notification> shown;
+    std::vector<Notification::Place> withdrawn;
+};
+
+class NotifierTest : public PresenterTest
+{
+protected:
+    // A task in which a turn waits for "go"; nobody looks at the window.
+    void openWorking(const testing::Scenario& scenario)
+    {
+        runtime.script("grok", scenario);
+        openNotifier();
+        model->send("go");
+        waitFor(ConnectionState::Kind::working);
+    }
+    void openNotifier()
+    {
+        notifier.open(preferences, board, [this] { return hasFocus; });
+        QObject::connect(&notifier, &Notifier::called, &board, [this](const QString& token) { calls.append(token); });
+        openWindow();
+    }
+    // What has been shown since the last time.
+    std::vector<Notification> shown()
+    {
+        QCoreApplication::processEvents();
+        return std::exchange(board.shown, {});
+    }
+    std::size_t withdrawn()
+    {
+        QCoreApplication::processEvents();
+        return std::exchange(board.withdrawn, {}).size();
+    }
+    Notification finish()
+    {
+        runtime.touch("go");
+        waitFor(ConnectionState::Kind::ready);
+        const std::vector<Notification> told = shown();
+        EXPECT_EQ(told.size(), 1U);
+        return told.empty() ? Notification{} : told.front();
+    }
+    static testing::Scenario turnOnGo() { return testing::hangingTurn().waitForFile("go").replyTo("session/prompt", testing::endTurn); }
+    void focus()
+    {
+        hasFocus = true;
+        notifier.noteFocus();
+    }
+
+    RecordingBoard board;
+    Notifier& notifier = *window.notifier();
+    QStringList calls;
+    bool hasFocus = false;
+};
+
+TEST_F(NotifierTest, ATurnIsToldOfItsTask)
+{
+    openWorking(turnOnGo());
+    EXPECT_TRUE(shown().empty());
+    const Notification told = finish();
+    EXPECT_EQ(told.kind, Kind::ended);
+    EXPECT_EQ(told.title, "go");
+    EXPECT_EQ(told.place, (Notification::Place{ AppSection::build, *model->selectedWorkspaceID(), *model->selectedThreadID() }));
+}
+
+TEST_F(NotifierTest, NothingIsShownWithTheFocusOrSwitchedOff)
+{
+    openWorking(turnOnGo());
+    hasFocus = true;
+    runtime.touch("go");
+    waitFor(ConnectionState::Kind::ready);
+    EXPECT_TRUE(shown().empty());
+    hasFocus = false;
+    notifier.setEnabled(false);
+    runtime.script("grok", testing::failingTurn("no"));
+    dropConnection();
+    model->send("again");
+    waitFor(ConnectionState::Kind::failed);
+    EXPECT_TRUE(shown().empty());
+}
+
+TEST_F(NotifierTest, TheSwitchIsOnAtFirstAndIsKept)
+{
+    openNotifier();
+    EXPECT_TRUE(notifier.isEnabled());
+    notifier.setEnabled(false);
+    EXPECT_EQ(preferences.boolean(Notifier::key), false);
+    Notifier next;
+    next.open(preferences, board, [] { return false; });
+    EXPECT_FALSE(next.isEnabled());
+}
+
+TEST_F(NotifierTest, SwitchingOffPutsAwayWhatStands)
+{
+    openWorking(turnOnGo());
+    (void)finish();
+    notifier.setEnabled(false);
+    EXPECT_EQ(withdrawn(), 1U);
+}
+
+TEST_F(NotifierTest, AFailureAfterAStopIsNoNews)
+{
+    openWorking(testing::failingTurnOnGo("cancelled"));
+    model->stopWorking();
+    EXPECT_TRUE(shown().empty());
+    runtime.touch("go");
+    waitFor(ConnectionState::Kind::failed);
+    EXPECT_TRUE(shown().empty());
+}
+
+TEST_F(NotifierTest, ASignInThatFailsIsNoNews)
+{
+    runtime.script("grok", testing::Scenario().command("--version", "1").command("login", "no", 1));
+    openNotifier();
+    model->logIn();
+    waitFor(ConnectionState::Kind::failed);
+    EXPECT_TRUE(shown().empty());
+}
+
+TEST_F(NotifierTest, AHandoffIsToldAndASwitchByThePersonIsNot)
+{
+    runtime.script("grok", testing::failingTurn(testing::usageLimit));
+    runtime.script("kimi", testing::oneTurn("One.", "session-k"));
+    notifier.open(preferences, board, [] { return false; });
+    openWindow({ "grok", "kimi" });
+    model->send("mend it");
+    waitUntil([this] { return texts().size() == 3 && model->connectionState().kind() == ConnectionState::Kind::ready; });
+    const std::vector<Notification> told = shown();
+    ASSERT_FALSE(told.empty());
+    EXPECT_EQ(told.back().kind, Kind::ended);
+    EXPECT_EQ(std::count_if(told.begin(), told.end(), [](const Notification& each) { return each.kind == Kind::moved; }), 1);
+    runtime.script("grok", testing::oneTurn("Back."));
+    model->setRoutingMode(ProviderRoutingMode::grok);
+    model->send("back to grok");
+    waitUntil([this] { return texts().back() == "Back." && model->connectionState().kind() == ConnectionState::Kind::ready; });
+    for (const Notification& each : shown()) {
+        EXPECT_EQ(each.kind, Kind::ended);
+    }
+}
+
+TEST_F(NotifierTest, AnAnswerPutsTheRequestAway)
+{
+    testing::Scenario asking = testing::hangingTurn();
+    asking.send(R"({"jsonrpc":"2.0","id":7,"method":"session/request_permission","params":{"toolCall":{"title":"Run make"},)"
+                R"("options":[{"optionId":"a","name":"Allow once","kind":"allow_once"}]}})");
+    asking.expectResponse(7).waitForFile("never");
+    openWorking(asking);
+    waitUntil([this] { return model->permissionRequest().has_value(); });
+    const std::vector<Notification> told = shown();
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told.front().kind, Kind::asks);
+    model->respondToPermission("a");
+    EXPECT_EQ(withdrawn(), 1U);
+}
+
+TEST_F(NotifierTest, WhatIsSeenIsPutAwayAndWhatIsNotSeenStays)
+{
+    openWorking(turnOnGo());
+    (void)finish();
+    model->setSelectedSection(AppSection::imagine);
+    focus();
+    EXPECT_EQ(withdrawn(), 0U) << "the task is not on the screen";
+    model->setSelectedSection(AppSection::build);
+    EXPECT_EQ(withdrawn(), 1U);
+}
+
+TEST_F(NotifierTest, ATaskThatIsGoneTakesItsNotificationAlong)
+{
+    openWorking(turnOnGo());
+    (void)finish();
+    model->deleteThread(*model->selectedThreadID(), *model->selectedWorkspaceID());
+    EXPECT_EQ(withdrawn(), 1U);
+}
+
+TEST_F(NotifierTest, AnotherPromptMakesOldNewsGo)
+{
+    openWorking(turnOnGo());
+    (void)finish();
+    model->send("more");
+    EXPECT_EQ(withdrawn(), 1U);
+}
+
+TEST_F(NotifierTest, AClickLeadsToTheTaskInItsSection)
+{
+    openWorking(turnOnGo());
+    const Notification told = finish();
+    model->newThread();
+    model->setSelectedSection(AppSection::imagine);
+    emit board.chosen(told.place, "token");
+    EXPECT_EQ(model->selectedSection(), AppSection::build);
+    EXPECT_EQ(model->selectedThreadID(), told.place.threadID);
+    EXPECT_EQ(calls, QStringList{ "token" });
+}
+
+TEST_F(NotifierTest, AClickStopsNoAgentInAnotherTask)
+{
+    openWorking(turnOnGo());
+    const Notification told = finish();
+    model->newThread();
+    const auto busy = model->selectedThreadID();
+    runtime.script("grok", testing::hangingTurn());
+    model->send("work");
+    waitFor(ConnectionState::Kind::working);
+    emit board.chosen(told.place, QString());
+    EXPECT_EQ(model->selectedThreadID(), busy);
+    EXPECT_EQ(model->connectionState().kind(), ConnectionState::Kind::working);
+    EXPECT_EQ(calls.size(), 1);
+}
+
+TEST_F(NotifierTest, AClickOnATaskThatIsGoneOnlyBringsTheWindow)
+{
+    openNotifier();
+    const auto selected = model->selectedThreadID();
+    emit board.chosen({ AppSection::build, Uuid::random(), Uuid::random() }, QString());
+    EXPECT_EQ(model->selectedThreadID(), selected);
+    EXPECT_EQ(calls.size(), 1);
+}
+
+TEST_F(NotifierTest, AFloodOfTasksLeavesABoundedNumber)
+{
+    openNotifier();
+    News news;
+    news.isTurnOver = true;
+    for (std::size_t i = 0; i < Notifier::limit + 5; ++i) {
+        news.threadID = Uuid::random();
+        notifier.tell(news);
+    }
+    EXPECT_EQ(withdrawn(), 5U);
+}
+
+} // namespace
+
+} // namespace tessarin
