@@ -98,16 +98,17 @@ def exhausted_allowance_is_not_told(person):
 
 
 def restart_resumes_the_session(person):
+    """The second prompt chooses nothing, so that the model repeats what the first has chosen, if it is told of it."""
     person.has()
     person.begin()
-    person.asks_for('plain')
-    person.finished_after(ANSWER)
+    person.asks_for('reasoning')
+    person.finished_after('Thought it through: 42.')
     person.leave()
     session = person.session()
     person.assertTrue(session)
     person.begin()
-    person.asks_for('reasoning')
-    person.finished_after('Thought it through: 42.')
+    person.prompt('And again.')
+    person.finished_after('Thought it through: 42.', number=2)
     person.leave()
     person.assertEqual(person.session(), session)
 

@@ -28,10 +28,11 @@ def shell_line_is_run_by_a_shell(person):
 
 
 def full_access_asks_nothing(person):
+    """The command does not ask to leave a sandbox: there is none, and Codex refuses what would have to be asked for."""
     person.allows('full_access')
     person.has()
     person.begin()
-    person.asks_for('shell')
+    person.asks_for('sandboxed')
     person.finished_after(FINISHED)
     person.assertEqual(person.made('shell-made.txt'), COMMAND_MADE)
 
@@ -42,13 +43,13 @@ def full_access_as_root_needs_a_sandbox(person):
         person.allows('full_access')
         person.has()
         person.begin()
-        person.asks_for('shell')
+        person.asks_for('sandboxed')
         person.fails_with('cannot be used with root/sudo privileges')
         person.assertIsNone(person.made('shell-made.txt'))
         person.leave()
         person.window.env['IS_SANDBOX'] = '1'
         person.begin()
-    person.asks_for('shell')
+    person.asks_for('sandboxed')
     person.finished_after(FINISHED)
     person.assertEqual(person.made('shell-made.txt'), COMMAND_MADE)
 
@@ -123,4 +124,25 @@ def flood_of_output(person):
     person.allows_once()
     person.finished_after(FINISHED)
     person.leave()
-    person.assertEqual([entry['kind'] for entry in person.task()['entries'] if entry['kind'] in ('user', 'tool')], ['user', 'tool'])
+    cards = [entry['id'] for entry in person.task()['entries'] if entry['kind'] == 'tool']
+    person.assertEqual(len(cards), person.vendor.cards_of_a_long_command)
+
+
+def version_in_the_settings(person):
+    person.has()
+    person.begin()
+    person.reads_in_the_settings(person.version())
+
+
+def sign_in_needed_in_the_settings(person):
+    person.has(signed_in=False)
+    person.begin()
+    person.reads_in_the_settings('=Sign-in needed')
+
+
+def sign_in_needed_is_not_told(person):
+    """The status command of Codex says "Not logged in", and whoever says "logged in" counts as signed in; the others have no such command."""
+    person.has(signed_in=False)
+    person.begin()
+    person.reads_in_the_settings(person.version())
+    person.assertFalse(person.window.exists('label', '=Sign-in needed', showing=False))

@@ -7,7 +7,6 @@ Installs the programs in the folder, plays each case with each of them against a
 Ends with status 1 when a cell is not as it is expected.
 """
 import argparse
-import json
 import os
 import re
 import sys
@@ -27,16 +26,6 @@ def arguments():
     parser.add_argument('--only', action='append', default=[], metavar='VENDOR', help='codex, opencode, claude, kimi or grok')
     parser.add_argument('--case', action='append', default=[], metavar='WORDS', help='only the cases whose title has these words')
     return parser.parse_args()
-
-
-def versions(programs):
-    """As the installed packages tell them."""
-    from vendors import VENDORS
-    out = {}
-    for vendor in VENDORS.values():
-        with open(os.path.join(programs, '..', vendor.package, 'package.json')) as file:
-            out[vendor.program] = json.load(file)['version']
-    return out
 
 
 def tests(given, programs):
@@ -72,8 +61,10 @@ def main():
     os.environ.update(TESSARIN_PROGRAM=os.path.abspath(given.program), TESSARIN_SCREENSHOTS=os.path.abspath(given.pictures or given.folder),
                       TESSARIN_VENDORS_RUN=uuid.uuid4().hex)
     from install import installed
+    from loopback import only_loopback
     from table import markdown
     programs = installed(os.path.abspath(given.folder))
+    only_loopback()
     cells, failed = {}, False
     began = time.monotonic()
     for title, program, shown, test in tests(given, programs):
@@ -86,7 +77,7 @@ def main():
         for _, trace in result.failures + result.errors:
             print(trace, flush=True)
     left = left_behind('TESSARIN_VENDORS_RUN=' + os.environ['TESSARIN_VENDORS_RUN'])
-    print(f'\n{markdown(cells, versions(programs))}\n\n{len(cells)} cells in {time.monotonic() - began:.0f} s.')
+    print(f'\n{markdown(cells, programs)}\n\n{len(cells)} cells in {time.monotonic() - began:.0f} s.')
     if left:
         print(f'Left behind and ended now: {sorted(left)}')
     return 1 if failed or left or not cells else 0

@@ -45,16 +45,20 @@ ROWS = (
     Row('the mode is an argument', deviations.mode_is_an_argument, {program: NOTHING for program in VENDORS if program != 'grok'}),
     Row('asks with no settings of its own', cases.command_refused,
         {'opencode': ('no, runs unasked (O2)', deviations.asks_only_when_told_to)}),
+    Row('version in the settings', deviations.version_in_the_settings),
+    Row('sign-in needed, in the settings', deviations.sign_in_needed_in_the_settings,
+        {program: ('not told', deviations.sign_in_needed_is_not_told) for program in VENDORS if program != 'claude'}),
     Row('use of the allowance', deviations.use_of_the_allowance, {program: NOT_TOLD for program in ('grok', 'kimi', 'opencode')}),
     Row('a flood of output', deviations.flood_of_output),
 )
 
 
-def markdown(cells, versions):
-    """cells: (title, program) -> what came out."""
-    programs = list(VENDORS)
-    lines = ['| | ' + ' | '.join(f'{program} {versions[program]}' for program in programs) + ' |', '|---' * (len(programs) + 1) + '|']
+def markdown(cells, programs):
+    """cells: (title, program) -> what came out. programs: the folder where they are installed."""
+    heads = [f'{vendor.program} {vendor.version(programs)}' for vendor in VENDORS.values()]
+    lines = [f'| | {" | ".join(heads)} |', '|---' * (len(heads) + 1) + '|']
     for row in ROWS:
-        if any((row.title, program) in cells for program in programs):
-            lines.append(f'| {row.title} | ' + ' | '.join(cells.get((row.title, program), '') for program in programs) + ' |')
+        shown = [cells.get((row.title, program)) for program in VENDORS]
+        if any(shown):
+            lines.append(f'| {row.title} | {" | ".join(cell or "" for cell in shown)} |')
     return '\n'.join(lines)

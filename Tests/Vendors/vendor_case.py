@@ -103,6 +103,7 @@ class VendorCase(WindowCase):
         """Ends the program, and waits until nothing that it has started is left."""
         self.app.must_live = False
         if self.app.running:
+            self.window.activate(TITLE)
             self.window.key('Ctrl+Q')
             self.assertEqual(self.app.wait(30), 0)
         left = ProcessGroup(self._mark)
@@ -136,6 +137,17 @@ class VendorCase(WindowCase):
         """What is told in the banner, a pattern."""
         self.await_status('Needs attention')
         self.window.find('alert', f'/{pattern}/')
+
+    def reads_in_the_settings(self, text):
+        """In the section of the vendor."""
+        self.window.key('Ctrl+,')
+        self.window.wait_window('=Settings')
+        section = self.window.find('panel', '=' + self.vendor.heading, showing=False)
+        self.window.find('label', text, showing=False, within=section)
+
+    def version(self):
+        """Of the installed program."""
+        return self.vendor.version(self._programs)
 
     def made(self, name):
         """The content of a file in the project, or None."""
