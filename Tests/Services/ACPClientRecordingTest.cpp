@@ -296,7 +296,7 @@ TEST_F(ACPClientRecordingTest, ASpentAllowanceOfGrokFailsTheTurnInWordsThatAreKn
     ASSERT_TRUE(waitForEvent("turnFailed")) << report();
     EXPECT_EQ(eventsBut("log").back(), "turnFailed Rate limited");
     EXPECT_TRUE(AgentError(ACPClientError{ ACPClientError::Kind::invalidResponse, "Rate limited" }).isUsageLimitFailure());
-    EXPECT_THAT(log, HasSubstr("429 Too Many Requests"));
+    EXPECT_TRUE(waitUntil(mainThread, [&] { return log.find("429 Too Many Requests") != std::string::npos; })) << log;
     expectWhatWasWritten();
 }
 
