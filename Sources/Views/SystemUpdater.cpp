@@ -15,7 +15,7 @@ UpdateFlow::Surroundings systemUpdateSurroundings(Preferences& preferences, Main
     const std::string downloads = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation).toStdString();
     return { preferences, desktop, mainThread,
         [&mainThread, ownFolder] {
-            return UpdateFetch::Surroundings{ mainThread, ownFolder, UpdateKey::builtIn(), tlsTrust() };
+            return UpdateFetch::Surroundings{ mainThread, ownFolder + "/incoming", UpdateKey::builtIn(), tlsTrust() };
         },
         QCoreApplication::applicationVersion().toStdString(), UpdateSystem::current(),
         AppImageInstall::ofProgram(qEnvironmentVariable("APPIMAGE").toStdString(), qEnvironmentVariable("APPDIR").toStdString(),

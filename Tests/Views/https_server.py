@@ -16,6 +16,7 @@ import threading
 
 BODY = b'the bytes of a file\n' * 1000
 plain_requests = []
+requests = []  # the paths of all, in the order in which they came
 
 
 class Paths(http.server.BaseHTTPRequestHandler):
@@ -81,6 +82,7 @@ class Paths(http.server.BaseHTTPRequestHandler):
 
     def do_GET(self):
         self.close_connection = True
+        requests.append(self.path)
         if not isinstance(self.connection, ssl.SSLSocket):
             plain_requests.append(self.path)
         try:

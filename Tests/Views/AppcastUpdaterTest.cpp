@@ -1,0 +1,201 @@
+#include "Views/AppcastUpdater.h"
+
+#include "Platform/Preferences.h"
+#include "RecordingDesktop.h"
+#include "TemporaryFolder.h"
+#include "Views/UpdateFlow.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace tessarin
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+// At an address where nobody answers: what counts is when a look begins.
+class AppcastUpdaterTest : public ::testing::Test, public SoftwareUpdaterDelegate
+{
+protected:
+    AppcastUpdaterTest() { launch(); }
+
+    void launch()
+    {
+        updater.reset();
+        flow = std::make_unique<UpdateFlow>(UpdateFlow::Surroundings{ preferences, desktop, mainThread,
+            [this] {
+                return UpdateFetch::Surroundings{ mainThread, folder / "incoming" };
+            },
+            "1.0", { "linux", "6.1" }, std::nullopt, { folder / "own" } });
+        updater = std::make_unique<AppcastUpdater>(
+            *this, AppcastUpdater::Surroundings{ preferences, mainThread, *flow, [this] { return clock; } });
+    }
+    // The computer and its clock go on.
+    void pass(std::chrono::milliseconds time)
+    {
+        clock.secondsSince2001 += std::chrono::duration<double>(time).count();
+        wake(time);
+    }
+    // What waits goes on, whatever the clock of the person says.
+    void wake(std::chrono::milliseconds time)
+    {
+        steady += time;
+        mainThread.drain();
+    }
+    [[nodiscard]] bool hasLooked() const { return flow->stage() != UpdateFlow::Idle; }
+    [[nodiscard]] std::optional<std::chrono::milliseconds> wait() const
+    {
+        const auto due = mainThread.nextDue();
+        return due ? std::optional(std::chrono::duration_cast<std::chrono::milliseconds>(*due - steady)) : std::nullopt;
+    }
+    void turnOn() { updater->setAutomaticallyChecksForUpdates(true); }
+
+    const TemporaryFolder folder;
+    Preferences preferences{ { folder / "configuration", folder / "data" } };
+    MainThread::Clock::time_point steady{};
+    MainThread mainThread{ {}, [this] { return steady; } };
+    Instant clock{ 800'000'000 };
+    testing::RecordingDesktop desktop;
+    std::optional<std::string> address = "https://127.0.0.1:1/appcast.xml";
+    std::unique_ptr<UpdateFlow> flow;
+    std::unique_ptr<AppcastUpdater> updater;
+
+private:
+    std::optional<std::string> feedURLString(const SoftwareUpdater&) override { return address; }
+};
+
+TEST_F(AppcastUpdaterTest, UntilAPersonTurnsItOnItLooksNeverAndWakesNever)
+{
+    EXPECT_FALSE(updater->automaticallyChecksForUpdates());
+    updater->startUpdater();
+    updater->resetUpdateCycleAfterShortDelay();
+    EXPECT_EQ(wait(), std::nullopt);
+}
+
+TEST_F(AppcastUpdaterTest, TurnedOnItLooksSoonAndThenOnceADay)
+{
+    updater->startUpdater();
+    turnOn();
+    EXPECT_EQ(wait(), 2s);
+    pass(2s);
+    EXPECT_TRUE(hasLooked());
+    EXPECT_FALSE(flow->isShown()) << "it is silent";
+    EXPECT_EQ(preferences.text("lastUpdateLook.v1"), "800000002");
+    EXPECT_EQ(wait(), 24h);
+    flow->close();
+    pass(24h - 1ms);
+    EXPECT_FALSE(hasLooked());
+    pass(1ms);
+    EXPECT_TRUE(hasLooked());
+    EXPECT_EQ(wait(), 24h);
+}
+
+TEST_F(AppcastUpdaterTest, TheSwitchIsStoredAndTurnedOffNothingWaits)
+{
+    updater->startUpdater();
+    turnOn();
+    EXPECT_EQ(preferences.boolean("automaticallyChecksForUpdates"), true);
+    launch();
+    EXPECT_TRUE(updater->automaticallyChecksForUpdates());
+    updater->startUpdater();
+    updater->setAutomaticallyChecksForUpdates(false);
+    EXPECT_EQ(wait(), std::nullopt);
+    EXPECT_EQ(preferences.boolean("automaticallyChecksForUpdates"), false);
+}
+
+TEST_F(AppcastUpdaterTest, BeforeItIsStartedNothingWaits)
+{
+    turnOn();
+    EXPECT_EQ(wait(), std::nullopt);
+}
+
+TEST_F(AppcastUpdaterTest, AStartLooksSoonOnlyWhenTheLastLookIsADayAgo)
+{
+    turnOn();
+    preferences.setText("lastUpdateLook.v1", "799996400"); // an hour ago
+    updater->startUpdater();
+    EXPECT_EQ(wait(), 23h);
+    launch();
+    preferences.setText("lastUpdateLook.v1", "799900000");
+    updater->startUpdater();
+    EXPECT_EQ(wait(), 2s);
+}
+
+TEST_F(AppcastUpdaterTest, EachChangeOfTheAddressBeginsTheDelayAnew)
+{
+    updater->startUpdater();
+    turnOn();
+    for (int letter = 0; letter < 5; ++letter) {
+        pass(1500ms);
+        EXPECT_FALSE(hasLooked());
+        updater->resetUpdateCycleAfterShortDelay();
+    }
+    pass(2s);
+    EXPECT_TRUE(hasLooked());
+}
+
+TEST_F(AppcastUpdaterTest, WithoutAnAddressNothingWaitsUntilThereIsOne)
+{
+    address.reset();
+    updater->startUpdater();
+    turnOn();
+    EXPECT_EQ(wait(), std::nullopt);
+    updater->checkForUpdates();
+    EXPECT_FALSE(hasLooked());
+    EXPECT_EQ(preferences.text("lastUpdateLook.v1"), std::nullopt);
+    address = "https://127.0.0.1:1/appcast.xml";
+    updater->resetUpdateCycleAfterShortDelay();
+    EXPECT_EQ(wait(), 2s);
+}
+
+TEST_F(AppcastUpdaterTest, AnAddressThatIsGoneWhenALookIsDueIsNotReached)
+{
+    updater->startUpdater();
+    turnOn();
+    address.reset();
+    pass(2s);
+    EXPECT_FALSE(hasLooked());
+    EXPECT_EQ(preferences.text("lastUpdateLook.v1"), std::nullopt);
+}
+
+TEST_F(AppcastUpdaterTest, ALookOfAPersonIsShownAndCountsAsTheLast)
+{
+    updater->startUpdater();
+    turnOn();
+    updater->checkForUpdates();
+    EXPECT_TRUE(flow->isShown());
+    EXPECT_EQ(preferences.text("lastUpdateLook.v1"), "800000000");
+    EXPECT_EQ(wait(), 24h);
+}
+
+TEST_F(AppcastUpdaterTest, WhatIsDueIsSaidByTheClockAndNotByTheWaiting)
+{
+    updater->startUpdater();
+    turnOn();
+    pass(2s);
+    flow->close();
+    clock.secondsSince2001 -= 3600; // set back: the last look lies ahead
+    wake(24h);
+    EXPECT_TRUE(hasLooked()) << "a look that lies ahead does not count";
+    flow->close();
+    clock.secondsSince2001 += 7200; // as after an hour less than it has waited
+    wake(24h);
+    EXPECT_FALSE(hasLooked());
+    EXPECT_EQ(wait(), 22h);
+}
+
+TEST_F(AppcastUpdaterTest, DroppedItLeavesNothingThatWaits)
+{
+    updater->startUpdater();
+    turnOn();
+    updater.reset();
+    EXPECT_EQ(wait(), std::nullopt);
+}
+
+} // namespace
+
+} // namespace tessarin
