@@ -39,10 +39,10 @@ def full_access_asks_nothing(person):
 
 def full_access_as_root_needs_a_sandbox(person):
     """Claude Code refuses to skip its questions for root, and says why, unless it is told that it is in a sandbox."""
+    person.allows('full_access')
+    person.has()
+    person.begin()
     if os.geteuid() == 0:
-        person.allows('full_access')
-        person.has()
-        person.begin()
         person.asks_for('sandboxed')
         person.fails_with('cannot be used with root/sudo privileges')
         person.assertIsNone(person.made('shell-made.txt'))

@@ -9,6 +9,7 @@ Ends with status 1 when a cell is not as it is expected.
 import argparse
 import os
 import re
+import signal
 import sys
 import time
 import unittest
@@ -16,6 +17,8 @@ import uuid
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'EndToEnd'))
+
+FAILED = 'FAILED'
 
 
 def arguments():
@@ -56,31 +59,39 @@ def left_behind(mark):
     return left
 
 
+def play(title, program, shown, test):
+    """What came out of one cell. What went wrong is printed."""
+    began = time.monotonic()
+    result = unittest.TestResult()
+    test.run(result)
+    cell = shown if result.wasSuccessful() else FAILED
+    print(f'{program}: {title}: {cell} ({time.monotonic() - began:.0f} s)', flush=True)
+    for _, trace in result.failures + result.errors:
+        print(trace, flush=True)
+    return cell
+
+
 def main():
     given = arguments()
     os.environ.update(TESSARIN_PROGRAM=os.path.abspath(given.program), TESSARIN_SCREENSHOTS=os.path.abspath(given.pictures or given.folder),
                       TESSARIN_VENDORS_RUN=uuid.uuid4().hex)
+    # What was started is ended also when the run is.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
     from install import installed
     from loopback import only_loopback
     from table import markdown
     programs = installed(os.path.abspath(given.folder))
     only_loopback()
-    cells, failed = {}, False
-    began = time.monotonic()
-    for title, program, shown, test in tests(given, programs):
-        before = time.monotonic()
-        result = unittest.TestResult()
-        test.run(result)
-        cells[title, program] = shown if result.wasSuccessful() else 'FAILED'
-        failed = failed or not result.wasSuccessful()
-        print(f'{program}: {title}: {cells[title, program]} ({time.monotonic() - before:.0f} s)', flush=True)
-        for _, trace in result.failures + result.errors:
-            print(trace, flush=True)
-    left = left_behind('TESSARIN_VENDORS_RUN=' + os.environ['TESSARIN_VENDORS_RUN'])
+    cells, left, began = {}, set(), time.monotonic()
+    try:
+        for title, program, shown, test in tests(given, programs):
+            cells[title, program] = play(title, program, shown, test)
+    finally:
+        left = left_behind('TESSARIN_VENDORS_RUN=' + os.environ['TESSARIN_VENDORS_RUN'])
+        if left:
+            print(f'Left behind and ended now: {sorted(left)}')
     print(f'\n{markdown(cells, programs)}\n\n{len(cells)} cells in {time.monotonic() - began:.0f} s.')
-    if left:
-        print(f'Left behind and ended now: {sorted(left)}')
-    return 1 if failed or left or not cells else 0
+    return 1 if left or not cells or FAILED in cells.values() else 0
 
 
 if __name__ == '__main__':
