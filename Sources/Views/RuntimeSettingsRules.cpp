@@ -2,6 +2,7 @@
 
 #include "App/ShellCommands.h"
 #include "Services/Locators.h"
+#include "Views/RuntimeLogRules.h"
 
 namespace tessarin::RuntimeSettingsRules
 {
@@ -113,7 +114,7 @@ QString statusLabel(AgentProvider provider, const State& state)
         return QStringLiteral("Sign-in needed");
     }
     if (state.version) {
-        return QString::fromStdString(*state.version);
+        return RuntimeLogRules::shown(*state.version, {}).simplified();
     }
     return isGlm ? QStringLiteral("OpenCode installed") : QStringLiteral("Installed");
 }

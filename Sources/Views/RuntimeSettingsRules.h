@@ -59,6 +59,7 @@ template <class Vendor, class InstalledState>
     return { status.isMissing() ? State::Kind::missing : State::Kind::checking, std::nullopt, std::nullopt };
 }
 
+// Always one line: what a program says of its version may be several, when it is the report of an error.
 [[nodiscard]] QString statusLabel(AgentProvider provider, const State& state);
 [[nodiscard]] QString statusSymbol(const State& state);
 [[nodiscard]] Tint::Value statusTint(const State& state);
