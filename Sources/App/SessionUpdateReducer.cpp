@@ -71,7 +71,9 @@ std::optional<ModelChange> upsertTextEntry(const SessionUpdate& update, ChatEntr
 std::string detailText(const SessionUpdate& update)
 {
     const Json* rawInput = update.if_contains("rawInput");
-    return rawInput ? prettyJson(*rawInput).value_or(std::string()) : std::string();
+    std::string text = rawInput ? prettyJson(*rawInput).value_or(std::string()) : std::string();
+    text.shrink_to_fit(); // it stays as long as the task, and was written into a buffer that doubles
+    return text;
 }
 
 std::optional<ModelChange> upsertToolEntry(const SessionUpdate& update, const Target& target, const Situation& situation)

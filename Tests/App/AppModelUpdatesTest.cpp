@@ -164,7 +164,7 @@ TEST_F(AppModelUpdatesTest, AStormOfUpdatesOfOneToolIsOneEntryWithTheLastText)
     const std::string& text = model->entries()[1].text;
     EXPECT_NE(text.find(R"("number" : "999")"), std::string::npos);
     EXPECT_LT(text.size(), lines.size() + 100);
-    EXPECT_LE(text.capacity(), 2 * lines.size()) << "nothing of the texts before is kept";
+    EXPECT_LE(text.capacity(), lines.size() + lines.size() / 4) << "nothing of the texts before is kept";
     EXPECT_EQ(storedTree(), model->workspaces());
     EXPECT_EQ(preferences.bytes(WorkspaceStore::key)->size() / lines.size(), 1u) << "the last text, once";
 }
