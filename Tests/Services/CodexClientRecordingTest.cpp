@@ -84,6 +84,18 @@ TEST_F(CodexClientRecordingTest, AFileThatIsEditedUnasked)
     expectWhatWasWritten();
 }
 
+TEST_F(CodexClientRecordingTest, AFileOutsideOfTheProjectIsAskedFor)
+{
+    play("an-edit-outside-of-the-project");
+    ASSERT_TRUE(waitForEvent("permission")) << report();
+    EXPECT_EQ(permissions.front().title, "Edit files");
+    EXPECT_THAT(compactJson(updates.back()), ::testing::HasSubstr("edit-outside.txt")) << "told before it is asked for";
+    client->respondToPermission(permissions.front().id, "codex-allow-once");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_THAT(toolStates(), ElementsAre("in_progress", "completed"));
+    expectWhatWasWritten();
+}
+
 TEST_F(CodexClientRecordingTest, WithoutASignInATurnFailsOnceHoweverOftenItIsRepeated)
 {
     play("a-turn-without-a-sign-in");

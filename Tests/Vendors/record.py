@@ -29,6 +29,8 @@ from vendors import VENDORS  # noqa: E402
 PROMPT = 'Please go on.'
 SPEAKERS = {'codex': codex, 'claude': claude, 'grok': acp, 'kimi': acp, 'opencode': acp}
 MOST_REQUESTS = 200
+# A program that wants more than the model finds nobody there.
+NOWHERE = {'HTTP_PROXY': 'http://127.0.0.1:9', 'HTTPS_PROXY': 'http://127.0.0.1:9', 'NO_PROXY': '127.0.0.1,localhost'}
 
 
 @dataclass(frozen=True)
@@ -48,6 +50,7 @@ CASES = {
     'an-approved-command': Case('shell'),
     'a-denied-command': Case('shell', allows=False),
     'an-edited-file': Case('edit'),
+    'an-edit-outside-of-the-project': Case('editout'),
     'an-interrupted-turn': Case('slow', stops_after=2),
     'a-spent-allowance': Case('limit'),
     'a-resumed-session': Case('reasoning', before='shell'),
@@ -63,8 +66,8 @@ class Recording:
         self._program, self._programs = program, programs
         self._folder = tempfile.mkdtemp(prefix='recording-', dir=within)
         self._home, self._project, self._temporary = (os.path.join(self._folder, name) for name in ('home', 'project', 'tmp'))
-        os.mkdir(self._home)
-        os.mkdir(self._temporary)
+        for path in (self._home, self._temporary, os.path.join(self._folder, 'outside')):
+            os.mkdir(path)
         # A repository of its own: programs look for what governs a project up to the root of that.
         subprocess.run(['git', 'init', '-q', self._project], check=True)
 
@@ -77,7 +80,7 @@ class Recording:
         if case.before:
             _, stored, _ = self._converse(Case(case.before), None)
         lines, _, port = self._converse(case, stored)
-        texts = neutral.neutral(lines, neutral.places(self._project, self._home, self._temporary, self._programs, port))
+        texts = neutral.neutral(lines, neutral.places(self._folder, self._programs, port))
         if found := neutral.leaks(texts, self._folder):
             sys.exit(f'a place of this machine stands in the recording: {found[0]}')
         return texts
@@ -99,7 +102,7 @@ class Recording:
         session = stored or (claude.new_session() if speaker is claude else None)
         arguments = [text.replace('{WS}', self._project) for text in speaker.arguments(self._program, session, stored is not None)]
         search = f'{self._programs}/.bin:/usr/bin:/bin'
-        environment = {'HOME': self._home, 'PATH': search, 'LANG': 'C.UTF-8', 'TERM': 'dumb', 'TMPDIR': self._temporary}
+        environment = {'HOME': self._home, 'PATH': search, 'LANG': 'C.UTF-8', 'TERM': 'dumb', 'TMPDIR': self._temporary, **NOWHERE}
         child = Child([os.path.join(self._programs, '.bin', self._program), *arguments], self._project, environment)
         talk = speaker.Talk(child, self._program, case, session)
         try:

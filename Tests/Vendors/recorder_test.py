@@ -147,7 +147,7 @@ class ProtocolTest(ChildCase):
 
 
 class NeutralTest(unittest.TestCase):
-    PLACES = neutral.places('/home/ada/run/project', '/home/ada/run/home', '/home/ada/run/tmp', '/opt/programs', 4711)
+    PLACES = neutral.places('/home/ada/run', '/opt/programs', 4711)
 
     def neutral(self, message):
         return json.loads(neutral.neutral([{'in': message}], self.PLACES)[0])['in']
@@ -155,10 +155,12 @@ class NeutralTest(unittest.TestCase):
     def test_PlacesOfTheMachineAreNamedForWhatTheyAre(self):
         said = {'cwd': '/home/ada/run/project', 'file': '/home/ada/run/home/.x/y', 'by': '/opt/programs/a', 'at': 'http://127.0.0.1:4711/v1',
                 'url': '%2Fhome%2Fada%2Frun%2Fproject%2Fa', 'slug': 'projects/-home-ada-run-project/memory', 'rest': 'home/ada/run/project',
-                'socket': '/home/ada/run/tmp/s', os.uname().nodename: os.uname().nodename}
+                'socket': '/home/ada/run/tmp/s',
+                'beside': '/home/ada/run/outside', os.uname().nodename: os.uname().nodename}
         self.assertEqual(self.neutral(said), {
             'cwd': '{WS}', 'file': '{HOME}/.x/y', 'by': '{INST}/a', 'at': 'http://127.0.0.1:{PORT}/v1', 'url': '{WS-enc}%2Fa',
-            'slug': 'projects/{WS-name}/memory', 'rest': '{WS-relative}', 'socket': '{TMP}/s', os.uname().nodename: '{HOST}'})
+            'slug': 'projects/{WS-name}/memory', 'rest': '{WS-relative}', 'socket': '{TMP}/s',
+            'beside': '{ABOVE}/outside', os.uname().nodename: '{HOST}'})
 
     def test_OfLongListsTwoAreKeptButAllThatAPermissionOffers(self):
         said = {'tools': ['a', 'b', 'c'], 'commands': [{'name': 'a', 'description': 'long'}] * 3, 'options': [1, 2, 3]}

@@ -19,8 +19,10 @@ def leaks(texts, folder):
     return [text for text in texts if os.path.dirname(folder) in text or re.search(r'(?<![\w}])/(?:tmp|var/tmp)/', text)]
 
 
-def places(workspace, home, temporary, installed, port):
-    paths = [(workspace, '{WS}'), (home, '{HOME}'), (temporary, '{TMP}'), (installed, '{INST}')]
+def places(folder, installed, port):
+    """folder: that of the recording, with the project, the home and the temporary folder in it."""
+    inner = [(os.path.join(folder, name), word) for name, word in (('project', '{WS}'), ('home', '{HOME}'), ('tmp', '{TMP}'))]
+    paths = [*inner, (installed, '{INST}'), (folder, '{ABOVE}')]
     encoded = [(path.replace('/', '%2F'), name[:-1] + '-enc}') for path, name in paths]
     named = [(re.sub('[^A-Za-z0-9]', '-', path), name[:-1] + '-name}') for path, name in paths]
     found = [*paths, *encoded, *named, *((path.lstrip('/'), name[:-1] + '-relative}') for path, name in paths)]
