@@ -9,7 +9,7 @@ from project import files, lines, report, root_from_arguments
 QML, SYMBOLS = 'Sources/Views/Qml/', 'Sources/Views/Symbols/'
 COLOUR = re.compile(r'"#[0-9a-fA-F]{3,8}"|\bQt\.(rgba|hsla|hsva)\(|\b\w*[cC]olor:\s*"(?!transparent")[a-z]+"')
 # These show a text as it stands. A type of the toolkit guesses from the text whether it is markup, and would fetch its pictures.
-SHOWS_TEXT = {'Line.qml', 'Prose.qml', 'SelectableText.qml', 'TextEntry.qml', 'ComposerField.qml', 'CommandPanel.qml', 'PromptField.qml'}
+SHOWS_TEXT = {'Line.qml', 'Prose.qml', 'SelectableText.qml', 'TextEntry.qml', 'ComposerField.qml', 'CommandPanel.qml', 'InstallLine.qml', 'PromptField.qml'}
 TEXT_TYPE = re.compile(r'(?:^|[\s.:])(Text|Label|TextEdit|TextInput|TextArea|TextField) \{')
 MARKUP = re.compile(r'\b(RichText|StyledText|AutoText|MarkdownText)\b')
 SYMBOL = re.compile(r'^\s*(?:required property string )?(?:name|symbol|icon)\s*:(.*)')

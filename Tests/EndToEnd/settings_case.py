@@ -1,6 +1,8 @@
 """The settings window, and the way to what is in it."""
 from window_case import WIDE, WindowCase
 
+FARTHEST_NOTCH = 150  # points that the wheel moves the form by, at most
+
 
 class SettingsCase(WindowCase):
     screen = WIDE
@@ -21,15 +23,15 @@ class SettingsCase(WindowCase):
         if heading:
             more['within'] = self.section(heading)
 
-        def look():
-            element = self.window.find(role, name, showing=False, **more)
-            left, top, width, height = self.place()
+        element = self.window.find(role, name, showing=False, **more)
+        left, top, width, height = self.place()
+
+        def is_in_sight():
             _, above, _, tall = self.window.settle(element)
-            if above < top:
-                self.window.scroll(left + width // 2, top + height // 2, -1)
-            elif above + tall > top + height:
-                self.window.scroll(left + width // 2, top + height // 2, 1)
-            else:
-                return element
-            return None
-        return self.window.wait(look, what=f'{role} {name} to be in sight')
+            beyond = min(0, above - top) or max(0, above + tall - top - height)
+            if beyond:
+                notches = max(1, abs(beyond) // FARTHEST_NOTCH)
+                self.window.scroll(left + width // 2, top + height // 2, notches if beyond > 0 else -notches)
+            return not beyond
+        self.window.wait(is_in_sight, what=f'{role} {name} to be in sight')
+        return element.reload()

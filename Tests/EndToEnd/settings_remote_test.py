@@ -337,7 +337,7 @@ class OnAWideScreen(RemoteSettingsCase):
         self.await_host()
         self.keep('settings-on')
         x, y, width, height = self.place()
-        for element in self.window.find_all(showing=False, within=self.window.find('panel', '=Android Remote')):
+        for element in self.window.find_all(name='/./', showing=False, within=self.window.find('panel', '=Android Remote')):
             left, top, across, down = element.rect
             self.assertTrue(x <= left and y <= top and left + across <= x + width and top + down <= y + height, element)
 

@@ -75,6 +75,17 @@ class RuntimesCase(SettingsCase):
         self.see('push button', '=Refresh', heading)
         return self.window.exists(role, '=' + name, within=self.section(heading))
 
+    def keep(self, state, size):
+        left, top, width, height = self.place()
+        self.window.move(left + width + 20, top + height // 2)
+        self.window.still(timeout=3)
+        self.window.shot(os.path.join(SCREENSHOTS, f'{state}-{self.appearance}-{size[0]}x{size[1]}.png'), of=(left, top, width, height))
+        self.assertGreater(self.window.colours((left, top, width, height)), 20)
+        for element in self.window.find_all(('push button', 'label', 'text', 'radio button'), within=self.window.find('frame', '=Settings')):
+            x, _, across, _ = element.rect
+            if across > 0:
+                self.assertTrue(left <= x and x + across <= left + width, element)
+
 
 class TheForm(RuntimesCase):
     def test_TheHeadingsStandInTheirOrder(self):
@@ -250,6 +261,11 @@ class Choosing(RuntimesCase):
         self.window.find('list item', '=.hidden', within=sheet)
         self.window.still(timeout=3)
         self.window.shot(os.path.join(SCREENSHOTS, f'settings-choose-{self.appearance}.png'))
+        self.window.place('Settings', 100, 40, 520, 320)
+        self.keep('settings-choose', (520, 320))
+        for name in ('Cancel', 'Choose'):
+            x, y, across, down = self.window.find('push button', '=' + name, within=sheet).rect
+            self.assertTrue(100 <= x and y + down <= 360 and x + across <= 620, name)
         self.window.click_on('list item', '=grok', within=sheet)
         self.window.wait(lambda: self.window.find('~input', '=Path').text == path, what='the path of the file')
         self.window.click_on('push button', '=Choose', within=sheet)
@@ -440,17 +456,6 @@ class Pictures(RuntimesCase):
             for heading in (ROUTING, KIMI, CLAUDE, 'Software Updates'):
                 self.see('heading', '=' + heading, heading)
                 self.keep(f'settings-{HEADINGS.index(heading)}', size)
-
-    def keep(self, state, size):
-        left, top, width, height = self.place()
-        self.window.move(left + width + 20, top + height // 2)
-        self.window.still(timeout=3)
-        self.window.shot(os.path.join(SCREENSHOTS, f'{state}-{self.appearance}-{size[0]}x{size[1]}.png'), of=(left, top, width, height))
-        self.assertGreater(self.window.colours((left, top, width, height)), 20)
-        for element in self.window.find_all(('push button', 'label', 'text', 'radio button'), within=self.window.find('frame', '=Settings')):
-            x, _, across, _ = element.rect
-            if across > 0:
-                self.assertTrue(left <= x and x + across <= left + width, element)
 
 
 class PicturesInTheDark(Pictures):
