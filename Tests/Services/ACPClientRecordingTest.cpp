@@ -64,6 +64,7 @@ protected:
         m_recording.emplace(program + "-" + name, runtime);
         runtime.script(program, m_recording->scenario());
         ACPClient::Configuration settings = configuration(provider);
+        settings.permissionMode = mode;
         settings.processArguments = { "agent", "--permission-mode", "default", "stdio" };
         settings.terminalEnvironment = runtime.environment();
         if (provider == AgentProvider::glm)
@@ -133,6 +134,7 @@ protected:
         return others;
     }
 
+    GrokPermissionMode mode = GrokPermissionMode::ask;
     std::optional<Recording> m_recording;
 };
 
@@ -288,6 +290,28 @@ TEST_F(ACPClientRecordingTest, GrokRefusesTheModeArgumentAndIsLaunchedAgain)
     const JsonArray arguments = runtime.startOf("grok", 2).at("argv").as_array();
     EXPECT_EQ(JsonArray(arguments.begin() + 1, arguments.end()), (JsonArray{ "--permission-mode", "default", "agent", "stdio" }));
     EXPECT_EQ(count("terminated") + count("startFailed"), 0);
+}
+
+TEST_F(ACPClientRecordingTest, InAutoGrokDecidesItselfWhetherACommandRuns)
+{
+    mode = GrokPermissionMode::auto_;
+    play(AgentProvider::grok, "a-command-that-a-reviewer-allows");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_EQ(toolStates().back(), "completed");
+    EXPECT_EQ(fileInProject("shell-made.txt"), "probe-shell\n");
+    EXPECT_EQ(count("permission"), 0);
+    expectWhatWasWritten();
+}
+
+TEST_F(ACPClientRecordingTest, InAutoACommandThatGrokRefusesHasFailed)
+{
+    mode = GrokPermissionMode::auto_;
+    play(AgentProvider::grok, "a-command-that-a-reviewer-refuses");
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_EQ(toolStates().back(), "failed");
+    EXPECT_EQ(fileInProject("shell-made.txt"), std::nullopt);
+    EXPECT_EQ(count("permission"), 0);
+    expectWhatWasWritten();
 }
 
 TEST_F(ACPClientRecordingTest, ASpentAllowanceOfGrokFailsTheTurnInWordsThatAreKnown)

@@ -13,11 +13,11 @@ using ::testing::ElementsAre;
 class CodexClientRecordingTest : public CodexClientTest
 {
 protected:
-    void play(const std::string& name)
+    void play(const std::string& name, GrokPermissionMode mode = GrokPermissionMode::ask)
     {
         m_recording.emplace("codex-" + name, runtime);
         runtime.script("codex", m_recording->scenario());
-        make(configuration());
+        make(configuration(mode));
         start(m_recording->storedSession());
         ASSERT_TRUE(waitUntil(mainThread, [&] { return count("started") + count("replayed") == 1; })) << report();
         prompt(m_recording->prompt());
@@ -93,6 +93,25 @@ TEST_F(CodexClientRecordingTest, AFileOutsideOfTheProjectIsAskedFor)
     client->respondToPermission(permissions.front().id, "codex-allow-once");
     ASSERT_TRUE(waitForEvent("turn")) << report();
     EXPECT_THAT(toolStates(), ElementsAre("in_progress", "completed"));
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, ACommandThatAReviewerAllowsIsNotAskedFor)
+{
+    play("a-command-that-a-reviewer-allows", GrokPermissionMode::auto_);
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_THAT(toolStates(), ElementsAre("in_progress", "completed"));
+    EXPECT_TRUE(permissions.empty());
+    expectWhatWasWritten();
+}
+
+TEST_F(CodexClientRecordingTest, ACommandThatAReviewerRefusesHasFailed)
+{
+    play("a-command-that-a-reviewer-refuses", GrokPermissionMode::auto_);
+    ASSERT_TRUE(waitForEvent("turn")) << report();
+    EXPECT_THAT(toolStates(), ElementsAre("in_progress", "failed"));
+    EXPECT_TRUE(permissions.empty());
+    EXPECT_EQ(textOf("agent_message_chunk"), "Running a command. Tool finished. The probe is over.");
     expectWhatWasWritten();
 }
 

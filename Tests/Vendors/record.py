@@ -3,7 +3,7 @@
 
     record.py --folder BUILD/vendors [--into Tests/Services/Recordings] PROGRAM [CASE]...
 
-Speaks with a program directly, as the client does in the mode that asks, against the model on the loopback address, and writes
+Speaks with a program directly, as the client does, against the model on the loopback address, and writes
 PROGRAM-CASE.jsonl: one line for each message, {"out": ours}, {"in": its} or {"stderr": text}. Without a case it records all of them. The
 home and the project are made anew for each, so that nothing of the person who runs this stands in a recording.
 """
@@ -41,6 +41,7 @@ class Case:
     before: str = ''  # the scenario of a turn before, whose session is resumed
     is_gone: bool = False  # resumes a session that is not there
     signed_in: bool = True
+    mode: str = 'ask'  # or auto
 
 
 CASES = {
@@ -49,6 +50,8 @@ CASES = {
     'a-plan': Case('plan'),
     'an-approved-command': Case('shell'),
     'a-denied-command': Case('shell', allows=False),
+    'a-command-that-a-reviewer-allows': Case('shell', mode='auto'),
+    'a-command-that-a-reviewer-refuses': Case('shelldeny', mode='auto'),
     'an-edited-file': Case('edit'),
     'an-edit-outside-of-the-project': Case('editout'),
     'an-interrupted-turn': Case('slow', stops_after=2),
@@ -100,7 +103,7 @@ class Recording:
     def _talk(self, case, stored):
         speaker = SPEAKERS[self._program]
         session = stored or (claude.new_session() if speaker is claude else None)
-        arguments = [text.replace('{WS}', self._project) for text in speaker.arguments(self._program, session, stored is not None)]
+        arguments = [text.replace('{WS}', self._project) for text in speaker.arguments(self._program, case, session, stored is not None)]
         search = f'{self._programs}/.bin:/usr/bin:/bin'
         environment = {'HOME': self._home, 'PATH': search, 'LANG': 'C.UTF-8', 'TERM': 'dumb', 'TMPDIR': self._temporary, **NOWHERE}
         child = Child([os.path.join(self._programs, '.bin', self._program), *arguments], self._project, environment)

@@ -38,7 +38,7 @@ class ChildCase(unittest.TestCase):
     def played(self, talk_of, program, **case):
         """The lines of a conversation with a program that is written here."""
         child = self.child(program)
-        talk = talk_of(child, SimpleNamespace(**{'allows': True, 'stops_after': 0, **case}))
+        talk = talk_of(child, SimpleNamespace(**{'allows': True, 'stops_after': 0, 'mode': 'ask', **case}))
         try:
             talk.run('Please go on.')
         finally:
@@ -125,6 +125,17 @@ class ProtocolTest(ChildCase):
                                   '    say(id=hear()["id"], **answer)\n')
         self.assertEqual([line['out']['method'] for line in lines if 'out' in line], ['initialize', 'session/load', 'session/new', 'session/prompt'])
         self.assertEqual(talk.session, 'new')
+
+    def test_TheModeIsToldInEachProgramsWords(self):
+        for mode, word, reviewer in (('ask', 'default', 'user'), ('auto', 'auto', 'auto_review')):
+            case = SimpleNamespace(mode=mode)
+            self.assertEqual(acp.arguments('grok', case, None, False), ['--permission-mode', word, 'agent', 'stdio'])
+            self.assertEqual(claude.arguments('claude', case, 'id', True)[9:11], ['--permission-mode', word])
+            lines, _ = self.acp('', mode=mode)
+            self.assertEqual(lines[2]['out']['params'].get('_meta'), {'autoMode': True} if mode == 'auto' else None)
+            opened = 'say(id=hear()["id"], result={})\nhear()\nhear()\nsay(id=hear()["id"], result={})\n'
+            lines, _ = self.played(lambda child, given: codex.Talk(child, 'codex', given, None), opened, mode=mode)
+            self.assertEqual(lines[-2]['out']['params']['approvalsReviewer'], reviewer)
 
     def test_CodexIsAnsweredAndItsTurnWaitedFor(self):
         agent = ('say(id=hear()["id"], result={})\nhear()\nhear()\nsay(id=hear()["id"], result={"thread": {"id": "t"}})\n'

@@ -2,14 +2,15 @@
 import os
 import subprocess
 
-ARGUMENTS = {'grok': ['--permission-mode', 'default', 'agent', 'stdio'], 'kimi': ['acp'], 'opencode': ['acp', '--cwd', '{WS}']}
+ARGUMENTS = {'grok': ['--permission-mode', '{MODE}', 'agent', 'stdio'], 'kimi': ['acp'], 'opencode': ['acp', '--cwd', '{WS}']}
+GROK_MODES = {'ask': 'default', 'auto': 'auto'}
 MODELS = {'opencode': 'zai-coding-plan/glm-4.7'}
 CLIENT = {'protocolVersion': 1, 'clientCapabilities': {'fs': {'readTextFile': True, 'writeTextFile': True}, 'terminal': True},
           'clientInfo': {'name': 'tessarin', 'version': '0.5.1'}}
 
 
-def arguments(program, _session, _is_stored):
-    return ARGUMENTS[program]
+def arguments(program, case, _session, _is_stored):
+    return [text.replace('{MODE}', GROK_MODES[case.mode]) for text in ARGUMENTS[program]]
 
 
 class Talk:
@@ -34,11 +35,13 @@ class Talk:
         if self._stored and 'result' in self._request('session/load', {'sessionId': self._stored, **place}):
             self.session = self._stored
             return True
-        self.session = (self._request('session/new', place).get('result') or {}).get('sessionId')
+        meta = {'_meta': {'autoMode': True}} if self._case.mode == 'auto' else {}
+        self.session = (self._request('session/new', {**place, **meta}).get('result') or {}).get('sessionId')
         return self.session is not None
 
     def _configure(self):
-        if self._program == 'kimi' and 'error' in self._option('mode', 'manual'):
+        mode = 'manual' if self._case.mode == 'ask' else 'auto'
+        if self._program == 'kimi' and 'error' in self._option('mode', mode) and mode == 'manual':
             self._option('mode', 'default')
         return self._program not in MODELS or 'result' in self._option('model', MODELS[self._program])
 

@@ -2,9 +2,12 @@
 import uuid
 
 
-def arguments(_program, session, is_stored):
+MODES = {'ask': 'default', 'auto': 'auto'}
+
+
+def arguments(_program, case, session, is_stored):
     return ['--output-format', 'stream-json', '--verbose', '--input-format', 'stream-json', '--include-partial-messages',
-            '--permission-prompt-tool', 'stdio', '--setting-sources=user,project,local', '--permission-mode', 'default', '--model', 'sonnet',
+            '--permission-prompt-tool', 'stdio', '--setting-sources=user,project,local', '--permission-mode', MODES[case.mode], '--model', 'sonnet',
             f'--resume={session}' if is_stored else f'--session-id={session}']
 
 

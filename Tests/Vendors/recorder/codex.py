@@ -1,9 +1,9 @@
 """The app-server of Codex as our client speaks with it."""
 CLIENT = {'clientInfo': {'name': 'tessarin', 'title': 'tessarin', 'version': '0.5.1'}, 'capabilities': {'experimentalApi': True}}
-POLICY = {'approvalPolicy': 'on-request', 'approvalsReviewer': 'user'}
+REVIEWERS = {'ask': 'user', 'auto': 'auto_review'}
 
 
-def arguments(_program, _session, _is_stored):
+def arguments(_program, _case, _session, _is_stored):
     return ['app-server']
 
 
@@ -12,6 +12,7 @@ class Talk:
 
     def __init__(self, child, _program, case, stored):
         self._child, self._case, self._stored = child, case, stored
+        self._policy = {'approvalPolicy': 'on-request', 'approvalsReviewer': REVIEWERS[case.mode]}
         self._last_id = 0
         self._pieces = 0
         self._is_over = False
@@ -27,7 +28,7 @@ class Talk:
         if self.session is None:
             return
         folder = self._child.folder
-        turn = self._ask('turn/start', {'threadId': self.session, 'input': [{'type': 'text', 'text': prompt}], **POLICY, 'sandboxPolicy': {
+        turn = self._ask('turn/start', {'threadId': self.session, 'input': [{'type': 'text', 'text': prompt}], **self._policy, 'sandboxPolicy': {
             'type': 'workspaceWrite', 'writableRoots': [folder], 'networkAccess': False}})
         self._turn = ((self._await(turn).get('result') or {}).get('turn') or {}).get('id')
         while self._turn and not self._is_over and self._hear():
@@ -35,7 +36,7 @@ class Talk:
         self._child.rest()
 
     def _open(self):
-        place = {'cwd': self._child.folder, **POLICY, 'sandbox': 'workspace-write'}
+        place = {'cwd': self._child.folder, **self._policy, 'sandbox': 'workspace-write'}
         answer = {}
         if self._stored:
             answer = self._await(self._ask('thread/resume', {**place, 'threadId': self._stored}))
