@@ -17,9 +17,9 @@ class QDBusServiceWatcher;
 namespace tessarin
 {
 
-// The notifications of the desktop: the service `org.freedesktop.Notifications` of the session bus (Desktop Notifications Specification
-// 1.2), asked without ever waiting. A service that is missing, fails or does not answer costs the one notification and nothing else: it
-// is asked again with the next, and said once on the error stream. On macOS nothing is shown yet.
+// The notifications of the desktop: the service `org.freedesktop.Notifications` of the session bus, version 1.2 of its protocol, asked
+// without ever waiting. A service that is missing, fails or does not answer costs the one notification and nothing else: it is asked
+// again with the next, and said once on the error stream. On macOS nothing is shown yet.
 class DesktopNotifications : public NotificationBoard
 {
     Q_OBJECT

@@ -21,7 +21,7 @@ namespace NotificationRules
 // For the desktop. Less is worth a notification than an announcement: nothing that the person has just done, a stop above all.
 [[nodiscard]] std::optional<Notification> notification(const News& news);
 
-// The two texts as a notification server takes them that has these capabilities (Desktop Notifications Specification 1.2): one line each,
+// The two texts as a notification server takes them that has these capabilities (version 1.2 of its protocol): one line each,
 // of bounded length. Where the body is markup its own characters are escaped, and where there is none the title holds all.
 struct Texts {
     QString summary;

@@ -72,6 +72,8 @@ class Processes(WindowCase):
 
     def test_ClosingTheWindowLeavesNoChildBehind(self):
         children = self.start_working()
+        self.window.close_window(TITLE)
+        self.window.find('dialog', 'Quit tessarin?')
         self.app.must_live = False
         self.window.close_window(TITLE)
         self.assertEqual(self.app.wait(15), 0)

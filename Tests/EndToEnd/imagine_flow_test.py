@@ -37,6 +37,11 @@ class Flow(WindowCase):
         self.window.close_window('tessarin')
         self.app.wait(30)
 
+    def end(self):
+        """As the desktop ends a program, which asks nothing."""
+        self.app.must_live = False
+        self.app.process.send_signal(signal.SIGTERM)
+
     def await_creation(self):
         """Opens the program and waits for the one creation that is left."""
         self.open()
@@ -99,7 +104,8 @@ class Flow(WindowCase):
         self.to_imagine()
         self.generate('A slow flight')
         self.window.wait(lambda: [name for name in os.listdir(self.library.folder) if name.endswith('.mp4.part')], what='the copy', every=0.002)
-        self.quit()
+        self.end()
+        self.app.wait(30)
         item, = self.library.stored()
         self.assertEqual(os.path.getsize(item['localPath']), size)
         self.await_creation()
@@ -113,7 +119,8 @@ class Flow(WindowCase):
         self.to_imagine()
         self.generate('A flight around the world')
         self.window.wait(lambda: [name for name in os.listdir(self.library.folder) if name.endswith('.part')], what='the copy', every=0.002)
-        self.quit()
+        self.end()
+        self.app.wait(30)
         self.assertEqual([name for name in os.listdir(self.library.folder) if name != 'history.json'], [])
 
     def test_ASignalEndsAProgramThatWaitsForItsCopies(self):
@@ -127,8 +134,7 @@ class Flow(WindowCase):
         self.generate('Two slow flights')
         self.window.wait(lambda: len([name for name in os.listdir(self.library.folder) if name.endswith('.part')]) == 2, what='the copies',
                          every=0.002)
-        self.app.must_live = False
-        self.window.close_window('tessarin')
+        self.end()
         process = self.app.process
         self.window.wait(lambda: process.poll() is not None or not self.is_caught(process.pid, signal.SIGTERM), what='closing', every=0.002)
         process.send_signal(signal.SIGTERM)
@@ -156,6 +162,8 @@ class Flow(WindowCase):
 
     def test_WithTheProgramBothRuntimesEnd(self):
         self.start_both()
+        self.window.close_window('tessarin')
+        self.window.find('dialog', 'Quit tessarin?')
         self.quit()
         self.await_ends(*self.desk.sessions('grok'))
 

@@ -8,6 +8,7 @@ from acp import opening, says, script, thinks, turn, until
 from asking import NO, ONCE, asks
 from desk import entry, task
 from dialects import codex_opening, codex_script
+from driver.session_manager import SessionManager
 from window_case import TITLE, WindowCase, main
 
 QUESTION = 'Quit tessarin?'
@@ -259,6 +260,49 @@ class End(QuittingCase):
         self.expect_end()
         self.window.key('Ctrl+Q')
         self.ends()
+
+
+class SessionEnd(QuittingCase):
+    """The person logs out of the desktop."""
+
+    def setUp(self):
+        super().setUp()
+        self.manager = SessionManager(self.window.env)
+        self.addCleanup(self.manager.stop)
+        self.window.env['SESSION_MANAGER'] = self.manager.address
+
+    def await_heard(self, what):
+        self.window.wait(lambda: what in self.manager.heard, what=f'the program to have {what}, after {self.manager.heard}')
+
+    def log_out(self, interaction):
+        self.await_heard('registered')
+        self.manager.log_out(interaction)
+
+    def test_WhereItMayBeAskedTheLogoutIsCalledOffForTheQuestion(self):
+        self.open_working()
+        self.log_out('any')
+        self.await_heard('cancelled')
+        self.await_question()
+        self.expect_end()
+        self.window.key('Ctrl+Q')
+        self.ends()
+
+    def test_WhereItMayNotNothingHoldsTheLogoutUp(self):
+        self.open_working()
+        self.expect_end()
+        self.log_out('none')
+        self.ends()
+        self.assertNotIn('asks', self.manager.heard)
+        self.assertIn('Half an answ', self.shown_texts())
+
+    def test_WhereNothingWorksALogoutAsksNothing(self):
+        self.desk.install('grok', script(opening()))
+        self.open_project(self.desk.project())
+        self.reads('What should we build?')
+        self.expect_end()
+        self.log_out('any')
+        self.ends()
+        self.assertNotIn('asks', self.manager.heard)
 
 
 if __name__ == '__main__':

@@ -30,6 +30,7 @@ class Storm(WindowCase):
         return task['entries']
 
     def end(self):
+        self.await_status('Ready')
         self.app.must_live = False
         self.window.key('Ctrl+Q')
         self.assertEqual(0, self.app.wait())
