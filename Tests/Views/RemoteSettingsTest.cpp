@@ -333,6 +333,7 @@ TEST_F(RemoteSettingsTest, TheKeysReachEveryControlAndTheViewFollows)
 {
     showEnabled();
     qml.view().resize(520, 320);
+    ASSERT_TRUE(QmlFixture::becomes([this] { return root->height() == 320; }));
     toggle()->forceActiveFocus(Qt::TabFocusReason);
     QStringList seen;
     for (int step = 0; step < 4; ++step) {
