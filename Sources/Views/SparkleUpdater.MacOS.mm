@@ -3,7 +3,6 @@
 #include "Views/SystemUpdater.h"
 
 #import <Sparkle/Sparkle.h>
-
 #include <functional>
 #include <optional>
 #include <string>

@@ -6,7 +6,8 @@ import subprocess
 import sys
 import tempfile
 
-from window_case import PROGRAM, SCREENSHOTS, TITLE, WindowCase, main
+from settings_case import SettingsCase
+from window_case import PROGRAM, SCREENSHOTS, TITLE, main
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, '..', 'Views'))
@@ -23,7 +24,7 @@ OLD, NEW = (b'\177ELF\2\1\1\0AI\2' + rest * 100_000 for rest in (b'old ', b'new 
 NOTES = '<h2>New</h2><ul><li>Faster</li><li>Smaller <img src="https://127.0.0.1/pixel.png"></li></ul>'
 
 
-class UpdateCase(WindowCase):
+class UpdateCase(SettingsCase):
     """`self.folder` is what the server serves, `self.home` an installation from an AppImage."""
 
     @classmethod
@@ -72,8 +73,8 @@ class UpdateCase(WindowCase):
 
     def open_settings(self):
         self.window.find('~menu bar item', '=File')
-        self.window.key('Ctrl+,')
-        self.window.wait(lambda: self.window.active_title() == 'Settings', what='the settings to be in front')
+        super().open_settings()
+        self.see('~button', '=Check Now')
 
     def ask(self):
         self.window.click_on('~menu bar item', '=Help')
@@ -347,11 +348,10 @@ class Pictures(UpdateCase):
         place = next(place for name, place in self.window.xwindows().values() if name == UPDATE)
         self.window.shot(os.path.join(SCREENSHOTS, f'updates-{state}-{self.appearance}.png'), of=place)
         self.assertGreater(self.window.colours(place), 20)
-        for element in self.window.find_all(('push button', 'label', 'heading')):
+        for element in self.window.find_all(('push button', 'label', 'heading'), within=self.window.find('frame', '=' + UPDATE)):
             x, y, across, down = element.rect
-            if element.showing and place[0] <= x < place[0] + place[2] and place[1] <= y < place[1] + place[3]:
-                self.assertLessEqual(x + across, place[0] + place[2], element)
-                self.assertLessEqual(y + down, place[1] + place[3], element)
+            self.assertTrue(place[0] <= x and x + across <= place[0] + place[2], element)
+            self.assertTrue(place[1] <= y and y + down <= place[1] + place[3], element)
 
     def test_EveryStage(self):
         self.publish('0.1')

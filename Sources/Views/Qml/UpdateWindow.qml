@@ -9,6 +9,8 @@ SideWindow {
     // Read by the platform of Qt when the window is first shown.
     readonly property bool _q_showWithoutActivating: flow.isAutomatic
 
+    property bool hasAppeared: false
+
     function appear() {
         x = transientParent.x + (transientParent.width - width) / 2
         y = transientParent.y + (transientParent.height - height) / 2
@@ -20,16 +22,29 @@ SideWindow {
     minimumWidth: width
     maximumWidth: width
     height: view.implicitHeight
-    minimumHeight: height
-    maximumHeight: height
-    onClosing: close => close.accepted = flow.stage !== UpdateFlow.Installing
+    minimumHeight: view.implicitHeight
+    maximumHeight: view.implicitHeight
     onClosed: flow.close()
-    Component.onCompleted: flow.isAutomatic ? appear() : present()
+    Component.onCompleted: {
+        if (flow.isAutomatic) {
+            appear()
+        } else {
+            present()
+        }
+        hasAppeared = true
+    }
 
     Connections {
         target: root.flow
 
         function onBroughtForward() { root.present() }
+
+        // What is being installed goes on when its window is closed, and its outcome is told.
+        function onChanged() {
+            if (root.flow.isShown && !root.visible && root.hasAppeared) {
+                root.appear()
+            }
+        }
     }
 
     UpdateView {
