@@ -286,10 +286,8 @@ class BoundsTest(unittest.TestCase):
 
     def test_ItListensOnLoopbackOnly(self):
         server = self.start()
-        for address in ('127.0.0.2', socket.gethostbyname(socket.gethostname())):
-            if address != '127.0.0.1':
-                with self.assertRaises(ConnectionRefusedError):
-                    socket.create_connection((address, server.port), timeout=TIMEOUT)
+        with self.assertRaises(OSError):
+            socket.create_connection(('127.0.0.2', server.port), timeout=TIMEOUT).close()
 
     def test_ItEndsWhenItsTimeIsOver(self):
         server = self.start('--ttl', '0.2')
