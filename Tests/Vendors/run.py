@@ -63,7 +63,11 @@ def play(title, program, shown, test):
     """What came out of one cell. What went wrong is printed."""
     began = time.monotonic()
     result = unittest.TestResult()
-    test.run(result)
+    try:
+        test.run(result)
+    except KeyboardInterrupt:
+        test.doCleanups()
+        raise
     cell = shown if result.wasSuccessful() else FAILED
     print(f'{program}: {title}: {cell} ({time.monotonic() - began:.0f} s)', flush=True)
     for _, trace in result.failures + result.errors:
@@ -75,8 +79,8 @@ def main():
     given = arguments()
     os.environ.update(TESSARIN_PROGRAM=os.path.abspath(given.program), TESSARIN_SCREENSHOTS=os.path.abspath(given.pictures or given.folder),
                       TESSARIN_VENDORS_RUN=uuid.uuid4().hex)
-    # What was started is ended also when the run is.
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    # What was started is ended also when the run is. No other exception than that of Ctrl+C gets through a test.
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
     from install import installed
     from loopback import only_loopback
     from table import markdown
@@ -95,4 +99,7 @@ def main():
 
 
 if __name__ == '__main__':
-    sys.exit(main())
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        sys.exit(130)
