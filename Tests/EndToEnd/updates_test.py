@@ -376,6 +376,15 @@ class Pictures(UpdateCase):
         self.window.find('heading', '=The update failed')
         self.keep('failed')
 
+    def test_TheSection(self):
+        self.start()
+        self.open_settings()
+        self.window.still(timeout=3)
+        place = self.place()
+        self.window.shot(os.path.join(SCREENSHOTS, f'updates-section-{self.appearance}.png'), of=place)
+        across = self.window.find('~input', '=' + FIELD).rect[0] + self.window.find('~input', '=' + FIELD).rect[2]
+        self.assertLess(across, self.window.find('~button', '=Check Now').rect[0])
+
 
 class PicturesInTheDark(Pictures):
     appearance = 'dark'
