@@ -1,7 +1,5 @@
 #include "BenchmarkRuntime.h"
 
-#include "Platform/Json.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -34,19 +32,13 @@ void stream(std::size_t chunks, const std::string& id)
     }
 }
 
-// Each time the same lines, the last of which is another one.
 void storm(std::size_t updates)
 {
-    std::string text;
-    while (text.size() < stormBytes) {
-        text += "[ 42%] Building CXX object src/CMakeFiles/queue.dir/upload_queue.cpp.o: line " + std::to_string(text.size()) + "\n";
-    }
     const auto start = std::chrono::steady_clock::now();
     for (std::size_t i = 0; i < updates; ++i) {
-        std::this_thread::sleep_until(start + std::chrono::duration<double>(static_cast<double>(i) / stormUpdatesPerSecond));
-        const JsonObject input{ { "command", "make" }, { "output", text + "update " + std::to_string(i) } };
         const JsonObject update{ { "sessionUpdate", "tool_call_update" }, { "toolCallId", stormCall }, { "title", "Run command" },
-            { "status", "in_progress" }, { "rawInput", input } };
+            { "status", "in_progress" }, { "rawInput", stormInput(i) } };
+        std::this_thread::sleep_until(start + std::chrono::duration<double>(static_cast<double>(i) / stormUpdatesPerSecond));
         say({ { "method", "session/update" }, { "params", JsonObject{ { "sessionId", "s" }, { "update", update } } } });
     }
 }
@@ -91,6 +83,18 @@ int play()
 }
 
 } // namespace
+
+JsonObject stormInput(std::size_t update)
+{
+    JsonArray lines;
+    for (std::size_t bytes = 0; bytes < stormBytes;) {
+        const std::string line = "[ 42%] Building CXX object src/CMakeFiles/queue.dir/upload_queue.cpp.o: byte " + std::to_string(bytes);
+        bytes += line.size();
+        lines.emplace_back(line);
+    }
+    lines.emplace_back("update " + std::to_string(update));
+    return { { "command", "make" }, { "output", std::move(lines) } };
+}
 
 std::string markdownOf(std::size_t bytes)
 {

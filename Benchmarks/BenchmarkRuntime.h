@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Json.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -16,6 +18,8 @@ constexpr double chunksPerSecond = 1000;
 constexpr std::size_t stormBytes = 150'000;
 constexpr double stormUpdatesPerSecond = 100;
 constexpr const char* stormCall = "storm"; // the id of the tool call
+// The input of the tool in an update: a command and its lines, the last of which is another one each time.
+[[nodiscard]] JsonObject stormInput(std::size_t update);
 
 // Markdown of about that size, as agents write it: headings, paragraphs, lists, tables, code.
 [[nodiscard]] std::string markdownOf(std::size_t bytes);

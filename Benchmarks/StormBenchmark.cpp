@@ -27,6 +27,9 @@ constexpr double memoryBar = 8;
 // Where the card of a task that begins with one stands, below the header of the task, and where its output comes.
 constexpr ScreenArea cardHead{ 500, 128, 40, 4 };
 constexpr ScreenArea output{ 400, 200, 300, 60 };
+// What shows that the storm is there: the card that comes at the end, the status of the one that is open.
+constexpr ScreenArea messages{ 300, 200, 800, 300 };
+constexpr ScreenArea wholeHead{ 400, 118, 760, 20 };
 
 struct Storm {
     double fluency = 0;
@@ -52,13 +55,14 @@ void waitUntil(double second)
     waitSeconds(std::max(0.0, second - secondsNow()));
 }
 
-Storm watch(const char* what, BenchmarkWindow& window, std::size_t updates)
+Storm watch(const char* what, BenchmarkWindow& window, const ScreenArea& proof, std::size_t updates)
 {
     constexpr double silence = 8;
     window.send("wait " + std::to_string(static_cast<int>(silence)));
     const double silent = secondsNow();
     waitSeconds(silence + 1);
     const double length = static_cast<double>(updates) / stormUpdatesPerSecond;
+    const auto without = window.screen().pixels(proof);
     window.send("storm " + std::to_string(updates));
     const double start = secondsNow();
     waitUntil(start + length / 10);
@@ -66,6 +70,9 @@ Storm watch(const char* what, BenchmarkWindow& window, std::size_t updates)
     waitUntil(start + length - memoryLook - 1);
     const double grown = settledMegabytesOf(window.process()) - before;
     waitUntil(start + length);
+    if (window.screen().pixels(proof) == without) {
+        giveUp("the storm was not to be seen");
+    }
     std::printf("%s\n", what);
     const Phase idle = phaseOf("while the runtime is silent", window, silent + memoryLook, silent + silence);
     const Phase busy = phaseOf("during the storm", window, start, start + length);
@@ -77,14 +84,16 @@ Storm watchClosed(std::size_t updates)
     Workspace project = benchmarkProject();
     project.threads = { taskOfEntries(100) };
     BenchmarkWindow window({ project }, BenchmarkWindow::Reports::frames);
-    return watch("A closed card that the list follows", window, updates);
+    return watch("A closed card that the list follows", window, messages, updates);
 }
 
 Storm watchOpen(std::size_t updates)
 {
     Workspace project = benchmarkProject();
-    project.threads = { taskOfOneTool(stormBytes) };
-    project.threads.front().entries.front().id = stormCall;
+    project.threads = { taskOfOneTool(0) };
+    ChatEntry& tool = project.threads.front().entries.front();
+    tool.id = stormCall;
+    tool.text = prettyJson(stormInput(0)).value_or("");
     BenchmarkWindow window({ project }, BenchmarkWindow::Reports::frames);
     const auto closed = window.screen().pixels(output);
     window.screen().click(cardHead.x, cardHead.y);
@@ -99,7 +108,9 @@ Storm watchOpen(std::size_t updates)
     if (open == closed || window.screen().pixels(output) == open) {
         giveUp("the card did not open, or did not scroll");
     }
-    return watch("An open card, scrolled into its text", window, updates);
+    const ScreenArea composer = window.composerLine();
+    window.screen().click(composer.x + composer.width / 2, composer.y + composer.height / 2);
+    return watch("An open card, scrolled into its text", window, wholeHead, updates);
 }
 
 int measure(const BenchmarkOptions& options)
