@@ -22,12 +22,25 @@
 #include <QSessionManager>
 #include <QWindow>
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <utility>
 
 namespace tessarin
 {
+
+namespace
+{
+
+bool hasWindowBeside(const QWindow& window)
+{
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    return std::any_of(
+        windows.begin(), windows.end(), [&](const QWindow* each) { return each->isVisible() && each->transientParent() == &window; });
+}
+
+} // namespace
 
 int TessarinApp::run(int argc, char** argv)
 {
@@ -231,7 +244,12 @@ void TessarinApp::openNotifications()
             notifier->noteFocus();
         }
     });
-    connect(m_windowModel.quitting(), &Quitting::asking, this, &TessarinApp::raise);
+    // A window beside this one comes forward by itself where the question stands there; this one must not come over it.
+    connect(m_windowModel.quitting(), &Quitting::asking, this, [this] {
+        if (m_window->windowStates().testFlag(Qt::WindowMinimized) || !hasWindowBeside(*m_window)) {
+            raise();
+        }
+    });
 }
 
 // The session manager wants its answer within this call, and a person takes longer than that. So the end of the session is called off

@@ -121,6 +121,8 @@ class Question(QuittingCase):
         self.window.wait(lambda: self.window.active_title() == 'Settings', what='the settings in front')
         self.window.key('Ctrl+Q')
         dialog = self.await_question()
+        self.assertTrue(self.window.still(timeout=5))
+        self.assertEqual(self.window.active_title(), 'Settings')
         x, y, width, height = self.window.xwindows()[self.window.xwindow('Settings')][1]
         left, top, across, down = self.window.find('~button', '=Cancel', within=dialog).rect
         self.assertTrue(x <= left and left + across <= x + width and y <= top and top + down <= y + height)

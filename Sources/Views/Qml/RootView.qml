@@ -54,6 +54,9 @@ FocusScope {
         asksThere = open.find(window => window.active) ?? open[0] ?? null
         if (asksThere !== null) {
             asksThere.present()
+        } else {
+            Window.window.raise()
+            Window.window.requestActivate()
         }
     }
 
