@@ -35,11 +35,26 @@ def _install(folder):
 
 def _npm(folder, *arguments):
     try:
-        subprocess.run(['npm', *arguments, '--no-audit', '--no-fund', '--loglevel=error'], cwd=folder, check=True, timeout=900)
+        subprocess.run(['npm', *arguments, '--no-audit', '--no-fund', '--loglevel=error'], cwd=folder, env=_environment(folder), check=True,
+                       timeout=900)
     except FileNotFoundError:
         raise SystemExit('npm is not installed: it is needed to fetch the vendors\' programs (package npm).') from None
     except (subprocess.CalledProcessError, subprocess.TimeoutExpired) as error:
         raise SystemExit(f'npm could not fetch the vendors\' programs: {error}. They need the network when they are not installed yet.') from None
+
+
+def _environment(folder):
+    """The caller's, with homes in the folder: install scripts write there too. Of the caller's own only the settings of npm are read, for a
+    registry or a proxy."""
+    # npm takes its variables in any case of letters.
+    given = {key.lower(): value for key, value in os.environ.items() if key.lower().startswith('npm_config_')}
+    kept = {key: value for key, value in os.environ.items() if key.lower() not in ('npm_config_cache', 'npm_config_userconfig')}
+    home = os.path.join(folder, 'home')
+    os.makedirs(home, exist_ok=True)
+    return {**kept, 'HOME': home, 'XDG_CONFIG_HOME': os.path.join(home, '.config'), 'XDG_DATA_HOME': os.path.join(home, '.local', 'share'),
+            'XDG_CACHE_HOME': os.path.join(home, '.cache'), 'XDG_STATE_HOME': os.path.join(home, '.local', 'state'),
+            'npm_config_cache': os.path.join(folder, 'npm-cache'),
+            'npm_config_userconfig': given.get('npm_config_userconfig') or os.path.join(os.path.expanduser('~'), '.npmrc')}
 
 
 def _fingerprint():
