@@ -5,8 +5,11 @@ import subprocess
 import sys
 import time
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'EndToEnd'))
+from driver.processes import die_with_the_parent  # noqa: E402
+
 _PROGRAM = os.path.join(os.path.dirname(os.path.abspath(__file__)), 'model_server.py')
-# It ends by itself after that, also when the tests were killed.
+# It ends with the tests, also when they were killed, and after that in any case.
 _SECONDS_TO_LIVE = 600
 
 
@@ -17,7 +20,7 @@ class ModelServer:
         self._log = os.path.join(folder, 'model.jsonl')
         command = [sys.executable, '-B', _PROGRAM]
         self._process = subprocess.Popen([*command, '--port', '0', '--log', self._log, '--ttl', str(_SECONDS_TO_LIVE), *arguments],
-                                         stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True)
+                                         stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True, preexec_fn=die_with_the_parent)
         line = self._process.stdout.readline().split()
         if len(line) != 2 or line[0] != 'PORT':
             self.close()

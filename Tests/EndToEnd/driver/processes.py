@@ -10,7 +10,8 @@ _PR_SET_PDEATHSIG = 1
 _PR_SET_CHILD_SUBREAPER = 36
 
 
-def _die_with_the_parent():
+def die_with_the_parent():
+    """Called in a child before it becomes another program."""
     _LIBC.prctl(_PR_SET_PDEATHSIG, signal.SIGTERM)
 
 
@@ -64,7 +65,7 @@ class ProcessGroup:
     def spawn(self, argv, log, env, cwd, pass_fds=()):
         with open(log, 'ab') as out:
             process = subprocess.Popen(argv, stdin=subprocess.DEVNULL, stdout=out, stderr=out, env=env, cwd=cwd,
-                                       pass_fds=pass_fds, start_new_session=True, preexec_fn=_die_with_the_parent)
+                                       pass_fds=pass_fds, start_new_session=True, preexec_fn=die_with_the_parent)
         self.known[process.pid] = start_time(process.pid)
         return process
 
