@@ -1,10 +1,9 @@
 #!/usr/bin/python3
 """The table of vendors by cases, without the vendors' programs."""
-import json
-import os
 import tempfile
 import unittest
 
+from fakes import packages
 from table import NOTHING, ROWS, YES, markdown
 from vendors import VENDORS
 
@@ -13,13 +12,7 @@ class Table(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
-        self.programs = os.path.join(folder.name, 'node_modules', '.bin')
-        os.makedirs(self.programs)
-        for number, vendor in enumerate(VENDORS.values()):
-            package = os.path.join(folder.name, 'node_modules', vendor.package)
-            os.makedirs(package)
-            with open(os.path.join(package, 'package.json'), 'w') as file:
-                json.dump({'version': f'{number}.0'}, file)
+        self.programs = packages(folder.name)
 
     def test_TheColumnsAreTheVendorsInTheOrderOfRouting(self):
         head = markdown({}, self.programs).splitlines()[0]
