@@ -50,6 +50,9 @@ def using(purpose, *texts):
 SCENARIOS = {
     'plain': (Step(texts=('Hello', ' from the', ' fake model.', ' The answer is 42.'), pause=2 * SHORT),),
     'reasoning': (Step(reasoning=('I should ', 'think about ', 'the probe first.'), texts=('Thought', ' it through', ': 42.'), pause=2 * SHORT),),
+    # As slow as a window is read on a busy machine.
+    'gradual': (Step(reasoning=('I should ', 'think about ', 'the probe first.'), texts=('The first piece', ' of the answer', ', and its last.'),
+                     pause=10 * LONG),),
     'multi': (Step(texts=('First I speak. ',), wants='anything'), Step(texts=('Then I speak again.',))),
     'plan': using('plan'),
     'shell': using('shell', 'Running a command. '),
