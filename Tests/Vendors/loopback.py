@@ -5,6 +5,8 @@ import os
 import socket
 import struct
 
+# For the environment: a program that wants more than this machine finds nobody there, if it heeds it.
+NOWHERE = {'HTTP_PROXY': 'http://127.0.0.1:9', 'HTTPS_PROXY': 'http://127.0.0.1:9', 'NO_PROXY': '127.0.0.1,localhost'}
 _LIBC = ctypes.CDLL(None, use_errno=True)
 _CLONE_NEWNET = 0x40000000
 _SIOCGIFFLAGS, _SIOCSIFFLAGS = 0x8913, 0x8914

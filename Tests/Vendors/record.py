@@ -20,6 +20,7 @@ from dataclasses import dataclass
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from loopback import NOWHERE  # noqa: E402
 from modelserver.log import Log  # noqa: E402
 from modelserver.service import ModelService  # noqa: E402
 from recorder import acp, claude, codex, neutral  # noqa: E402
@@ -29,8 +30,6 @@ from vendors import VENDORS  # noqa: E402
 PROMPT = 'Please go on.'
 SPEAKERS = {'codex': codex, 'claude': claude, 'grok': acp, 'kimi': acp, 'opencode': acp}
 MOST_REQUESTS = 200
-# A program that wants more than the model finds nobody there.
-NOWHERE = {'HTTP_PROXY': 'http://127.0.0.1:9', 'HTTPS_PROXY': 'http://127.0.0.1:9', 'NO_PROXY': '127.0.0.1,localhost'}
 
 
 @dataclass(frozen=True)

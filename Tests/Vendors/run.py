@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """The vendors' real programs, driven through the window of the real application.
 
-    run.py --program TESSARIN --folder BUILD/vendors [--only VENDOR]... [--case WORDS]... [--pictures FOLDER]
+    run.py --program TESSARIN --folder BUILD/vendors [--only VENDOR]... [--case WORDS]... [--pictures FOLDER] [--outside FOLDER]
 
 Installs the programs in the folder, plays each case with each of them against a model on the loopback address, and prints a table.
 Ends with status 1 when a cell is not as it is expected.
@@ -19,6 +19,8 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'EndToEnd'))
 
 FAILED = 'FAILED'
+OUTSIDE = os.path.join(os.path.expanduser('~'), '.cache', 'tessarin-vendors')
+SECONDS_TO_END = 10
 
 
 def arguments():
@@ -26,6 +28,8 @@ def arguments():
     parser.add_argument('--program', required=True, help='the built application')
     parser.add_argument('--folder', required=True, help='where the vendors\' programs are installed')
     parser.add_argument('--pictures', default='', help='where a picture of each failure goes')
+    parser.add_argument('--outside', default=OUTSIDE,
+                        help='a folder in no Git repository and not below the system\'s temporary one, where Codex writes unasked; %(default)s')
     parser.add_argument('--only', action='append', default=[], metavar='VENDOR', help='codex, opencode, claude, kimi or grok')
     parser.add_argument('--case', action='append', default=[], metavar='WORDS', help='only the cases whose title has these words')
     return parser.parse_args()
@@ -44,19 +48,23 @@ def tests(given, programs):
             shown, act = row.of(vendor.program)
             if act and (not given.case or any(words in row.title for words in given.case)):
                 name = re.sub(r'[^a-z0-9]+', '-', f'{vendor.program} {row.title}'.lower())
-                yield row.title, vendor.program, shown, VendorCase(name, vendor, act, programs, desks)
+                yield row.title, vendor.program, shown, VendorCase(name, vendor, act, programs, desks, os.path.abspath(given.outside))
 
 
 def left_behind(mark):
-    """What this run has started and what still runs although everything has been closed."""
-    from driver.processes import ProcessGroup
+    """What this run has started and what still runs although everything has been closed: what bears the mark, and our descendants."""
+    from driver.processes import ProcessGroup, descendants
     group = ProcessGroup(mark)
-    end = time.monotonic() + 10
-    while group.marked() and time.monotonic() < end:
+
+    def left():
+        return group.marked() | (descendants([os.getpid()]) - {os.getpid()})
+    end = time.monotonic() + SECONDS_TO_END
+    while left() and time.monotonic() < end:
         time.sleep(0.1)
-    left = group.marked()
+    found = left()
+    group.remember(found)
     group.end_all()
-    return left
+    return found
 
 
 def play(title, program, shown, test):
@@ -82,9 +90,11 @@ def main():
     # What was started is ended also when the run is. No other exception than that of Ctrl+C gets through a test.
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     from install import installed
+    from driver.processes import ProcessGroup
     from loopback import only_loopback
     from table import markdown
     programs = installed(os.path.abspath(given.folder))
+    ProcessGroup('').adopt_orphans()
     only_loopback()
     cells, left, began = {}, set(), time.monotonic()
     try:

@@ -1,12 +1,16 @@
 """A person with one or more of the vendors' real programs, their homes set up for the model on this machine, and the window."""
+import contextlib
 import os
+import shutil
 import sys
+import tempfile
 import uuid
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'EndToEnd'))
 from desk import Desk, task  # noqa: E402
 from driver import Session  # noqa: E402
 from driver.processes import ProcessGroup  # noqa: E402
+from loopback import NOWHERE  # noqa: E402
 from server import ModelServer  # noqa: E402
 from vendors import VENDORS  # noqa: E402
 from window_case import WindowCase  # noqa: E402
@@ -16,15 +20,31 @@ PATIENCE = 60
 TITLE = 'tessarin'
 
 
+def repository_of(folder):
+    """The folder of the Git repository that a folder lies in, or None."""
+    folder = os.path.realpath(folder)
+    while not os.path.lexists(os.path.join(folder, '.git')):
+        if os.path.dirname(folder) == folder:
+            return None
+        folder = os.path.dirname(folder)
+    return folder
+
+
+def remove_if_empty(folder):
+    with contextlib.suppress(OSError):
+        os.rmdir(folder)
+
+
 class VendorCase(WindowCase):
     """One case of one vendor. `act` is a function of this object, which is the person, and does all of it."""
 
     screen = (1280, 900)
 
-    def __init__(self, name, vendor, act, programs, folder):
+    def __init__(self, name, vendor, act, programs, folder, outside):
+        """programs: where they are installed. folder: of the desks. outside: a folder that lies in no repository."""
         setattr(self, name, self._play)
         super().__init__(name)
-        self.vendor, self._act, self._programs, self._folder = vendor, act, programs, folder
+        self.vendor, self._act, self._programs, self._folder, self._outside = vendor, act, programs, folder, outside
         self._mark = 'TESSARIN_VENDOR_CHILD=' + uuid.uuid4().hex
 
     def setUp(self):
@@ -35,21 +55,25 @@ class VendorCase(WindowCase):
         self.server = ModelServer(self.desk.folder)
         self.addCleanup(self.server.close)
         self.window = Session(size=self.screen, home=self.desk.home, path=self.desk.path, timeout=PATIENCE,
-                              env={'TESSARIN_APPEARANCE': 'light', 'TESSARIN_VENDORS_RUN': os.environ.get('TESSARIN_VENDORS_RUN', '')})
+                              env={'TESSARIN_APPEARANCE': 'light', 'TESSARIN_VENDORS_RUN': os.environ.get('TESSARIN_VENDORS_RUN', ''),
+                                   **NOWHERE})
         self.addCleanup(self.window.close)
         self.window.start()
         # From here on: only the program and what it starts bears the mark.
         self.window.env.update([self._mark.split('=')])
-        self.project = self.desk.project()
+        # Each has a repository of its own: programs take what is above it for the project, and Kimi asks less inside of one.
+        self.project = self.desk.project(git=True)
 
     def _play(self):
         self._act(self)
         self.leave()
 
     # What the person has.
-    def has(self, *programs, signed_in=True, **settings):
-        """Installs these programs, or the one the case is about, with their homes; settings go to the function of homes.py."""
-        self._put_node_first()
+    def has(self, *programs, signed_in=True, young_node=True, **settings):
+        """Installs these programs, or the one the case is about, with their homes; settings go to the function of homes.py. Without a
+        young Node.js there is that of the system."""
+        if young_node:
+            self._put_node_first()
         for program in programs or (self.vendor.program,):
             vendor = VENDORS[program]
             self.desk.install(program)
@@ -61,6 +85,13 @@ class VendorCase(WindowCase):
         if not os.path.isdir(folder):
             os.makedirs(folder)
             os.symlink(os.path.join(self._programs, 'node'), os.path.join(folder, 'node'))
+
+    def works_outside_of_a_repository(self):
+        os.makedirs(self._outside, exist_ok=True)
+        self.assertIsNone(repository_of(self._outside), 'the folder that is said to be outside lies in a repository')
+        self.project = tempfile.mkdtemp(prefix=self.vendor.program + '-', dir=self._outside)
+        self.addCleanup(remove_if_empty, self._outside)
+        self.addCleanup(shutil.rmtree, self.project)
 
     def allows(self, mode):
         """Has chosen an approval mode before."""
@@ -105,7 +136,7 @@ class VendorCase(WindowCase):
         if self.app.running:
             self.window.activate(TITLE)
             self.window.key('Ctrl+Q')
-            self.assertEqual(self.app.wait(30), 0)
+        self.assertEqual(self.app.wait(30), 0)
         left = ProcessGroup(self._mark)
         self.window.wait(lambda: not left.marked(), 20, 'the end of all that the program has started')
 
@@ -138,6 +169,11 @@ class VendorCase(WindowCase):
         self.await_status('Needs attention')
         self.window.find('alert', f'/{pattern}/')
 
+    def told_the_model_no_key(self):
+        """Whoever asks the model without being signed in has nothing to show."""
+        told = {line['auth'] for line in self.server.requests() if 'auth' in line}
+        self.assertEqual(told, {'none'} if self.vendor.asks_the_model_signed_out else set())
+
     def reads_in_the_settings(self, text):
         """In the section of the vendor."""
         self.window.key('Ctrl+,')
@@ -156,6 +192,9 @@ class VendorCase(WindowCase):
             return None
         with open(path) as file:
             return file.read()
+
+    def unmake(self, name):
+        os.remove(os.path.join(self.project, name))
 
     def task(self):
         """The one task as it is stored."""
