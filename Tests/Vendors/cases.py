@@ -15,13 +15,16 @@ LONG_PATIENCE = 180
 def streamed_answer_with_reasoning(person):
     person.has()
     person.begin()
-    person.asks_for('reasoning')
-    person.finished_after('Thought it through: 42.')
+    person.asks_for('gradual')
+    person.window.find(says='The first piece', role='text')
+    person.assertFalse(person.is_read('and its last.'), 'the answer came as a whole')
+    person.finished_after('The first piece of the answer, and its last.')
     person.window.click_on('~button', 'Reasoning')
     person.reads('I should think about the probe first.')
 
 
 def command_allowed_once(person):
+    """The next one is asked for again."""
     person.has()
     person.begin()
     person.asks_for('shell')
@@ -30,6 +33,11 @@ def command_allowed_once(person):
     person.allows_once()
     person.finished_after(FINISHED)
     person.assertEqual(person.made('shell-made.txt'), COMMAND_MADE)
+    person.unmake('shell-made.txt')
+    person.asks_for('shell')
+    person.refuses()
+    person.finished()
+    person.assertIsNone(person.made('shell-made.txt'), 'it was allowed for longer than once')
 
 
 def command_refused(person):
@@ -46,6 +54,19 @@ def file_edit(person):
     person.begin()
     person.asks_for('edit')
     if person.vendor.asks_for_edits:
+        person.allows_once()
+    person.finished_after(FINISHED)
+    person.assertEqual(person.made('edit-made.txt'), EDIT_MADE)
+
+
+def file_edit_outside_of_a_repository(person):
+    person.has()
+    person.works_outside_of_a_repository()
+    person.begin()
+    person.asks_for('edit')
+    if person.vendor.asks_for_edits_outside:
+        person.reads(person.question)
+        person.assertIsNone(person.made('edit-made.txt'), 'it was written before it was allowed')
         person.allows_once()
     person.finished_after(FINISHED)
     person.assertEqual(person.made('edit-made.txt'), EDIT_MADE)
@@ -120,6 +141,7 @@ def signed_out(person):
     person.fails_with(person.vendor.signed_out)
     if person.vendor.signed_out_note:
         person.reads(person.vendor.signed_out_note)
+    person.told_the_model_no_key()
 
 
 def unknown_stored_session(person):
