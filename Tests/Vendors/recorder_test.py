@@ -1,11 +1,13 @@
 #!/usr/bin/python3
 """What is recorded of a vendor's program: every line, in order, and nothing of the machine on which it was."""
+import glob
 import json
 import os
 import sys
 import tempfile
 import time
 import unittest
+import unittest.mock
 from types import SimpleNamespace
 
 sys.dont_write_bytecode = True
@@ -178,9 +180,27 @@ class NeutralTest(unittest.TestCase):
         self.assertEqual(self.neutral(said), {'tools': ['a', 'b'], 'commands': [{'name': 'a'}] * 2, 'options': [1, 2, 3]})
 
     def test_APlaceThatIsLeftIsFound(self):
-        fine = ['{"in":"{WS}/a"}', '{"in":"{TMP}/b"}']
-        for leak in ('{"in":"/home/ada/AGENTS.md"}', '{"in":"/tmp/socket"}', '{"in":"/var/tmp/x"}'):
-            self.assertEqual(neutral.leaks([*fine, leak], '/home/ada/run'), [leak])
+        fine = ['{"in":"{WS}/a"}', '{"in":"{TMP}/b"}', '{"in":"{WS}/home/a {HOME}/root"}', '{"in":"a smart-home-thing, --- /dev/null, /roots"}']
+        for leak in ('/srv/ada/AGENTS.md', '/tmp/socket', '/var/tmp/x', '/home/bob/.x', '/root/.x', '/root', '/Users/bob/x', '%2Fhome%2Fbob%2Fx',
+                     'b/home/bob/x', 'projects/-home-bob-x/memory', 'projects/-root-x', '-Users-bob-x'):
+            line = json.dumps({'in': leak})
+            self.assertEqual(neutral.leaks([*fine, line], '/srv/ada/run', ''), [line])
+
+    def test_TheUsersNameIsFoundWhereverItStandsAsAWord(self):
+        fine = ['{"in":"adam, Canada"}']
+        for leak in ('/srv/ada/x', 'by ada', 'ada@machine', 'pytest-of-ada_1', '-srv-ada-x'):
+            self.assertEqual(neutral.leaks([*fine, leak], user='ada'), [leak])
+        self.assertEqual(neutral.leaks(['{"role":"user"}', '--- /dev/null'], user='user'), [])
+        with unittest.mock.patch('getpass.getuser', return_value='ada'):
+            self.assertEqual(neutral.leaks(['by ada']), ['by ada'])
+
+    def test_NoRecordingNamesAPlaceOfAMachine(self):
+        """Who recorded is known only where it is recorded: the name of whoever runs this may be any word of a conversation."""
+        recordings = glob.glob(os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '*', 'Recordings', '*.jsonl'))
+        self.assertGreater(len(recordings), 50)
+        for path in recordings:
+            with open(path, encoding='utf-8') as file:
+                self.assertEqual(neutral.leaks(file, user=''), [], path)
 
 
 if __name__ == '__main__':

@@ -1,4 +1,5 @@
 """A conversation without the places of one machine, and without lists that nobody reads."""
+import getpass
 import json
 import os
 import re
@@ -7,6 +8,12 @@ import re
 LONG = {'availableCommands', 'tools', 'availableModels', 'slash_commands', 'terminal_slash_commands', 'commands', 'agents', 'skills', 'models',
         'capabilities', 'plugins', 'output_styles', 'available_output_styles', 'reasoningEfforts', 'toolNames'}
 KEPT = 2
+# The homes of people and the system's temporary folders, also as a program writes them in an address or in a name. Behind a name in
+# braces stands what is below a place that is fine.
+PLACES = re.compile(r'(?<!})(?:/|%2F)(?:home|Users)(?:/|%2F)|(?<!})(?:/|%2F)root(?![\w-])|(?<![\w}])-(?:home|Users|root)-|'
+                    r'(?<![\w}])/(?:tmp|var/tmp)/')
+# Accounts that are called by a word of any conversation: they tell of nobody.
+NOBODY = {'', 'admin', 'agent', 'dev', 'root', 'test', 'user'}
 
 
 def neutral(lines, places):
@@ -14,9 +21,12 @@ def neutral(lines, places):
     return [_placed(json.dumps(_cut(line), ensure_ascii=False, separators=(',', ':')), places) for line in lines]
 
 
-def leaks(texts, folder):
-    """The lines that still name a place below the parent of a folder, or the system's temporary one."""
-    return [text for text in texts if os.path.dirname(folder) in text or re.search(r'(?<![\w}])/(?:tmp|var/tmp)/', text)]
+def leaks(texts, folder=None, user=None):
+    """The lines that still name a place below the parent of a folder, somebody's home, the system's temporary folder, or the user, who is
+    the one that this runs for where none is given. '' is nobody."""
+    user = getpass.getuser() if user is None else user
+    name = None if user in NOBODY else re.compile(rf'(?<![^\W_]){re.escape(user)}(?![^\W_])')
+    return [text for text in texts if folder and os.path.dirname(folder) in text or PLACES.search(text) or name and name.search(text)]
 
 
 def places(folder, installed, port):
