@@ -63,7 +63,7 @@ QString RuntimeLogPages::shown(std::string_view part) const
 
 StyledRuns RuntimeLogPages::versions() const
 {
-    return StyledRuns::fromText(m_model ? RuntimeLogRules::versions(*m_model) : QString());
+    return StyledRuns::fromText(m_model ? RuntimeLogRules::versions(*m_model, m_home) : QString());
 }
 
 QString RuntimeLogPages::report() const

@@ -15,8 +15,8 @@ namespace tessarin
 class AppModel;
 class WindowModel;
 
-// What the runtimes wrote to their error output since the latest one was started, page by page, and what a person needs besides to report
-// a problem. Hears of the log only while it exists; what comes in a burst is told once a frame. Main thread only.
+// What the runtimes wrote beside their messages since a task last started one, page by page, and what a person needs besides to report a
+// problem. Hears of the log only while it exists; what comes in a burst is told once a frame. Main thread only.
 // The base is written with its namespace, as in TextSelection.
 class RuntimeLogPages : public tessarin::PagedText, public QQmlParserStatus
 {

@@ -22,16 +22,18 @@ constexpr char16_t escape = 0x1b;
 constexpr std::array<const char*, 0x20> controlNames{ "NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL", "BS", "TAB", "LF", "VT", "FF",
     "CR", "SO", "SI", "DLE", "DC1", "DC2", "DC3", "DC4", "NAK", "SYN", "ETB", "CAN", "EM", "SUB", "ESC", "FS", "GS", "RS", "US" };
 
-// Characters that are invisible, that turn the direction of a line, or that a text view takes for its own marks. The joiners of scripts
-// and of emoji are not among them.
-constexpr std::array<std::pair<char16_t, char16_t>, 11> hidden{ { { 0x7f, 0x9f }, { 0xad, 0xad }, { 0x61c, 0x61c }, { 0x180e, 0x180e },
-    { 0x200b, 0x200b }, { 0x200e, 0x200f }, { 0x2028, 0x202e }, { 0x2060, 0x206f }, { 0xfdd0, 0xfdef }, { 0xfeff, 0xfeff },
-    { 0xfff9, 0xfffc } } };
+// Characters that are invisible, that turn the direction of a line, or that a text view takes for its own marks, in their order. The
+// joiners of scripts and of emoji, and what asks for the coloured picture of one, are not among them.
+constexpr std::array<std::pair<char32_t, char32_t>, 22> hidden{ { { 0x7f, 0x9f }, { 0xad, 0xad }, { 0x34f, 0x34f }, { 0x61c, 0x61c },
+    { 0x115f, 0x1160 }, { 0x17b4, 0x17b5 }, { 0x180b, 0x180f }, { 0x200b, 0x200b }, { 0x200e, 0x200f }, { 0x2028, 0x202e },
+    { 0x2060, 0x206f }, { 0x2800, 0x2800 }, { 0x3164, 0x3164 }, { 0xfdd0, 0xfdef }, { 0xfe00, 0xfe0e }, { 0xfeff, 0xfeff },
+    { 0xffa0, 0xffa0 }, { 0xfff9, 0xfffc }, { 0xfffe, 0xffff }, { 0x1bca0, 0x1bca3 }, { 0x1d173, 0x1d17a }, { 0xe0000, 0xe0fff } } };
 
-bool isHidden(char16_t unit)
+bool isHidden(char32_t character)
 {
-    return unit >= 0xfffe
-        || std::any_of(hidden.begin(), hidden.end(), [unit](const auto& range) { return unit >= range.first && unit <= range.second; });
+    const auto range
+        = std::lower_bound(hidden.begin(), hidden.end(), character, [](const auto& each, char32_t c) { return each.second < c; });
+    return range != hidden.end() && character >= range->first;
 }
 
 QString named(char32_t character)
@@ -52,10 +54,11 @@ qsizetype colourLength(QStringView text)
     return at < text.size() && text[at] == QLatin1Char('m') ? at + 1 : 0;
 }
 
-// The characters that spell a text nobody sees stand in two units.
-bool isTag(QStringView text)
+// The character that begins a text, which may stand in two units.
+char32_t firstOf(QStringView text)
 {
-    return text.size() > 1 && text[0].unicode() == 0xdb40 && text[1].unicode() >= 0xdc00 && text[1].unicode() < 0xdc80;
+    const bool isPair = text.size() > 1 && text[0].isHighSurrogate() && text[1].isLowSurrogate();
+    return isPair ? QChar::surrogateToUcs4(text[0], text[1]) : text[0].unicode();
 }
 
 // What a text says without what acts or deceives.
@@ -73,10 +76,9 @@ QString harmless(const QString& text)
             continue; // the end of a line on another system
         } else if (unit < 0x20 && unit != u'\n' && unit != u'\t') {
             result += QStringLiteral("‹%1›").arg(QLatin1String(controlNames[unit]));
-        } else if (isTag(all.mid(at))) {
-            result += named(QChar::surrogateToUcs4(unit, all[++at].unicode()));
-        } else if (isHidden(unit)) {
-            result += named(unit);
+        } else if (const char32_t character = firstOf(all.mid(at)); isHidden(character)) {
+            result += named(character);
+            at += character == unit ? 0 : 1;
         } else {
             result += all[at];
         }
@@ -89,6 +91,13 @@ bool isOfAName(QChar character)
     return character.isLetterOrNumber() || character == QLatin1Char('_') || character == QLatin1Char('-') || character == QLatin1Char('.');
 }
 
+// Whether a path can begin there. In an address it follows two slashes of its own.
+bool isBeginOfPath(QStringView before)
+{
+    return before.isEmpty() || before.endsWith(QLatin1String("file://"))
+        || !(isOfAName(before.back()) || before.back() == QLatin1Char('/'));
+}
+
 QString withoutHome(const QString& text, const QString& home)
 {
     if (home.size() < 2 || !text.contains(home)) {
@@ -98,9 +107,8 @@ QString withoutHome(const QString& text, const QString& home)
     qsizetype from = 0;
     for (qsizetype at = text.indexOf(home); at >= 0; at = text.indexOf(home, at + home.size())) {
         const qsizetype end = at + home.size();
-        const bool begins = at == 0 || !(isOfAName(text[at - 1]) || text[at - 1] == QLatin1Char('/'));
         const bool ends = end == text.size() || !isOfAName(text[end]);
-        if (begins && ends) {
+        if (ends && isBeginOfPath(QStringView(text).first(at))) {
             result += QStringView(text).mid(from, at - from);
             result += QLatin1Char('~');
             from = end;
@@ -110,9 +118,9 @@ QString withoutHome(const QString& text, const QString& home)
     return result;
 }
 
-QString onOneLine(const std::string& text)
+QString onOneLine(const std::string& text, const QString& home)
 {
-    const QString line = shown(text, {}).simplified();
+    const QString line = shown(text, home).simplified();
     return line.size() <= versionLimit ? line : line.first(versionLimit) + QStringLiteral("…");
 }
 
@@ -123,7 +131,7 @@ QString line(const QString& name, const QString& what)
 }
 
 template <class Status>
-QString runtime(AgentProvider provider, const Status& status)
+QString runtime(AgentProvider provider, const Status& status, const QString& home)
 {
     const std::string_view name = label(provider);
     const auto* installed = status.installed();
@@ -132,7 +140,7 @@ QString runtime(AgentProvider provider, const Status& status)
         signedIn = installed == nullptr ? std::nullopt : installed->signedIn;
     }
     const Finding found = installed != nullptr ? Finding::installed : status.isChecking() ? Finding::checking : Finding::missing;
-    return line(QString::fromUtf8(name), finding(found, installed == nullptr ? std::nullopt : installed->version, signedIn));
+    return line(QString::fromUtf8(name), finding(found, installed == nullptr ? std::nullopt : installed->version, signedIn, home));
 }
 
 } // namespace
@@ -142,7 +150,7 @@ QString shown(std::string_view part, const QString& home)
     return withoutHome(harmless(QString::fromUtf8(part)), home);
 }
 
-QString finding(Finding finding, const std::optional<std::string>& version, std::optional<bool> signedIn)
+QString finding(Finding finding, const std::optional<std::string>& version, std::optional<bool> signedIn, const QString& home)
 {
     switch (finding) {
     case Finding::checking:
@@ -152,17 +160,17 @@ QString finding(Finding finding, const std::optional<std::string>& version, std:
     case Finding::installed:
         break;
     }
-    const QString said = version ? onOneLine(*version) : QStringLiteral("version not known");
+    const QString said = version ? onOneLine(*version, home) : QStringLiteral("version not known");
     return said + (!signedIn ? QString() : *signedIn ? QStringLiteral(", signed in") : QStringLiteral(", not signed in"));
 }
 
-QString versions(const AppModel& model)
+QString versions(const AppModel& model, const QString& home)
 {
     const QString system = QSysInfo::prettyProductName() + QStringLiteral(", ") + QSysInfo::currentCpuArchitecture();
     const QString all = line(QStringLiteral("tessarin"), QCoreApplication::applicationVersion()) + line(QStringLiteral("System"), system)
-        + runtime(AgentProvider::grok, model.installStatus()) + runtime(AgentProvider::codex, model.codexInstallStatus())
-        + runtime(AgentProvider::kimi, model.kimiInstallStatus()) + runtime(AgentProvider::glm, model.openCodeInstallStatus())
-        + runtime(AgentProvider::claude, model.claudeInstallStatus());
+        + runtime(AgentProvider::grok, model.installStatus(), home) + runtime(AgentProvider::codex, model.codexInstallStatus(), home)
+        + runtime(AgentProvider::kimi, model.kimiInstallStatus(), home) + runtime(AgentProvider::glm, model.openCodeInstallStatus(), home)
+        + runtime(AgentProvider::claude, model.claudeInstallStatus(), home);
     return all.chopped(1);
 }
 

@@ -21,7 +21,7 @@ std::string shown(std::string_view part, const char* home = "")
 
 std::string found(Finding what, const std::optional<std::string>& version = std::nullopt, std::optional<bool> signedIn = std::nullopt)
 {
-    return finding(what, version, signedIn).toStdString();
+    return finding(what, version, signedIn, QStringLiteral("/home/ada")).toStdString();
 }
 
 struct ShownRow {
@@ -52,6 +52,14 @@ INSTANTIATE_TEST_SUITE_P(Rows, RuntimeLogShown,
         ShownRow{ "WhatNobodySees", "a\u200Bb\u00ADc\uFEFF\u2060", "a‹U+200B›b‹U+00AD›c‹U+FEFF›‹U+2060›" },
         ShownRow{ "SeparatorsOfATextView", "a\u2028b\u2029c\uFDD0", "a‹U+2028›b‹U+2029›c‹U+FDD0›" },
         ShownRow{ "TagsThatSpellWords", "a\U000E0041\U000E007F", "a‹U+E0041›‹U+E007F›" },
+        ShownRow{ "TagsOfAllKinds", "\U000DFFFF\U000E0000\U000E0080\U000E0100\U000E01EF\U000E0FFF\U000E1000",
+            "\U000DFFFF‹U+E0000›‹U+E0080›‹U+E0100›‹U+E01EF›‹U+E0FFF›\U000E1000" },
+        ShownRow{ "Variations", "\uFE00\uFE0E❤\uFE0F", "‹U+FE00›‹U+FE0E›❤\uFE0F" },
+        ShownRow{ "Fillers", "\u034F\u115F\u1160\u2800\u3164\uFFA0", "‹U+034F›‹U+115F›‹U+1160›‹U+2800›‹U+3164›‹U+FFA0›" },
+        ShownRow{ "VowelsWithoutAPicture", "\u17B3\u17B4\u17B5\u17B6", "\u17B3‹U+17B4›‹U+17B5›\u17B6" },
+        ShownRow{ "MongolianMarks", "\u180A\u180B\u180C\u180D\u180E\u180F\u1810", "\u180A‹U+180B›‹U+180C›‹U+180D›‹U+180E›‹U+180F›\u1810" },
+        ShownRow{ "MarksOfMusic", "\U0001D172\U0001D173\U0001D17A\U0001D17B", "\U0001D172‹U+1D173›‹U+1D17A›\U0001D17B" },
+        ShownRow{ "MarksOfShorthand", "\U0001BC9F\U0001BCA0\U0001BCA3\U0001BCA4", "\U0001BC9F‹U+1BCA0›‹U+1BCA3›\U0001BCA4" },
         ShownRow{ "NoUtf8", "a\xff\xc3", "a\xef\xbf\xbd\xef\xbf\xbd" },
         ShownRow{ "Markup", "<b>x</b> **y** [z](http://a)", "<b>x</b> **y** [z](http://a)" }),
     [](const auto& row) { return row.param.name; });
@@ -59,7 +67,14 @@ INSTANTIATE_TEST_SUITE_P(Rows, RuntimeLogShown,
 TEST(RuntimeLogRules, TheHomeFolderIsATilde)
 {
     EXPECT_EQ(shown("/home/ada/x and /home/ada\n\"/home/ada/.grok\"", "/home/ada"), "~/x and ~\n\"~/.grok\"");
-    EXPECT_EQ(shown("file:///home/ada/x /mnt/home/ada/x", "/home/ada"), "file:///home/ada/x /mnt/home/ada/x") << "it only ends so";
+    EXPECT_EQ(shown("/mnt/home/ada/x //home/ada/x", "/home/ada"), "/mnt/home/ada/x //home/ada/x") << "it only ends so";
+}
+
+TEST(RuntimeLogRules, TheHomeFolderIsATildeInAnAddressOfAFileToo)
+{
+    EXPECT_EQ(shown("file:///home/ada/x", "/home/ada"), "file://~/x");
+    EXPECT_EQ(shown("at (file:///home/ada/a.mjs:5:1)\nfile:///home/ada", "/home/ada"), "at (file://~/a.mjs:5:1)\nfile://~");
+    EXPECT_EQ(shown("file:///home/adam/x file:///mnt/home/ada/x", "/home/ada"), "file:///home/adam/x file:///mnt/home/ada/x");
 }
 
 TEST(RuntimeLogRules, AFolderThatOnlyBeginsLikeTheHomeFolderStays)
@@ -84,6 +99,14 @@ TEST(RuntimeLogRules, WhateverAProgramSaysOfItsVersionIsOneLine)
     EXPECT_EQ(found(Finding::installed, "SyntaxError:\n  \x1b[31mno\x1b[0m\n\n  way"), "SyntaxError: no way");
     const std::string longVersion = found(Finding::installed, std::string(5000, 'x'));
     EXPECT_EQ(longVersion, std::string(100, 'x') + "…");
+}
+
+TEST(RuntimeLogRules, AVersionNamesNoHomeEither)
+{
+    EXPECT_EQ(
+        found(Finding::installed, "file:///home/ada/.npm-global/main.mjs:20\nSyntaxError"), "file://~/.npm-global/main.mjs:20 SyntaxError");
+    EXPECT_EQ(found(Finding::installed, std::string(93, 'x') + " /home/ada/y"), std::string(93, 'x') + " ~/y")
+        << "it is shortened before it is cut";
 }
 
 } // namespace

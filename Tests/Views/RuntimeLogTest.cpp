@@ -142,7 +142,7 @@ TEST_F(RuntimeLogTest, TheNextStartBeginsALogAnewAlsoWhenItIsSoonLongerThanTheOn
 
 TEST_F(RuntimeLogTest, ItTellsTheVersionsOfTheProgramsAsTheyBecomeKnown)
 {
-    runtime.script("grok", Scenario().command("--version", "1.0.41\n"));
+    runtime.script("grok", Scenario().command("--version", "1.0.41 at " + QDir::homePath().toStdString() + "/x\n"));
     openWindow({ "grok" });
     listen();
     const QSignalSpy told(pages.get(), &RuntimeLogPages::versionsChanged);
@@ -152,7 +152,7 @@ TEST_F(RuntimeLogTest, ItTellsTheVersionsOfTheProgramsAsTheyBecomeKnown)
     ASSERT_EQ(rows.size(), 7);
     EXPECT_TRUE(rows[0].startsWith("tessarin "));
     EXPECT_TRUE(rows[1].startsWith("System "));
-    EXPECT_EQ(rows[2], "Grok             1.0.41");
+    EXPECT_EQ(rows[2], "Grok             1.0.41 at ~/x");
     EXPECT_EQ(rows[3], "ChatGPT / Codex  not found");
     EXPECT_EQ(rows[6], "Claude           not found");
 }

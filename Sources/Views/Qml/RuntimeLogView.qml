@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tessarin
 
-// What a person sends along with the report of a problem: the versions, and what the runtimes wrote to their error output.
+// What a person sends along with the report of a problem: the versions, and what the runtimes wrote beside their messages.
 FocusScope {
     id: root
 
@@ -40,7 +40,7 @@ FocusScope {
         anchors.topMargin: Theme.space12
         anchors.left: versions.left
         anchors.right: versions.right
-        text: "What the agents wrote to their error output since the latest one was started. Look it through before you send it to somebody: there may be names, addresses or keys in it."
+        text: "What the agents wrote beside their messages since a task last started one; those of Imagine too. Look it through before you send it to somebody: there may be names, addresses or keys in it."
     }
 
     RuntimeLogText {
