@@ -19,7 +19,7 @@ sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'EndToEnd'))
 
 FAILED = 'FAILED'
-OUTSIDE = os.path.join(os.path.expanduser('~'), '.cache', 'tessarin-vendors')
+OUTSIDE = f'/var/tmp/tessarin-vendors-{os.getuid()}'  # nothing of a test goes into the real home
 SECONDS_TO_END = 10
 
 
@@ -29,7 +29,7 @@ def arguments():
     parser.add_argument('--folder', required=True, help='where the vendors\' programs are installed')
     parser.add_argument('--pictures', default='', help='where a picture of each failure goes')
     parser.add_argument('--outside', default=OUTSIDE,
-                        help='a folder in no Git repository and not below the system\'s temporary one, where Codex writes unasked; %(default)s')
+                        help='a folder in no Git repository and not below /tmp, where Codex writes unasked; %(default)s')
     parser.add_argument('--only', action='append', default=[], metavar='VENDOR', help='codex, opencode, claude, kimi or grok')
     parser.add_argument('--case', action='append', default=[], metavar='WORDS', help='only the cases whose title has these words')
     return parser.parse_args()
