@@ -6,6 +6,7 @@
 #include "Services/ClaudeCodeClient.h"
 #include "Services/CodexAppServerClient.h"
 #include "Services/Locators.h"
+#include "Services/RuntimeProgram.h"
 
 #include <tuple>
 
@@ -217,6 +218,7 @@ void AppModel::stopRuntimes()
     const std::shared_ptr<AgentClient> client = m_client;
     dropClient();
     dropImagineClient();
+    stopProbes();
     if (client) {
         client->finishStop();
     }

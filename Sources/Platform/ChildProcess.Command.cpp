@@ -1,39 +1,71 @@
 #include "Platform/ChildProcess.h"
 
+#include "Platform/CommandGroup.h"
 #include "Platform/MainThread.h"
+#include "Platform/Utf8.h"
 
+#include <algorithm>
 #include <cassert>
 #include <condition_variable>
+#include <limits>
 #include <mutex>
 #include <utility>
 
 namespace tessarin
 {
 
+// A command while it runs. It is held by the callbacks of its child, which go when the child has ended.
+struct Command {
+    const std::shared_ptr<SerialQueue> queue = std::make_shared<SerialQueue>("com.local.tessarin.command");
+    std::size_t outputLimit = std::numeric_limits<std::size_t>::max(); // set before it runs, then on the queue
+    CommandOutcome outcome; // on the queue
+    std::shared_ptr<ChildProcess> child; // set by who starts it, and asked on the queue
+    bool isStopped = false; // of a group: main thread only
+};
+
 namespace
 {
 
 using CommandResult = Result<CommandOutcome, std::string>;
 
-// A command while it runs. It is held by the callbacks of its child, which go when the child has ended.
-struct Command {
-    std::shared_ptr<ChildProcess> child;
-    CommandOutcome outcome;
-};
+// Without the beginning of a character of which the rest does not follow.
+void dropBrokenEnd(std::string& text)
+{
+    const std::size_t longest = std::min<std::size_t>(text.size(), 3);
+    for (std::size_t length = 1; length <= longest; ++length) {
+        const auto byte = static_cast<unsigned char>(text[text.size() - length]);
+        const bool isContinuation = (byte & 0xC0) == 0x80;
+        if (isContinuation)
+            continue;
+        if (utf8SequenceLength(text, text.size() - length) == 0)
+            text.resize(text.size() - length);
+        return;
+    }
+}
 
-// `done` runs once: on the calling thread when the start fails, else on a queue of the command's own.
-void startCommand(ChildLaunch launch, std::function<void(CommandResult)> done)
+void keepOutput(Command& command, std::string_view chunk)
+{
+    std::string& output = command.outcome.output;
+    const std::size_t room = command.outputLimit - std::min(output.size(), command.outputLimit);
+    output += chunk.substr(0, room);
+    if (chunk.size() > room) {
+        dropBrokenEnd(output);
+        command.outputLimit = 0; // what comes from here on would not follow
+    }
+}
+
+// `done` runs once: on the calling thread when the start fails, else on the queue of the command.
+void startCommand(const std::shared_ptr<Command>& command, ChildLaunch launch, std::function<void(CommandResult)> done)
 {
     launch.input = launch.inheritsOutput ? ChildInput::inherited : ChildInput::empty;
     launch.mergesErrorOutput = true;
-    const auto command = std::make_shared<Command>();
     ChildProcess::Callbacks callbacks;
-    callbacks.onOutput = [command](std::string_view chunk) { command->outcome.output += chunk; };
+    callbacks.onOutput = [command](std::string_view chunk) { keepOutput(*command, chunk); };
     callbacks.onEnd = [command, done](ChildEnd end) {
         command->outcome.status = end.status;
         done(std::move(command->outcome));
     };
-    auto child = ChildProcess::launch(launch, std::make_shared<SerialQueue>("com.local.tessarin.command"), std::move(callbacks));
+    auto child = ChildProcess::launch(launch, command->queue, std::move(callbacks));
     if (!child)
         done(Failure{ child.error() });
     else
@@ -48,7 +80,7 @@ CommandResult runCommand(const ChildLaunch& launch)
     std::mutex mutex;
     std::condition_variable ended;
     std::optional<CommandResult> result;
-    startCommand(launch, [&](CommandResult arrived) {
+    startCommand(std::make_shared<Command>(), launch, [&](CommandResult arrived) {
         // Notified under the lock: once the caller has the result, these objects are gone.
         const std::lock_guard lock(mutex);
         result = std::move(arrived);
@@ -61,9 +93,36 @@ CommandResult runCommand(const ChildLaunch& launch)
 
 void runCommandInBackground(const ChildLaunch& launch, MainThread& mainThread, std::function<void(CommandResult)> done)
 {
-    startCommand(launch, [&mainThread, done = std::move(done)](CommandResult result) {
+    startCommand(std::make_shared<Command>(), launch, [&mainThread, done = std::move(done)](CommandResult result) {
         mainThread.post([done, result = std::move(result)]() mutable { done(std::move(result)); });
     });
+}
+
+void CommandGroup::run(const ChildLaunch& launch, MainThread& mainThread, std::function<void(CommandResult)> done)
+{
+    std::erase_if(m_commands, [](const std::weak_ptr<Command>& command) { return command.expired(); });
+    const auto command = std::make_shared<Command>();
+    command->outputLimit = outputLimit;
+    m_commands.push_back(command);
+    // The command is held until its end has been told: it may be stopped in between.
+    startCommand(command, launch, [&mainThread, command, done = std::move(done)](CommandResult result) {
+        mainThread.post([command, done, result = std::move(result)]() mutable {
+            if (!command->isStopped)
+                done(std::move(result));
+        });
+    });
+}
+
+void CommandGroup::stop()
+{
+    for (const std::weak_ptr<Command>& each : std::exchange(m_commands, {})) {
+        const auto command = each.lock();
+        if (!command)
+            continue;
+        command->isStopped = true;
+        if (command->child)
+            command->queue->sync([&child = *command->child] { child.terminate(); });
+    }
 }
 
 } // namespace tessarin

@@ -1,5 +1,6 @@
 #include "Services/RuntimeProgram.h"
 
+#include "Platform/CommandGroup.h"
 #include "Platform/Files.h"
 #include "Platform/MainThread.h"
 #include "Platform/Text.h"
@@ -88,6 +89,13 @@ static ProbeResult probeResult(Result<CommandOutcome, std::string> outcome)
     return answer;
 }
 
+// Those under way, of the whole process.
+static CommandGroup& runningProbes()
+{
+    static CommandGroup group;
+    return group;
+}
+
 void probe(const std::string& executable, std::vector<std::string> arguments, const Environment& environment, MainThread& mainThread,
     std::function<void(ProbeResult)> done)
 {
@@ -95,8 +103,13 @@ void probe(const std::string& executable, std::vector<std::string> arguments, co
     launch.executable = executable;
     launch.arguments = std::move(arguments);
     launch.environment = environment;
-    runCommandInBackground(launch, mainThread,
+    runningProbes().run(launch, mainThread,
         [done = std::move(done)](Result<CommandOutcome, std::string> outcome) { done(probeResult(std::move(outcome))); });
+}
+
+void stopProbes()
+{
+    runningProbes().stop();
 }
 
 static std::optional<std::string> textOf(const ProbeResult& result)

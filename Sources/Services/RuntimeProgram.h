@@ -42,12 +42,15 @@ struct ProbeAnswer {
 // The failure is the platform's text of a start that failed.
 using ProbeResult = Result<ProbeAnswer, std::string>;
 
-// Runs the program to its end without blocking; `done` runs once on the main thread.
+// Runs the program to its end without blocking; `done` runs once on the main thread, unless the probe is stopped. A text that is longer
+// than CommandGroup::outputLimit is cut.
 void probe(const std::string& executable, std::vector<std::string> arguments, const Environment& environment, MainThread& mainThread,
     std::function<void(ProbeResult)> done);
 // The same for a program whose text alone counts: absent when it is empty or not UTF-8, or the program did not start.
 void probeText(const std::string& executable, std::vector<std::string> arguments, const Environment& environment, MainThread& mainThread,
     VersionCompletion completion);
+// Every probe of this process that is under way is asked to end, once; what it was asked for is never answered. Main thread only.
+void stopProbes();
 
 // Asks for the version and then for the sign-in, one after the other.
 struct InspectionPlan {

@@ -8,6 +8,7 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDebug>
+#include <QThread>
 #include <QVariantMap>
 
 #include <algorithm>
@@ -70,7 +71,7 @@ void DesktopNotifications::show(const Notification& notification)
     }
     posting->wanted = notification;
     posting->isWithdrawn = false;
-    if (posting->call != 0) {
+    if (posting->call != nullptr) {
         posting->isStale = true;
     } else if (m_capabilities) {
         post(*posting);
@@ -85,7 +86,7 @@ void DesktopNotifications::withdraw(const Notification::Place& place)
     if (posting == m_postings.end()) {
         return;
     }
-    if (posting->call != 0) {
+    if (posting->call != nullptr) {
         posting->isWithdrawn = true; // its id is not known yet
         return;
     }
@@ -95,24 +96,45 @@ void DesktopNotifications::withdraw(const Notification::Place& place)
     drop(posting);
 }
 
-// The bus takes messages in their order: when it has answered, it has passed on what was sent before, and the program may end. Only the
-// bus itself is waited for, which answers at once.
+// What the service has not answered yet is waited for within the bound: it may be on the screen, and only the answer tells how to close
+// it. The bus takes messages in their order: when it has answered, it has passed on what was sent before, and the program may end. The
+// bus itself answers at once.
 void DesktopNotifications::clear()
 {
     constexpr int bound = 1000; // milliseconds
-    const bool isAnyShown = std::any_of(m_postings.begin(), m_postings.end(), [](const Posting& posting) { return posting.id != 0; });
-    if (!isAnyShown) {
-        return;
-    }
+    const QDeadlineTimer deadline(bound);
+    bool isAnyClosed = false;
     for (const Posting& posting : std::exchange(m_postings, {})) {
-        if (posting.id != 0) {
-            close(posting.id);
+        if (const uint id = awaitAnswer(posting, deadline); id != 0) {
+            close(id);
+            isAnyClosed = true;
         }
     }
     unfollow();
+    if (!isAnyClosed) {
+        return;
+    }
     const QString bus = QStringLiteral("org.freedesktop.DBus");
     QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus, QStringLiteral("GetId")), QDBus::Block, bound);
+}
+
+// The id of what stands on the desktop for the posting, 0 where nothing is known to. The main loop is over, so nothing is told when an
+// answer comes; Qt reads it on a thread of its own.
+uint DesktopNotifications::awaitAnswer(const Posting& posting, const QDeadlineTimer& deadline)
+{
+    constexpr int pause = 5; // milliseconds
+    if (posting.call == nullptr) {
+        return posting.id;
+    }
+    while (!posting.call->isFinished() && !deadline.hasExpired()) {
+        QThread::msleep(pause);
+    }
+    if (!posting.call->isFinished()) {
+        return posting.id;
+    }
+    const QDBusPendingReply<uint> reply = *posting.call;
+    return reply.isError() ? posting.id : reply.value();
 }
 
 void DesktopNotifications::askCapabilities()
@@ -137,7 +159,7 @@ void DesktopNotifications::takeCapabilities(QDBusPendingCallWatcher* watcher)
     m_service = reply.reply().service();
     m_capabilities = reply.value();
     for (Posting& posting : m_postings) {
-        if (posting.call == 0 && posting.id == 0) {
+        if (posting.call == nullptr && posting.id == 0) {
             post(posting);
         }
     }
@@ -152,15 +174,15 @@ void DesktopNotifications::post(Posting& posting)
             << (canBeClicked ? QStringList{ defaultAction, QStringLiteral("Show") } : QStringList()) << hints()
             << timeoutOf(posting.wanted.kind);
     posting.isStale = false;
-    posting.call = ++m_calls;
-    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(message), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, call = posting.call] { takeAnswer(watcher, call); });
+    posting.call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(message), this);
+    connect(posting.call, &QDBusPendingCallWatcher::finished, this, &DesktopNotifications::takeAnswer);
 }
 
-void DesktopNotifications::takeAnswer(QDBusPendingCallWatcher* watcher, quint64 call)
+void DesktopNotifications::takeAnswer(QDBusPendingCallWatcher* watcher)
 {
     watcher->deleteLater();
-    const auto posting = std::find_if(m_postings.begin(), m_postings.end(), [call](const Posting& each) { return each.call == call; });
+    const auto posting
+        = std::find_if(m_postings.begin(), m_postings.end(), [watcher](const Posting& each) { return each.call == watcher; });
     if (posting == m_postings.end()) {
         return; // the service of that call is gone
     }
@@ -174,7 +196,7 @@ void DesktopNotifications::takeAnswer(QDBusPendingCallWatcher* watcher, quint64 
     }
     m_service = reply.reply().service();
     posting->id = reply.value();
-    posting->call = 0;
+    posting->call = nullptr;
     if (posting->isWithdrawn) {
         close(posting->id);
         drop(posting);
@@ -291,7 +313,7 @@ void DesktopNotifications::onNotificationClosed(uint id, uint, const QDBusMessag
     if (posting == m_postings.end()) {
         return;
     }
-    if (posting->call != 0) {
+    if (posting->call != nullptr) {
         posting->id = 0; // a newer one is on its way to this place
         return;
     }

@@ -2,6 +2,7 @@
 
 #include "Views/NotificationBoard.h"
 
+#include <QDeadlineTimer>
 #include <QStringList>
 
 #include <memory>
@@ -40,7 +41,7 @@ private:
     struct Posting {
         Notification wanted;
         uint id = 0; // the service's own, of what stands; 0 before the first answer
-        quint64 call = 0; // the number of the call under way; 0 without one
+        QDBusPendingCallWatcher* call = nullptr; // the call under way; it lives until its answer has been taken
         bool isStale = false; // `wanted` is newer than what that call shows
         bool isWithdrawn = false;
     };
@@ -49,7 +50,8 @@ private:
     void askCapabilities();
     void takeCapabilities(QDBusPendingCallWatcher* watcher);
     void post(Posting& posting);
-    void takeAnswer(QDBusPendingCallWatcher* watcher, quint64 call);
+    void takeAnswer(QDBusPendingCallWatcher* watcher);
+    [[nodiscard]] static uint awaitAnswer(const Posting& posting, const QDeadlineTimer& deadline);
     void close(uint id);
     void complain(const QString& reason);
     void drop(Postings::iterator posting);
@@ -64,7 +66,6 @@ private:
     Q_SLOT void onNotificationClosed(uint id, uint reason, const QDBusMessage& message);
 
     Postings m_postings;
-    quint64 m_calls = 0;
     std::optional<QStringList> m_capabilities; // of the service that is followed
     bool m_isAsking = false; // for them
     QString m_service; // the unique name that answers come from

@@ -57,7 +57,7 @@ void NewsGatherer::note(const ModelChange& change)
 }
 
 // A failure is also told when its message is the one that stands already. A turn that the person has stopped may still fail: it is none
-// any more then.
+// any more then. What a turn came to stands until the next begins, whatever else becomes of the connection meanwhile.
 void NewsGatherer::noteConnection()
 {
     const ConnectionState::Kind now = m_model->connectionState().kind();
@@ -65,9 +65,11 @@ void NewsGatherer::noteConnection()
     m_hadTurn = m_hadTurn || m_isTurnUnderWay;
     m_isTurnUnderWay = m_model->isTurnUnderWay();
     const bool isFailure = now == ConnectionState::Kind::failed;
-    m_news.isTurnOver = before == ConnectionState::Kind::working && now == ConnectionState::Kind::ready;
+    const bool isOver = before == ConnectionState::Kind::working && now == ConnectionState::Kind::ready;
+    const bool isAtWork = m_model->connectionState().isBusy();
+    m_news.isTurnOver = !isAtWork && (m_news.isTurnOver || isOver);
     m_news.hasFailed = m_news.hasFailed || isFailure;
-    m_news.hasTurnFailed = isFailure && m_hadTurn;
+    m_news.hasTurnFailed = !isAtWork && (m_news.hasTurnFailed || (isFailure && m_hadTurn));
     tellLater();
 }
 
@@ -76,9 +78,12 @@ void NewsGatherer::noteImagine()
     const ConnectionState::Kind now = m_model->imagineState().kind();
     const ConnectionState::Kind before = std::exchange(m_imagine, now);
     const bool isFailure = now == ConnectionState::Kind::failed;
-    m_news.isGenerationOver = before == ConnectionState::Kind::working && now == ConnectionState::Kind::ready;
+    const bool isOver = before == ConnectionState::Kind::working && now == ConnectionState::Kind::ready;
+    const bool wasAtWork = before == ConnectionState::Kind::working || before == ConnectionState::Kind::connecting;
+    const bool isAtWork = m_model->imagineState().isBusy();
+    m_news.isGenerationOver = !isAtWork && (m_news.isGenerationOver || isOver);
     m_news.hasFailed = m_news.hasFailed || isFailure;
-    m_news.hasGenerationFailed = isFailure && (before == ConnectionState::Kind::working || before == ConnectionState::Kind::connecting);
+    m_news.hasGenerationFailed = !isAtWork && (m_news.hasGenerationFailed || (isFailure && wasAtWork));
     tellLater();
 }
 

@@ -31,7 +31,7 @@ void Quitting::note(const ModelChange& change)
 
 void Quitting::request()
 {
-    m_isSessionEnding = false; // it did not, if a person is still here
+    notePerson();
     if (mayClose()) {
         emit decided();
     }
@@ -81,6 +81,11 @@ void Quitting::holdSession()
 void Quitting::yieldToSession()
 {
     m_isSessionEnding = true;
+}
+
+void Quitting::notePerson()
+{
+    m_isSessionEnding = false;
 }
 
 QString Quitting::currentQuestion() const

@@ -45,6 +45,9 @@ public:
     [[nodiscard]] bool isAnythingAtWork() const;
     void holdSession();
     void yieldToSession();
+    // The person uses the window: a session that was to end has not, and they are asked again. That a window has the focus tells nothing,
+    // it gets it when those before it close.
+    void notePerson();
 
 signals:
     void questionChanged();

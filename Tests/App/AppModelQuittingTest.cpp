@@ -64,6 +64,27 @@ TEST_F(AppModelQuittingTest, ASecondRuntimeIsAskedToo)
     waitForStop("grok");
 }
 
+TEST_F(AppModelQuittingTest, AProgramThatHangsInItsVersionIsAskedToEnd)
+{
+    runtime.script("grok", Scenario().commandUntil("never", "--version", "1"));
+    openProject();
+    model->refreshInstallStatus();
+    waitUntil([this] { return runtime.hasStarted("grok-command"); }, "the probe");
+    model->stopRuntimes();
+    waitUntil([this] { return runtime.hasRecorded("grok-command", "signal"); }, "the signal");
+}
+
+TEST_F(AppModelQuittingTest, ASignInIsLeftToThePerson)
+{
+    runtime.script("grok", Scenario().command("--version", "1").commandUntil("go", "login", "Welcome"));
+    openProject();
+    model->logIn();
+    waitUntil([this] { return runtime.hasStarted("grok-command"); }, "the sign-in");
+    model->stopRuntimes();
+    runtime.touch("go");
+    waitFor(State::idle);
+}
+
 TEST_F(AppModelQuittingTest, HalfAReplayIsNotStoredInPlaceOfTheWhole)
 {
     runtime.script("grok", 1, oneTurn("The whole answer."));

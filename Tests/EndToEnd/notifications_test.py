@@ -1,6 +1,7 @@
 """What the desktop tells of the tasks to a person who looks at something else, and how a click leads back."""
 import json
 import os
+import signal
 
 from acp import failing_turn, opening, says, script, turn, until
 from asking import NO, ONCE, answered, asks
@@ -169,6 +170,25 @@ class Manners(NotificationCase):
         note = self.finished()
         self.assertEqual(self.app.stop(), 0)
         self.await_closed(note)
+
+    def test_TheEndOfTheProgramClosesWhatItsServiceHasNotAnsweredYet(self):
+        self.begin(holds=True)
+        self.run_away(says('Mended.'))
+        note = self.posted()
+        self.app.must_live = False
+        os.kill(self.app.pid, signal.SIGTERM)
+        self.server.let_go(0.4)  # when the program has ended, if it does not wait
+        self.assertEqual(self.app.wait(10), 0)
+        self.await_closed(note)
+
+    def test_AServiceThatAnswersNoNotificationHoldsUpNoEnd(self):
+        self.begin(holds=True)
+        self.run_away(says('Mended.'))
+        self.posted()
+        self.app.must_live = False
+        os.kill(self.app.pid, signal.SIGTERM)
+        self.assertEqual(self.app.wait(10), 0)
+        self.assertEqual(self.server.closed, [])
 
     def test_AClickBringsTheWindowToTheFrontAndLeadsToTheTask(self):
         self.begin()

@@ -231,6 +231,22 @@ class End(QuittingCase):
         self.window.wait(lambda: self.ended(pid), what='the end of the runtime')
         self.desk.await_end('codex', start)
 
+    def test_AProgramThatHangsInItsVersionEndsWithASignal(self):
+        self.hanging_probe_ends_with(lambda: os.kill(self.app.pid, signal.SIGTERM))
+
+    def test_AProgramThatHangsInItsVersionEndsWithTheKey(self):
+        self.hanging_probe_ends_with(lambda: self.window.key('Ctrl+Q'))
+
+    def hanging_probe_ends_with(self, quit):
+        self.desk.install('grok', {'commands': {'--version': {'steps': [until('never')]}}})
+        self.open_project(self.desk.project())
+        self.window.wait(lambda: self.desk.record('grok-command'), what='the question for the version')
+        pid = self.desk.record('grok-command')[0]['start']['pid']
+        self.expect_end()
+        quit()
+        self.ends()
+        self.window.wait(lambda: self.ended(pid), what='the end of the program that hangs')
+
     def test_AKillInTheMiddleOfQuittingTearsNothing(self):
         for delay in (0, 0.01, 0.03, 0.1):
             with self.subTest(delay):

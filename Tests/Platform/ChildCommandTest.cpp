@@ -1,5 +1,7 @@
 #include "ChildFixture.h"
+#include "Platform/CommandGroup.h"
 #include "Platform/MainThread.h"
+#include "Platform/Text.h"
 
 #include <signal.h>
 #include <thread>
@@ -28,6 +30,15 @@ protected:
         EXPECT_FALSE(result) << "not before the call returns";
         while (!result && mainThread.waitAndDrain(childTestBound)) { }
         EXPECT_EQ(thread, std::this_thread::get_id());
+        return result;
+    }
+
+    // The same in a group that is gone before the command ends.
+    std::optional<CommandResult> runInGroup(const ChildLaunch& launch)
+    {
+        std::optional<CommandResult> result;
+        CommandGroup().run(launch, mainThread, [&](CommandResult done) { result = std::move(done); });
+        while (!result && mainThread.waitAndDrain(childTestBound)) { }
         return result;
     }
 
@@ -112,6 +123,43 @@ TEST_F(ChildCommandTest, CommandsThatHangDoNotHoldUpOthers)
         EXPECT_EQ(kill(children[number]->processID(), SIGKILL), 0);
         EXPECT_TRUE(records[number]->waitForEnd());
     }
+}
+
+TEST_F(ChildCommandTest, OfACommandInAGroupABoundedOutputIsKeptAndItComesToItsEnd)
+{
+    const auto result = runInGroup(probe({ "fill", "3000000" }));
+    ASSERT_TRUE(result && *result);
+    EXPECT_EQ(result->value().output.size(), CommandGroup::outputLimit);
+    EXPECT_EQ(result->value().status, 0);
+}
+
+TEST_F(ChildCommandTest, TheBoundedOutputIsCutAtAWholeCharacter)
+{
+    const auto result = runInGroup(shell("printf a; yes é | tr -d '\\n' | head -c 3000000"));
+    ASSERT_TRUE(result && *result);
+    EXPECT_EQ(result->value().output.size(), CommandGroup::outputLimit - 1);
+    EXPECT_TRUE(isValidUtf8(result->value().output));
+}
+
+TEST_F(ChildCommandTest, AGroupThatIsStoppedEndsItsCommandsAndTellsNothingOfThem)
+{
+    CommandGroup group;
+    int done = 0;
+    group.run(shell("exec yes"), mainThread, [&](const CommandResult&) { ++done; });
+    group.run(shell("exec sleep 1000"), mainThread, [&](const CommandResult&) { ++done; });
+    group.run({ .executable = "/nowhere/kimi" }, mainThread, [&](const CommandResult&) { ++done; });
+    group.stop();
+    while (hasChildren())
+        ASSERT_TRUE(mainThread.waitAndDrain(childTestBound));
+    mainThread.drain();
+    EXPECT_EQ(done, 0);
+}
+
+TEST_F(ChildCommandTest, AGroupThatIsDroppedLeavesItsCommandsToTheirEnd)
+{
+    const auto result = runInGroup(shell("echo out"));
+    ASSERT_TRUE(result && *result);
+    EXPECT_EQ(result->value().output, "out\n");
 }
 
 TEST_F(ChildCommandTest, CommandsLeaveNothingBehind)

@@ -1,5 +1,6 @@
 #include "ScriptedRuntime.h"
 #include "Services/Locators.h"
+#include "Services/RuntimeProgram.h"
 
 #include <gtest/gtest.h>
 
@@ -138,6 +139,19 @@ TEST_F(LocatorProbeTest, AProbeSeesTheEnvironmentOfItsLocatorAndItsArguments)
     EXPECT_EQ(environmentOf("opencode"), asJson(OpenCodeLocator::subscriptionEnvironment(context())));
     EXPECT_EQ(startOf("kimi").at("argv"), (JsonArray{ executable("kimi"), "--version" }));
     EXPECT_EQ(startOf("kimi").at("workingDirectory").as_string(), std::filesystem::current_path().string());
+}
+
+TEST_F(LocatorProbeTest, AStoppedProbeIsAskedToEndAndAnswersNothing)
+{
+    commands("codex", R"({"--version":{"steps":[{"waitForFile":"never"}]},"login status":{"output":"Logged in"}})");
+    int answers = 0;
+    CodexLocator::inspect(executable("codex"), context(), m_mainThread, [&answers](const auto&, auto) { ++answers; });
+    ASSERT_TRUE(testing::waitUntil(m_mainThread, [this] { return m_runtime.hasStarted("codex-command"); }));
+    stopProbes();
+    ASSERT_TRUE(m_mainThread.waitAndDrain(testing::waitBound)) << "the end of the program";
+    EXPECT_TRUE(m_runtime.hasRecorded("codex-command", "signal"));
+    EXPECT_EQ(answers, 0);
+    EXPECT_FALSE(m_runtime.hasStarted("codex-command", 2)) << "it is not asked for its sign-in any more";
 }
 
 TEST_F(LocatorProbeTest, TheAuthSummaryIsTheOutputOfItsOwnProbe)

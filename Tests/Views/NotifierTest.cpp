@@ -143,6 +143,39 @@ TEST_F(NotifierTest, ASignInThatFailsIsNoNews)
     EXPECT_TRUE(shown().empty());
 }
 
+TEST_F(NotifierTest, WhatATurnCameToIsToldThoughTheConnectionEndsWithIt)
+{
+    openWorking(turnOnGo());
+    runtime.touch("go");
+    waitFor(ConnectionState::Kind::ready);
+    model->setPermissionMode(GrokPermissionMode::fullAccess);
+    ASSERT_EQ(model->connectionState().kind(), ConnectionState::Kind::idle);
+    const std::vector<Notification> told = shown();
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told.front().kind, Kind::ended);
+}
+
+TEST_F(NotifierTest, AFailureOfATurnIsToldThoughTheConnectionEndsWithIt)
+{
+    openWorking(testing::failingTurnOnGo("no"));
+    runtime.touch("go");
+    waitFor(ConnectionState::Kind::failed);
+    model->setPermissionMode(GrokPermissionMode::fullAccess);
+    ASSERT_EQ(model->connectionState().kind(), ConnectionState::Kind::idle);
+    const std::vector<Notification> told = shown();
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told.front().kind, Kind::failed);
+}
+
+TEST_F(NotifierTest, WhereTheNextTurnHasBegunTheEndOfTheLastIsNoNews)
+{
+    openWorking(turnOnGo());
+    runtime.touch("go");
+    waitFor(ConnectionState::Kind::ready);
+    model->send("more");
+    EXPECT_TRUE(shown().empty());
+}
+
 TEST_F(NotifierTest, AHandoffIsToldAndASwitchByThePersonIsNot)
 {
     runtime.script("grok", testing::failingTurn(testing::usageLimit));

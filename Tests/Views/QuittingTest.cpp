@@ -1,6 +1,8 @@
 #include "PresenterFixture.h"
 
 #include <QCoreApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QSignalSpy>
 
 namespace tessarin
@@ -174,6 +176,27 @@ TEST_F(QuittingTest, APersonWhoQuitsAfterASessionThatDidNotEndIsAsked)
     quitting.request();
     EXPECT_TRUE(isAsked());
     EXPECT_EQ(decided.count(), 0);
+}
+
+TEST_F(QuittingTest, WhoUsesTheWindowAfterASessionThatDidNotEndIsAskedWhenTheyCloseIt)
+{
+    openWorking();
+    QObject frame;
+    frame.installEventFilter(&window);
+    QEvent activated(QEvent::WindowActivate);
+    QEvent focused(QEvent::FocusIn);
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier);
+    QMouseEvent press(QEvent::MouseButtonPress, {}, {}, {}, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    for (QEvent* use : { static_cast<QEvent*>(&key), static_cast<QEvent*>(&press) }) {
+        quitting.yieldToSession();
+        QCoreApplication::sendEvent(&frame, use);
+        EXPECT_FALSE(quitting.mayClose());
+        quitting.giveUp();
+    }
+    quitting.yieldToSession();
+    QCoreApplication::sendEvent(&frame, &activated);
+    QCoreApplication::sendEvent(&frame, &focused);
+    EXPECT_TRUE(quitting.mayClose()) << "it is on its way to its end";
 }
 
 } // namespace

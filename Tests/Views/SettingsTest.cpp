@@ -204,20 +204,21 @@ TEST_F(SettingsTest, WhileAPromptRunsThePickerIsDisabled)
 TEST_F(SettingsTest, EveryLetterOfAPathIsStoredAndLookedForAtOnce)
 {
     const std::string typed = program("g", "echo typed");
+    // What stands above the test's own folder may be anything, also a program that answers late.
+    const std::string folder = runtime.directory();
+    preferences.setText("grokExecutablePath", folder);
     int asked = 0;
     onSettingAsked = [&](const std::string& name) { asked += name == "grokExecutablePath" ? 1 : 0; };
     show();
     EXPECT_EQ(status(grok), "Not installed");
     begin(path(grok));
-    for (std::size_t length = 1; length <= typed.size(); ++length) {
+    key(Qt::Key_End);
+    for (std::size_t length = folder.size() + 1; length <= typed.size(); ++length) {
         const int before = asked;
         type(typed.substr(length - 1, 1));
         EXPECT_EQ(preferences.text("grokExecutablePath"), typed.substr(0, length));
         EXPECT_GT(asked, before) << typed.substr(0, length);
-        // What stands above the test's own folder may be anything.
-        if (length >= runtime.directory().size()) {
-            EXPECT_EQ(status(grok), QString(length < typed.size() ? "Not installed" : "Installed")) << typed.substr(0, length);
-        }
+        EXPECT_EQ(status(grok), QString(length < typed.size() ? "Not installed" : "Installed")) << typed.substr(0, length);
     }
     waitUntil([&] { return status(grok) == "typed"; }, "the version");
     key(Qt::Key_Backspace);

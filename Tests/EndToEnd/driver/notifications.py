@@ -21,11 +21,13 @@ Note = namedtuple('Note', 'id replaces program icon summary body actions hints t
 
 class Notifications(threading.Thread):
     """`posted` holds every Note in the order of the calls, `standing` those that are on the screen by their ids, `closed` the ids that the
-    program has closed. With `answers` false nothing is ever answered; with `refuses` every one is refused. `stop` must be called last."""
+    program has closed. With `answers` false nothing is ever answered; with `refuses` every one is refused; with `holds` one is shown at once
+    and answered by `let_go`. `stop` must be called last."""
 
-    def __init__(self, address, capabilities=CAPABILITIES, answers=True, refuses=False):
+    def __init__(self, address, capabilities=CAPABILITIES, answers=True, refuses=False, holds=False):
         super().__init__(daemon=True)
         self._address, self._capabilities, self._answers, self._refuses = address, capabilities, answers, refuses
+        self._holds, self._held = holds, []
         self.posted, self.standing, self.closed, self.calls, self._last = [], {}, [], [], 0
         self._ready = threading.Event()
 
@@ -59,7 +61,11 @@ class Notifications(threading.Thread):
         elif self._refuses:
             invocation.return_dbus_error('org.freedesktop.Notifications.Error.ExcessNotificationGeneration', 'too many')
         else:
-            invocation.return_value(GLib.Variant('(u)', (self._take(*arguments.unpack()),)))
+            answer = GLib.Variant('(u)', (self._take(*arguments.unpack()),))
+            if self._holds:
+                self._held.append((invocation, answer))
+            else:
+                invocation.return_value(answer)
 
     def _take(self, program, replaces, icon, summary, body, actions, hints, timeout):
         if replaces not in self.standing:
@@ -90,6 +96,16 @@ class Notifications(threading.Thread):
     def dismiss(self, note):
         """The person puts it away."""
         self._close(note.id, 2)
+
+    def let_go(self, delay):
+        """Answers what is held, after so many seconds."""
+        def answer(_):
+            for invocation, value in self._held:
+                invocation.return_value(value)
+            self._held.clear()
+        source = GLib.timeout_source_new(int(delay * 1000))
+        source.set_callback(answer)
+        source.attach(self._context)
 
     def stop(self):
         """Also dies, in the middle of a session."""
