@@ -95,21 +95,33 @@ Result<bool, FileError> AppImageInstall::keepPrevious(unsigned mode) const
     if (::link(m_path.c_str(), previousPath().c_str()) == 0) {
         return true;
     }
-    if (errno == EEXIST) {
-        const auto status = statusOf(previousPath());
-        return status && S_ISREG(status->st_mode) ? Result<bool, FileError>(false)
-                                                  : Failure{ FileError{ "Something else has the name", EEXIST } };
+    if (const auto status = statusOf(previousPath())) {
+        return S_ISREG(status->st_mode) ? Result<bool, FileError>(false) : Failure{ FileError{ "Something else has the name", EEXIST } };
     }
-    // Not every file system has links.
-    const auto copied = copyFile(m_path, previousPath(), mode);
-    return copied ? Result<bool, FileError>(true) : Failure{ copied.error() };
+    // Not every file system has links. The copy gets its name when it is whole: half of one would count as what has proven to start.
+    if (auto removed = removeFile(temporaryPath()); !removed) {
+        return Failure{ removed.error() };
+    }
+    if (auto copied = copyFile(m_path, temporaryPath(), mode); !copied) {
+        return Failure{ copied.error() };
+    }
+    if (::rename(temporaryPath().c_str(), previousPath().c_str()) != 0) {
+        const FileError failure = lastFileError();
+        ::unlink(temporaryPath().c_str());
+        return Failure{ failure };
+    }
+    return true;
+}
+
+// Of a fixed name, so that a program that was killed meanwhile leaves one such file at most, which the next update replaces.
+std::string AppImageInstall::temporaryPath() const
+{
+    return parentPath(m_path) + "/." + lastPathComponent(m_path) + ".update";
 }
 
 Result<void, FileError> AppImageInstall::replace(const VerifiedArchive& archive, unsigned mode) const
 {
-    // Of a fixed name, so that a program that was killed meanwhile leaves one such file at most, which the next update replaces.
-    const std::string temporaryPath = parentPath(m_path) + "/." + lastPathComponent(m_path) + ".update";
-    return writeFileAtomicallyThrough(temporaryPath, m_path, archive.bytes(), mode);
+    return writeFileAtomicallyThrough(temporaryPath(), m_path, archive.bytes(), mode);
 }
 
 void AppImageInstall::takeBack(ino_t program) const

@@ -48,6 +48,8 @@ public:
 private:
     explicit AppImageInstall(std::string path) : m_path(std::move(path)) { }
 
+    [[nodiscard]] std::string temporaryPath() const;
+
     // The steps of install.
     [[nodiscard]] Result<bool, FileError> keepPrevious(unsigned mode) const; // true when there was none before
     [[nodiscard]] Result<void, FileError> replace(const VerifiedArchive& archive, unsigned mode) const;

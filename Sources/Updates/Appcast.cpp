@@ -98,6 +98,13 @@ AppcastEnclosure enclosureFrom(const char** attributes)
     return enclosure;
 }
 
+// Versions are compared with each other, a short time each and not more.
+bool hasLongVersion(const AppcastItem& item)
+{
+    const auto isLong = [](const std::string& version) { return version.size() > Appcast::versionByteLimit; };
+    return isLong(item.version) || isLong(item.shortVersionString) || isLong(item.minimumSystemVersion);
+}
+
 // Takes what the parser reports of one document. The places that count are rss/channel/item and what stands directly in an item: what
 // is deeper, such as the enclosures of sparkle:deltas, belongs to something else.
 class AppcastReader
@@ -194,8 +201,11 @@ private:
                 item.shortVersionString = enclosure.shortVersionString;
             }
         }
-        if (item.version.empty() || item.enclosures.empty()) {
+        if (item.version.empty() || item.enclosures.empty() || hasLongVersion(item)) {
             return;
+        }
+        if (item.releaseNotesLink.size() > Appcast::linkByteLimit) {
+            item.releaseNotesLink.clear();
         }
         if (m_items.size() == Appcast::itemLimit) {
             refuse("It has too many items.");

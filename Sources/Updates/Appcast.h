@@ -52,8 +52,11 @@ struct Appcast {
     static constexpr int depthLimit = 64;
     static constexpr std::size_t itemLimit = 10'000;
     static constexpr std::size_t enclosureLimit = 100; // of one item
+    static constexpr std::size_t versionByteLimit = 200; // of each version in an item: that of the system too, and what a person reads
+    static constexpr std::size_t linkByteLimit = 2'000; // a longer address is none
 
-    std::vector<AppcastItem> items; // in the order of the feed; those without a version or an enclosure are left out
+    // In the order of the feed. Those without a version or an enclosure are left out, and those with a version beyond the limit.
+    std::vector<AppcastItem> items;
 
     // Fails for what is not well-formed, is no RSS, exceeds a limit, or is in an encoding other than UTF-8, UTF-16, ISO-8859-1 and ASCII.
     // Texts are UTF-8, without white space at both ends.

@@ -50,6 +50,21 @@ std::string utf8Of(std::uint32_t point)
     return { static_cast<char>(0xF0U | (point >> 18U)), tail(12), tail(6), tail(0) };
 }
 
+// How long the character at the end is, in bytes, when it acts on what is shown: a control character of two bytes (U+0080 to U+009F), or
+// one that turns the direction of a line (Bidi_Control of Unicode). 0 for any other.
+std::size_t actingLength(std::string_view text)
+{
+    const auto isBetween = [text](std::string_view first, std::string_view last) {
+        const std::string_view end = text.substr(text.size() - std::min(first.size(), text.size()));
+        return end >= first && end <= last;
+    };
+    if (isBetween("\u0080", "\u009F") || isBetween("\u061C", "\u061C")) {
+        return 2;
+    }
+    const bool turns = isBetween("\u200E", "\u200F") || isBetween("\u202A", "\u202E") || isBetween("\u2066", "\u2069");
+    return turns ? 3 : 0;
+}
+
 // What stands between "&" and ";".
 std::optional<std::string> resolved(std::string_view name)
 {
@@ -174,6 +189,8 @@ private:
             }
         } else if (first >= ' ' ? first != 0x7F : isBlank(text.front()) && text.front() != '\r') {
             m_text += text;
+            // Looked for in what was read, so that what goes does not bring together another one.
+            m_text.resize(m_text.size() - actingLength(m_text));
         }
     }
     // So that what follows stands behind at least so many line breaks.

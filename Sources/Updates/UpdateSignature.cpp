@@ -1,11 +1,13 @@
 #include "Updates/UpdateSignature.h"
 
+#include "Platform/BackgroundWork.h"
+#include "Platform/OpenedFile.h"
 #include "Updates/StrictBase64.h"
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <memory>
 #include <string_view>
 
@@ -16,6 +18,7 @@ namespace
 {
 
 constexpr std::size_t signatureByteCount = 64;
+constexpr std::size_t pieceSize = std::size_t{ 4 } * 1024 * 1024;
 
 struct KeyDeleter {
     void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
@@ -43,6 +46,37 @@ bool isGood(std::string_view message, std::string_view signature, const UpdateKe
 Failure<UpdateSignatureError> refused(const std::string& reason)
 {
     return { UpdateSignatureError{ "The update was not installed. " + reason } };
+}
+
+Failure<UpdateSignatureError> unreadable(const FileError& error)
+{
+    return refused("It can't be read: " + error.description() + ".");
+}
+
+// All bytes of a file of this length, in pieces, so that the end of the program does not wait for a slow disk.
+Result<std::string, UpdateSignatureError> bytesOfFile(const std::string& path, std::size_t length)
+{
+    const auto file = OpenedFile::open(path);
+    if (!file) {
+        return unreadable(file.error());
+    }
+    if (file.value().size() != length) {
+        return refused("It is not as large as its feed says.");
+    }
+    std::string bytes;
+    bytes.reserve(length);
+    while (bytes.size() < length && !isBackgroundWorkEnding()) {
+        const std::size_t start = bytes.size();
+        const std::size_t count = std::min(pieceSize, length - start);
+        bytes.resize(start + count);
+        if (const auto read = file.value().read(start, bytes.data() + start, count); !read) {
+            return unreadable(read.error());
+        }
+    }
+    if (isBackgroundWorkEnding()) {
+        return refused("The program is ending.");
+    }
+    return bytes;
 }
 
 } // namespace
@@ -73,13 +107,9 @@ Result<VerifiedArchive, UpdateSignatureError> UpdateSignature::verify(
     if (const auto may = mayVerify(stated, key); !may) {
         return Failure{ may.error() };
     }
-    const auto length = static_cast<std::size_t>(*stated.length);
-    auto read = readFile(path, length);
-    if (!read && read.error().code != EFBIG) {
-        return refused("It can't be read: " + read.error().description() + ".");
-    }
-    if (!read || read.value().size() != length) {
-        return refused("It is not as large as its feed says.");
+    auto read = bytesOfFile(path, static_cast<std::size_t>(*stated.length));
+    if (!read) {
+        return Failure{ read.error() };
     }
     const auto signature = bytesFromBase64(stated.edSignature, signatureByteCount);
     if (!signature || !isGood(read.value(), *signature, *key)) {

@@ -44,7 +44,8 @@ public:
     // the feed states a length within the limit and a signature that has the form of one.
     [[nodiscard]] static Result<void, UpdateSignatureError> mayVerify(const AppcastEnclosure& stated, const std::optional<UpdateKey>& key);
     // Reads the file once. Refused is also what differs from its stated length, and what the signature is not good for: exactly these
-    // bytes under this key. Blocks while the disk and the processor work; any thread.
+    // bytes under this key. Blocks while the disk and the processor work; any thread. Gives up reading when endBackgroundWork waits: what
+    // that may still wait for is the work on the signature, once all has been read.
     [[nodiscard]] static Result<VerifiedArchive, UpdateSignatureError> verify(
         const std::string& path, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key);
 };

@@ -4,8 +4,6 @@
 #include "Updates/UpdateSchedule.h"
 #include "Views/UpdateFlow.h"
 
-#include <QUrl>
-
 #include <algorithm>
 #include <utility>
 
@@ -15,10 +13,12 @@ namespace tessarin
 AppcastUpdater::AppcastUpdater(SoftwareUpdaterDelegate& delegate, Surroundings surroundings)
     : m_delegate(delegate), m_surroundings(std::move(surroundings))
 {
+    m_flowChanged = QObject::connect(&m_surroundings.flow, &UpdateFlow::changed, [this] { lookWhenNothingIsShown(); });
 }
 
 AppcastUpdater::~AppcastUpdater()
 {
+    QObject::disconnect(m_flowChanged);
     if (m_nextLook) {
         m_surroundings.mainThread.cancelDelayed(*m_nextLook);
     }
@@ -32,15 +32,18 @@ void AppcastUpdater::startUpdater()
 
 void AppcastUpdater::checkForUpdates()
 {
-    if (const auto address = m_delegate.feedURLString(*this)) {
+    const auto feed = feedAddress();
+    if (feed && m_surroundings.flow.lookForPerson(*feed)) {
         noteLook();
         schedule();
-        m_surroundings.flow.lookForPerson(QUrl(QString::fromStdString(*address)));
     }
 }
 
 void AppcastUpdater::resetUpdateCycleAfterShortDelay()
 {
+    if (m_surroundings.flow.dropSilentLookElsewhere(feedAddress())) {
+        m_surroundings.preferences.remove(lastLookKey); // it did not come to its end
+    }
     schedule();
 }
 
@@ -62,7 +65,7 @@ void AppcastUpdater::schedule()
         m_surroundings.mainThread.cancelDelayed(*m_nextLook);
         m_nextLook.reset();
     }
-    if (m_isStarted && automaticallyChecksForUpdates() && m_delegate.feedURLString(*this)) {
+    if (m_isStarted && automaticallyChecksForUpdates() && feedAddress()) {
         const std::chrono::milliseconds wait = std::max<std::chrono::milliseconds>(untilNextLook(), shortDelay);
         m_nextLook = m_surroundings.mainThread.postDelayed(wait, [this] { lookByItself(); });
     }
@@ -72,12 +75,28 @@ void AppcastUpdater::schedule()
 void AppcastUpdater::lookByItself()
 {
     m_nextLook.reset();
-    const auto address = m_delegate.feedURLString(*this);
-    if (address && untilNextLook() == std::chrono::milliseconds(0)) {
+    const auto feed = feedAddress();
+    const bool isDue = feed && untilNextLook() == std::chrono::milliseconds(0);
+    if (isDue && !m_surroundings.flow.lookByItself(*feed)) {
+        return; // a person sees something: nothing waits until that has been closed
+    }
+    if (isDue) {
         noteLook();
-        m_surroundings.flow.lookByItself(QUrl(QString::fromStdString(*address)));
     }
     schedule();
+}
+
+void AppcastUpdater::lookWhenNothingIsShown()
+{
+    if (!m_nextLook && m_surroundings.flow.stage() == UpdateFlow::Idle) {
+        schedule();
+    }
+}
+
+std::optional<QUrl> AppcastUpdater::feedAddress() const
+{
+    const auto address = m_delegate.feedURLString(*this);
+    return address ? std::optional(QUrl(QString::fromStdString(*address))) : std::nullopt;
 }
 
 void AppcastUpdater::noteLook()

@@ -42,7 +42,13 @@ QString withoutPeriod(const QString& text)
 
 } // namespace
 
-HttpsDownload::HttpsDownload(QNetworkAccessManager& network, QObject* parent) : QObject(parent), m_network(network) { }
+HttpsDownload::HttpsDownload(QNetworkAccessManager& network, QObject* parent) : QObject(parent), m_network(network)
+{
+    m_wait.setSingleShot(true);
+    // Later, because the end may drop the timer.
+    connect(
+        &m_wait, &QTimer::timeout, this, [this] { endWait(); }, Qt::QueuedConnection);
+}
 
 HttpsDownload::~HttpsDownload()
 {
@@ -68,6 +74,8 @@ void HttpsDownload::start(const Request& request, Handlers handlers)
     // The network waits while we are behind.
     m_reply->setReadBufferSize(bufferSize);
     watch(*m_reply);
+    m_silenceLimit = request.silenceLimit;
+    m_wait.start(request.headLimit);
 }
 
 void HttpsDownload::watch(QNetworkReply& reply)
@@ -85,6 +93,10 @@ void HttpsDownload::judgeHead()
 {
     // Of the file itself, not of a page that explains a failure.
     const bool isFile = m_reply && m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == okStatus;
+    if (isFile) {
+        m_hasHead = true;
+        m_wait.start(m_silenceLimit);
+    }
     if (isFile && m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong() > m_byteLimit) {
         fail(QStringLiteral("It is too large."));
     }
@@ -102,6 +114,7 @@ void HttpsDownload::read()
         if (status != okStatus) {
             continue; // a page that explains a failure
         }
+        m_wait.start();
         m_received += count;
         if (m_received > m_byteLimit) {
             fail(QStringLiteral("It is too large."));
@@ -139,6 +152,14 @@ void HttpsDownload::finish()
     }
 }
 
+void HttpsDownload::endWait()
+{
+    if (!m_wait.isActive()) { // nothing has come meanwhile
+        fail(m_hasHead ? QStringLiteral("The server stopped sending before all of it had come.")
+                       : QStringLiteral("The server did not answer in time."));
+    }
+}
+
 void HttpsDownload::cancel()
 {
     QMetaObject::invokeMethod(
@@ -159,6 +180,7 @@ void HttpsDownload::end(Result<void, HttpsDownloadError> outcome)
     if (std::exchange(m_hasEnded, true)) {
         return;
     }
+    m_wait.stop();
     if (m_reply) {
         m_reply->disconnect(this);
         m_reply->abort();

@@ -8,8 +8,10 @@
 #include <QObject>
 #include <QPointer>
 #include <QSslConfiguration>
+#include <QTimer>
 #include <QUrl>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 
@@ -26,8 +28,10 @@ struct HttpsDownloadError {
 };
 
 // One file fetched over HTTPS, once: no password is asked for, no cookie, no cache, no decoding of what the server sends. What is not HTTPS
-// is neither asked nor followed, a certificate that does not verify ends it, and more bytes than the limit are not read. It has no
-// time-out: who shows it shows that it goes on, and can cancel it. Dropping it cancels without calling `done`. Main thread only.
+// is neither asked nor followed, a certificate that does not verify ends it, and more bytes than the limit are not read. A server that is
+// silent for too long ends it; one that sends a little now and then does not: who shows it shows that it goes on, and can cancel it.
+// The network library holds the head of an answer in memory, however long it is: only headLimit bounds how much of it can come.
+// Dropping it cancels without calling `done`. Main thread only.
 class HttpsDownload : public QObject
 {
 public:
@@ -39,6 +43,10 @@ public:
         qint64 byteLimit = 0;
         // Whom to trust: the system's authorities unless a test has its own. The peer is always verified.
         QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        // In all until the head of the file itself has come: connecting, every redirection, and a page that explains a failure.
+        std::chrono::milliseconds headLimit = std::chrono::seconds(30);
+        // From then on, between any bytes and the next.
+        std::chrono::milliseconds silenceLimit = std::chrono::seconds(60);
     };
     struct Handlers {
         // What has come, in order; a failure ends the download with its text.
@@ -64,6 +72,7 @@ private:
     void read();
     void finish();
 
+    void endWait();
     void end(Result<void, HttpsDownloadError> outcome);
     void fail(const QString& reason);
     [[nodiscard]] QString failureOf(const QNetworkReply& reply) const;
@@ -71,6 +80,9 @@ private:
     QNetworkAccessManager& m_network;
     Handlers m_handlers;
     QPointer<QNetworkReply> m_reply;
+    QTimer m_wait; // for the head, then for more bytes
+    std::chrono::milliseconds m_silenceLimit{};
+    bool m_hasHead = false;
     qint64 m_byteLimit = 0;
     qint64 m_received = 0;
     QString m_certificateFailure;

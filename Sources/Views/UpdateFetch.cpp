@@ -5,8 +5,6 @@
 #include "Platform/MainThread.h"
 #include "Updates/Appcast.h"
 
-#include <QByteArray>
-
 #include <cassert>
 #include <utility>
 
@@ -49,29 +47,45 @@ UpdateFetch::~UpdateFetch()
 
 void UpdateFetch::findNewest(const QUrl& feed, std::string runningVersion, UpdateSystem system, std::function<void(Found)> done)
 {
-    assert(!m_download && !m_done);
+    assert(!m_download && !m_found && !m_done);
+    m_found = std::move(done);
     const auto xml = std::make_shared<QByteArray>();
     HttpsDownload::Handlers handlers;
     handlers.onBytes = [xml](QByteArrayView bytes) -> Result<void, FileError> {
         xml->append(bytes);
         return {};
     };
-    handlers.done = [this, xml, runningVersion = std::move(runningVersion), system = std::move(system), done = std::move(done)](
+    handlers.done = [this, xml, runningVersion = std::move(runningVersion), system = std::move(system)](
                         const Result<void, HttpsDownloadError>& outcome) {
         const auto ended = std::move(m_download); // lives until this returns
         if (outcome) {
-            done(newestIn(*xml, runningVersion, system));
+            choose(xml, runningVersion, system);
         } else {
-            done(Failure{ toldOf("The update feed can't be fetched.", outcome.error()) });
+            endFind(Failure{ toldOf("The update feed can't be fetched.", outcome.error()) });
         }
     };
     m_download = std::make_unique<HttpsDownload>(m_network);
     m_download->start({ feed, static_cast<qint64>(Appcast::byteLimit), m_surroundings.tls }, std::move(handlers));
 }
 
+void UpdateFetch::choose(std::shared_ptr<const QByteArray> xml, std::string runningVersion, UpdateSystem system)
+{
+    runInBackgroundThen([xml = std::move(xml), runningVersion = std::move(runningVersion),
+                            system = std::move(system)] { return newestIn(*xml, runningVersion, system); },
+        &UpdateFetch::endFind);
+}
+
+void UpdateFetch::endFind(Found found)
+{
+    m_work.reset();
+    // Last, because it may drop this object.
+    const auto done = std::exchange(m_found, {});
+    done(std::move(found));
+}
+
 void UpdateFetch::fetchArchive(const AvailableUpdate& update, Progress onProgress, std::function<void(Fetched)> done)
 {
-    assert(!m_download && !m_done);
+    assert(!m_download && !m_found && !m_done);
     m_update = update;
     m_onProgress = std::move(onProgress);
     m_done = std::move(done);
@@ -134,20 +148,26 @@ void UpdateFetch::download()
 
 void UpdateFetch::verify()
 {
-    m_verification = std::make_shared<bool>();
+    runInBackgroundThen(
+        [path = m_file.fileName().toStdString(), stated = m_update.enclosure, key = m_surroundings.key]() -> Fetched {
+            auto archive = UpdateSignature::verify(path, stated, key);
+            if (!archive) {
+                return Failure{ UpdateFetchError{ QString::fromStdString(archive.error().description()) } };
+            }
+            return std::move(archive).value();
+        },
+        &UpdateFetch::endFetch);
+}
+
+template <class Outcome, class Work>
+void UpdateFetch::runInBackgroundThen(Work work, void (UpdateFetch::*finish)(Outcome))
+{
+    m_work = std::make_shared<bool>();
     runInBackground(
-        [this, isWanted = std::weak_ptr<void>(m_verification), &mainThread = m_surroundings.mainThread,
-            path = m_file.fileName().toStdString(), stated = m_update.enclosure, key = m_surroundings.key] {
-            const auto archive
-                = std::make_shared<Result<VerifiedArchive, UpdateSignatureError>>(UpdateSignature::verify(path, stated, key));
-            mainThread.post([this, isWanted, archive] {
-                if (isWanted.expired()) {
-                    return; // cancelled, or gone with its owner
-                }
-                if (*archive) {
-                    endFetch(archive->value());
-                } else {
-                    endFetch(Failure{ UpdateFetchError{ QString::fromStdString(archive->error().description()) } });
+        [this, work = std::move(work), finish, isWanted = std::weak_ptr<void>(m_work), &mainThread = m_surroundings.mainThread] {
+            mainThread.post([this, outcome = work(), finish, isWanted] {
+                if (!isWanted.expired()) {
+                    (this->*finish)(outcome);
                 }
             });
         },
@@ -158,20 +178,26 @@ void UpdateFetch::cancel()
 {
     if (m_download) {
         m_download->cancel();
-    } else if (m_verification) {
-        m_verification.reset();
+    } else if (m_work) {
+        m_work.reset();
         QMetaObject::invokeMethod(
-            this,
-            [this] {
-                endFetch(Failure{ UpdateFetchError{ QStringLiteral("It was cancelled."), true } });
-            },
-            Qt::QueuedConnection);
+            this, [this] { endCancelled(); }, Qt::QueuedConnection);
+    }
+}
+
+void UpdateFetch::endCancelled()
+{
+    const UpdateFetchError cancelled{ QStringLiteral("It was cancelled."), true };
+    if (m_found) {
+        endFind(Failure{ cancelled });
+    } else {
+        endFetch(Failure{ cancelled });
     }
 }
 
 void UpdateFetch::endFetch(Fetched outcome)
 {
-    m_verification.reset();
+    m_work.reset();
     m_onProgress = {};
     dropFile();
     // Last, because it may drop this object.

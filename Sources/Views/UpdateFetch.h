@@ -6,6 +6,7 @@
 #include "Updates/UpdateSignature.h"
 #include "Views/HttpsDownload.h"
 
+#include <QByteArray>
 #include <QFile>
 #include <QNetworkAccessManager>
 #include <QObject>
@@ -31,7 +32,8 @@ struct UpdateFetchError {
 };
 
 // The way from the address of a feed to an archive that has been verified, in two halves between which a person may be asked. It installs
-// nothing. One half at a time. Dropping it cancels without calling `done`. Main thread only.
+// nothing. One half at a time. Dropping it cancels without calling `done`. The archive comes in a file of a fixed name, which is safe
+// because InstanceLock lets one program at a time have the folder, and a program has one of these at work. Main thread only.
 class UpdateFetch : public QObject
 {
 public:
@@ -48,8 +50,8 @@ public:
     explicit UpdateFetch(Surroundings surroundings, QObject* parent = nullptr);
     ~UpdateFetch() override;
 
-    // Reads the feed and tells the newest release in it that is for this system and newer than what runs; absent for none.
-    // Requires: nothing is under way.
+    // Reads the feed, in the background once it has come, and tells the newest release in it that is for this system and newer than what
+    // runs; absent for none. Requires: nothing is under way.
     void findNewest(const QUrl& feed, std::string runningVersion, UpdateSystem system, std::function<void(Found)> done);
     // Fetches the release's archive and verifies it, before anybody else can see it. What can't verify is not fetched. The file that it
     // came in is gone by the end, whatever the end is. Requires: nothing is under way.
@@ -58,6 +60,10 @@ public:
     void cancel();
 
 private:
+    // The steps of findNewest behind the download, in their order.
+    void choose(std::shared_ptr<const QByteArray> xml, std::string runningVersion, UpdateSystem system);
+    void endFind(Found found);
+
     // The steps of fetchArchive, in their order.
     [[nodiscard]] Result<void, FileError> openFile();
     void download();
@@ -66,16 +72,23 @@ private:
     void endFetch(Fetched outcome);
     void dropFile();
 
+    // The outcome is not told to anybody once this was cancelled or is gone.
+    template <class Outcome, class Work>
+    void runInBackgroundThen(Work work, void (UpdateFetch::*finish)(Outcome));
+    void endCancelled();
+
     const Surroundings m_surroundings;
     QNetworkAccessManager m_network;
     std::unique_ptr<HttpsDownload> m_download; // while one is under way
+    std::shared_ptr<void> m_work; // while there is some in the background, which holds it weakly
+
+    std::function<void(Found)> m_found; // while a feed is being looked at
 
     // While an archive is being fetched.
     AvailableUpdate m_update;
     Progress m_onProgress;
     std::function<void(Fetched)> m_done;
     QFile m_file;
-    std::shared_ptr<void> m_verification; // held weakly by the work in the background
 };
 
 } // namespace tessarin

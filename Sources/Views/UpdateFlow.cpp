@@ -22,33 +22,50 @@ UpdateFlow::UpdateFlow(Surroundings surroundings, QObject* parent)
 
 UpdateFlow::~UpdateFlow() = default;
 
-void UpdateFlow::lookForPerson(const QUrl& feed)
+bool UpdateFlow::lookForPerson(const QUrl& feed)
 {
+    const bool isShownOtherwise = m_isAutomatic || m_isSilent;
     m_isAutomatic = false;
-    if (m_stage == Checking && m_isSilent) {
-        m_isSilent = false;
-        emit changed();
-    } else if (m_stage == Idle || m_stage == UpToDate || m_stage == Failed) {
-        m_isSilent = false;
+    m_isSilent = false;
+    const bool isUnderWay = m_stage == Checking && m_feed == feed;
+    const bool begins = m_stage == Idle || m_stage == UpToDate || m_stage == Failed || (m_stage == Checking && !isUnderWay);
+    if (begins) {
         look(feed);
+    } else if (isShownOtherwise) {
+        emit changed();
     }
     emit broughtForward();
+    return begins || isUnderWay;
 }
 
-void UpdateFlow::lookByItself(const QUrl& feed)
+bool UpdateFlow::lookByItself(const QUrl& feed)
 {
-    if (m_stage == Idle) {
-        m_isAutomatic = true;
-        m_isSilent = true;
-        look(feed);
+    if (isShown()) {
+        return false;
     }
+    m_isAutomatic = true;
+    m_isSilent = true;
+    look(feed);
+    return true;
+}
+
+bool UpdateFlow::dropSilentLookElsewhere(const std::optional<QUrl>& feed)
+{
+    const bool isElsewhere = m_stage == Checking && m_isSilent && feed != m_feed;
+    if (isElsewhere) {
+        end();
+    }
+    return isElsewhere;
 }
 
 void UpdateFlow::look(const QUrl& feed)
 {
     m_notes = {};
     dropFetch();
-    m_fetch = std::make_unique<UpdateFetch>(m_surroundings.fetch(), this);
+    m_feed = feed;
+    auto surroundings = m_surroundings.fetch();
+    m_canInstall = surroundings.key.has_value();
+    m_fetch = std::make_unique<UpdateFetch>(std::move(surroundings), this);
     setStage(Checking);
     const std::string& newest = m_installedVersion.empty() ? m_surroundings.runningVersion : m_installedVersion;
     m_fetch->findNewest(feed, newest, m_surroundings.system, [this, fetch = m_fetch.get()](const UpdateFetch::Found& found) {
@@ -84,7 +101,7 @@ void UpdateFlow::offer(const AvailableUpdate& update)
 
 void UpdateFlow::install()
 {
-    if (m_stage == Found) {
+    if (m_stage == Found && m_canInstall) {
         fetch();
     }
 }
@@ -149,6 +166,7 @@ void UpdateFlow::finishInstall(const Result<void, AppImageInstallError>& outcome
 {
     if (outcome) {
         m_installedVersion = m_update->item.version;
+        m_shownInstalledVersion = m_version;
         setStage(Installed);
     } else {
         fail(QString::fromStdString(outcome.error().description()));
@@ -251,7 +269,7 @@ QString UpdateFlow::heading() const
     case Installing:
         return QStringLiteral("Installing tessarin %1…").arg(m_version);
     case Installed:
-        return QStringLiteral("tessarin %1 is installed").arg(m_version);
+        return QStringLiteral("tessarin %1 is installed").arg(m_shownInstalledVersion);
     case Kept:
         return QStringLiteral("tessarin %1 is verified").arg(m_version);
     case Failed:
@@ -271,7 +289,8 @@ QString UpdateFlow::message() const
     case UpToDate:
         return UpdateTexts::upToDate(m_runningVersion);
     case Found:
-        return UpdateTexts::found(m_runningVersion, m_surroundings.appImage.has_value());
+        return m_canInstall ? UpdateTexts::found(m_runningVersion, m_surroundings.appImage.has_value())
+                            : UpdateTexts::foundInVain(m_runningVersion);
     case Installed:
         return UpdateTexts::installed();
     case Kept:

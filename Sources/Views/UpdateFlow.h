@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QUrl>
 #include <qqmlintegration.h>
 
 #include <functional>
@@ -37,6 +38,7 @@ class UpdateFlow : public QObject
     Q_PROPERTY(QString message READ message NOTIFY changed)
     Q_PROPERTY(tessarin::StyledRuns notes MEMBER m_notes NOTIFY changed)
     Q_PROPERTY(bool hasNotes READ hasNotes NOTIFY changed)
+    Q_PROPERTY(bool canInstall MEMBER m_canInstall NOTIFY changed) // whether anything found can verify: the program has a key
     Q_PROPERTY(QString installTitle READ installTitle CONSTANT)
     Q_PROPERTY(double progress READ progress NOTIFY progressChanged) // from 0 to 1
     Q_PROPERTY(QString progressText READ progressText NOTIFY progressChanged)
@@ -61,13 +63,16 @@ public:
     explicit UpdateFlow(Surroundings surroundings, QObject* parent = nullptr);
     ~UpdateFlow() override;
 
-    // Looks for a release, shows that, and tells whatever comes of it. While a release is on offer, comes or has been installed, that
-    // is shown again instead.
-    void lookForPerson(const QUrl& feed);
-    // Does nothing while a person sees anything, or another look is under way. Shows a release that was found, and nothing else.
-    void lookByItself(const QUrl& feed);
+    // Looks for a release, shows that, and tells whatever comes of it. A look at another address that is under way is dropped for it.
+    // While a release is on offer, comes or has been installed, that is shown again instead. True unless it is: the address is looked at.
+    bool lookForPerson(const QUrl& feed);
+    // Does nothing while a person sees anything; true when it looks. Shows a release that was found, and nothing else. A look of before
+    // that nobody sees is dropped for it, so none lasts for ever.
+    bool lookByItself(const QUrl& feed);
+    // Drops a look that nobody sees, unless it is at this address; absent: at none. True when there was one.
+    bool dropSilentLookElsewhere(const std::optional<QUrl>& feed);
 
-    // Fetches, verifies and installs what was found. Requires: the stage is Found.
+    // Fetches, verifies and installs what was found, if this build can. Requires: the stage is Found.
     Q_INVOKABLE void install();
     // Ends, and this version is not found again by a look that nobody asked for. Requires: the stage is Found.
     Q_INVOKABLE void skip();
@@ -120,6 +125,8 @@ private:
     Stage m_stage = Idle;
     bool m_isSilent = false;
     bool m_isAutomatic = false;
+    QUrl m_feed; // of the last look
+    bool m_canInstall = false;
     std::unique_ptr<UpdateFetch> m_fetch; // another one for each look, so that nothing of the one before comes late
     std::optional<AvailableUpdate> m_update;
     QString m_version; // of m_update, as a person reads it
@@ -128,6 +135,7 @@ private:
     qint64 m_whole = 0;
     std::string m_keptPath;
     std::string m_installedVersion; // which a look must be newer than from then on; empty until something was installed
+    QString m_shownInstalledVersion; // the same as a person reads it, which a later offer does not change
     QString m_failure;
     std::shared_ptr<void> m_isAlive = std::make_shared<bool>();
 };

@@ -2,6 +2,7 @@
 
 #include "Platform/Text.h"
 #include "Updates/ReleaseNotes.h"
+#include "Views/RuntimeLogRules.h"
 #include "Views/UpdateRules.h"
 
 #include <QDir>
@@ -19,6 +20,15 @@ QString textOf(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
+// As it goes over the wire, so that nothing in it turns around or looks like another host. Empty for what can't be shown.
+QString shownLink(const std::string& link)
+{
+    constexpr std::size_t mostCharacters = 500;
+    const auto url = link.size() > mostCharacters ? std::nullopt : UpdateRules::validatedFeedURL(textOf(link));
+    const QString shown = url ? url->toString(QUrl::FullyEncoded) : QString();
+    return static_cast<std::size_t>(shown.size()) > mostCharacters ? QString() : shown;
+}
+
 QString sizeOf(qint64 bytes)
 {
     constexpr int decimals = 1;
@@ -30,14 +40,16 @@ QString sizeOf(qint64 bytes)
 QString version(const AppcastItem& item)
 {
     constexpr std::size_t mostCharacters = 24;
-    return textOf(firstCharacters(firstLine(item.shortVersionString.empty() ? item.version : item.shortVersionString), mostCharacters));
+    const std::string_view said = firstLine(item.shortVersionString.empty() ? item.version : item.shortVersionString);
+    const std::string shown = RuntimeLogRules::shown(firstCharacters(said, mostCharacters), {}).simplified().toStdString();
+    return textOf(firstCharacters(shown, mostCharacters)); // a name is longer than what it names
 }
 
 QString notes(const AppcastItem& item)
 {
     QString text = QString::fromStdString(ReleaseNotes::plainText(item.description));
-    const QString link = QString::fromStdString(item.releaseNotesLink);
-    if (UpdateRules::validatedFeedURL(link)) {
+    const QString link = shownLink(item.releaseNotesLink);
+    if (!link.isEmpty()) {
         text += (text.isEmpty() ? QString() : QStringLiteral("\n\n")) + QStringLiteral("More at ") + link;
     }
     return text;
@@ -53,6 +65,11 @@ QString found(const QString& running, bool canInstall)
     return QStringLiteral("You have %1. ").arg(running)
         + (canInstall ? QStringLiteral("It is fetched, verified and installed when you say so.")
                       : QStringLiteral("It is fetched and verified when you say so, and shown in the file manager."));
+}
+
+QString foundInVain(const QString& running)
+{
+    return QStringLiteral("You have %1. This build can't verify updates, so it can't install this one.").arg(running);
 }
 
 QString installed()

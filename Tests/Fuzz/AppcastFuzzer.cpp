@@ -39,6 +39,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const AppcastItem& item : items) {
         fuzzRequire(!item.version.empty() && !item.enclosures.empty(), "an item has a version and a file");
         fuzzRequire(item.enclosures.size() <= Appcast::enclosureLimit, "not too many files");
+        const std::size_t longest = std::max({ item.version.size(), item.shortVersionString.size(), item.minimumSystemVersion.size() });
+        fuzzRequire(longest <= Appcast::versionByteLimit, "no version is long");
+        fuzzRequire(item.releaseNotesLink.size() <= Appcast::linkByteLimit, "no address of notes is long");
         fuzzRequire(isValidUtf8(item.title) && isValidUtf8(item.description) && isValidUtf8(item.version), "texts are UTF-8");
         const std::string notes = ReleaseNotes::plainText(item.description);
         fuzzRequire(isValidUtf8(notes) && notes.find('\033') == std::string::npos, "notes are plain text");

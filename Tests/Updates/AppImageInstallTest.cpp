@@ -7,7 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <optional>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace tessarin
@@ -202,6 +204,45 @@ TEST_F(AppImageInstallTest, WhereFilesHaveNoSecondNamesTheOldOneIsCopied)
                                                                                                           : "It is not as it should be.";
     });
     EXPECT_EQ(found, "");
+}
+
+// Half of it would stay for good: what has the name of the previous one is taken for what has proven to start.
+TEST_F(AppImageInstallTest, ACopyThatIsNotBroughtToItsEndDoesNotHaveTheNameOfThePreviousOne)
+{
+    const VerifiedArchive archive = archiveOf(newBytes);
+    const std::string large = appImageOf(std::string(900'000, 'o'));
+    writeWholeFile(path, large);
+    const std::string found = onADiskWithoutLinks([&]() -> std::string {
+        const rlimit none{ 0, 0 };
+        const rlimit little{ 100'000, 100'000 };
+        setrlimit(RLIMIT_CORE, &none);
+        std::signal(SIGXFSZ, SIG_DFL); // which ends this process in the middle of the copy
+        setrlimit(RLIMIT_FSIZE, &little);
+        return AppImageInstall::at(path)->install(archive) ? "It was installed." : "It was refused.";
+    });
+    EXPECT_EQ(found, " The child did not end well.");
+    EXPECT_FALSE(fs::exists(previous));
+    EXPECT_EQ(wholeFile(path), large);
+    EXPECT_EQ(onADiskWithoutLinks([&]() -> std::string {
+        const auto installed = AppImageInstall::at(path)->install(archive);
+        return installed ? "" : installed.error().description();
+    }),
+        "");
+    EXPECT_EQ(wholeFile(previous), large);
+    EXPECT_EQ(namesIn(home).size(), 2U) << "nothing was left behind";
+}
+
+TEST_F(AppImageInstallTest, WhereFilesHaveNoSecondNamesThePreviousOneThatIsThereStays)
+{
+    writeWholeFile(previous, "proven");
+    const VerifiedArchive archive = archiveOf(newBytes);
+    EXPECT_EQ(onADiskWithoutLinks([&]() -> std::string {
+        const auto installed = AppImageInstall::at(path)->install(archive);
+        return installed ? "" : installed.error().description();
+    }),
+        "");
+    EXPECT_EQ(wholeFile(previous), "proven");
+    EXPECT_EQ(wholeFile(path), newBytes);
 }
 #endif
 

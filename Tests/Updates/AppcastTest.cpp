@@ -65,6 +65,34 @@ TEST(AppcastTest, ItemsWithoutAVersionOrAFileAreLeftOut)
     EXPECT_EQ(items.front().version, "4");
 }
 
+TEST(AppcastTest, ItemsWithAVersionBeyondTheLimitAreLeftOut)
+{
+    const std::string most(Appcast::versionByteLimit, '1');
+    const std::string more = most + '1';
+    const auto element
+        = [](const std::string& name, const std::string& text) { return "<sparkle:" + name + ">" + text + "</sparkle:" + name + ">"; };
+    const auto ofEnclosure = [](const std::string& version, const std::string& read) {
+        return "<item><enclosure url='u' sparkle:version='" + version + "' sparkle:shortVersionString='" + read + "'/></item>";
+    };
+    const auto whole = [&](const std::string& text) {
+        return itemOf(text) + itemOf("1", element("shortVersionString", text)) + itemOf("1", element("minimumSystemVersion", text))
+            + ofEnclosure(text, "1") + ofEnclosure("1", text);
+    };
+    EXPECT_EQ(itemsOf(feedOf(whole(most))).size(), 5U);
+    EXPECT_TRUE(itemsOf(feedOf(whole(more))).empty());
+}
+
+TEST(AppcastTest, AnAddressOfNotesBeyondTheLimitIsNone)
+{
+    const auto linkOf = [](std::size_t size) {
+        const std::string link(size, 'x');
+        const auto items = itemsOf(feedOf(itemOf("1", "<sparkle:releaseNotesLink>" + link + "</sparkle:releaseNotesLink>")));
+        return items.size() == 1 ? items.front().releaseNotesLink : "no item";
+    };
+    EXPECT_EQ(linkOf(Appcast::linkByteLimit), std::string(Appcast::linkByteLimit, 'x'));
+    EXPECT_EQ(linkOf(Appcast::linkByteLimit + 1), "");
+}
+
 TEST(AppcastTest, AFeedWithoutItemsIsReadAndEmpty)
 {
     EXPECT_TRUE(itemsOf(feedOf("")).empty());

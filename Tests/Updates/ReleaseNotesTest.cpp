@@ -33,6 +33,16 @@ INSTANTIATE_TEST_SUITE_P(OfPlainText, PlainTextTest,
              "b",
             "ab" }));
 
+// Right-to-left override and isolates, marks, and the control characters above ASCII; other characters of the same first bytes stay.
+INSTANTIATE_TEST_SUITE_P(OfWhatTurnsALineAround, PlainTextTest,
+    testing::Values(Row{ "from \u202Egpj.exe\u202C here", "from gpj.exe here" }, Row{ "\u2066a\u2069\u200E\u200F\u061Cb", "ab" },
+        Row{ "<p>a&#x202E;b&#8295;c</p>", "abc" },
+        Row{ "a\xC2\x85\xC2\x9B"
+             "b&#x80;&#159;c",
+            "abc" },
+        Row{ "\u00A9 \u00E9 \u2013 \u2020 \u2026 \u200D \u2070 \u061B", "\u00A9 \u00E9 \u2013 \u2020 \u2026 \u200D \u2070 \u061B" },
+        Row{ "\xE2\xE2\x80\xAE\x80\xAE.", "." }, Row{ "\xE2&#x202E;\x80\xAE.", "." }));
+
 INSTANTIATE_TEST_SUITE_P(OfMarkup, PlainTextTest,
     testing::Values(Row{ "<h2>New</h2><p>Faster.</p><p>Smaller.</p>", "New\n\nFaster.\n\nSmaller." },
         Row{ "<ul>\n  <li>One\n thing</li>\n  <li>Another</li></ul>", "• One thing\n• Another" },

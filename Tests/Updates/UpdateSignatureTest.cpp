@@ -1,5 +1,6 @@
 #include "Updates/UpdateSignature.h"
 
+#include "Platform/BackgroundWork.h"
 #include "SigningKey.h"
 #include "TemporaryFolder.h"
 #include "TroubledDisk.h"
@@ -7,7 +8,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <latch>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tessarin
@@ -127,6 +131,39 @@ TEST_F(UpdateSignatureTest, AFileThatCannotBeReadIsRefusedWithTheReason)
     EXPECT_EQ(refusalOf(stated()), "The update was not installed. It can't be read: No such file or directory.");
     std::filesystem::create_directory(path);
     EXPECT_THAT(refusalOf(stated()), HasSubstr("can't be read"));
+}
+
+TEST_F(UpdateSignatureTest, TheEndOfTheProgramGivesItUp)
+{
+    std::latch begun(1);
+    std::string refusal;
+    runInBackground([&] {
+        begun.count_down();
+        const auto last = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!isBackgroundWorkEnding() && std::chrono::steady_clock::now() < last) {
+            std::this_thread::yield();
+        }
+        refusal = refusalOf(stated());
+    });
+    begun.wait();
+    endBackgroundWork();
+    EXPECT_EQ(refusal, "The update was not installed. The program is ending.");
+    EXPECT_EQ(refusalOf(stated()), "");
+}
+
+TEST_F(UpdateSignatureTest, AnArchiveOfManyPiecesIsReadWhole)
+{
+    std::string large;
+    while (large.size() < 10'000'000) {
+        large += std::to_string(large.size());
+    }
+    writeWholeFile(path, large);
+    AppcastEnclosure enclosure;
+    enclosure.length = large.size();
+    enclosure.edSignature = key.signatureOf(large);
+    const auto archive = UpdateSignature::verify(path, enclosure, key.updateKey());
+    ASSERT_TRUE(archive) << archive.error().description();
+    EXPECT_TRUE(archive.value().bytes().joined() == large);
 }
 
 // RFC 8032, section 7.1, test 3: so that a mistake of ours that signs and verifies alike would show.

@@ -1,10 +1,13 @@
 #include "Views/AppcastUpdater.h"
 
+#include "Platform/BackgroundWork.h"
 #include "Platform/Preferences.h"
 #include "RecordingDesktop.h"
+#include "ReleaseServer.h"
 #include "TemporaryFolder.h"
 #include "Views/UpdateFlow.h"
 
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -28,7 +31,7 @@ protected:
         updater.reset();
         flow = std::make_unique<UpdateFlow>(UpdateFlow::Surroundings{ preferences, desktop, mainThread,
             [this] {
-                return UpdateFetch::Surroundings{ mainThread, folder / "incoming" };
+                return UpdateFetch::Surroundings{ mainThread, folder / "incoming", UpdateKey::builtIn(), tls };
             },
             "1.0", { "linux", "6.1" }, std::nullopt, { folder / "own" } });
         updater = std::make_unique<AppcastUpdater>(
@@ -60,6 +63,7 @@ protected:
     MainThread mainThread{ {}, [this] { return steady; } };
     Instant clock{ 800'000'000 };
     testing::RecordingDesktop desktop;
+    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
     std::optional<std::string> address = "https://127.0.0.1:1/appcast.xml";
     std::unique_ptr<UpdateFlow> flow;
     std::unique_ptr<AppcastUpdater> updater;
@@ -172,6 +176,74 @@ TEST_F(AppcastUpdaterTest, ALookOfAPersonIsShownAndCountsAsTheLast)
     EXPECT_EQ(wait(), 24h);
 }
 
+TEST_F(AppcastUpdaterTest, WhatIsShownHoldsUpTheLookOfTheDayUntilItIsClosed)
+{
+    updater->startUpdater();
+    turnOn();
+    updater->checkForUpdates();
+    pass(24h);
+    EXPECT_EQ(preferences.text("lastUpdateLook.v1"), "800000000") << "what did not take place does not count";
+    EXPECT_EQ(wait(), std::nullopt) << "nothing wakes while the window is open";
+    pass(5h);
+    flow->close();
+    EXPECT_EQ(wait(), 2s);
+    pass(2s);
+    EXPECT_TRUE(hasLooked());
+    EXPECT_FALSE(flow->isShown());
+    EXPECT_EQ(wait(), 24h);
+}
+
+TEST_F(AppcastUpdaterTest, ClosingAWindowBringsNoLookThatIsNotDue)
+{
+    updater->startUpdater();
+    turnOn();
+    updater->checkForUpdates();
+    pass(1h);
+    flow->close();
+    EXPECT_EQ(wait(), 23h);
+    updater->setAutomaticallyChecksForUpdates(false);
+    updater->checkForUpdates();
+    flow->close();
+    EXPECT_EQ(wait(), std::nullopt);
+}
+
+TEST_F(AppcastUpdaterTest, ASilentLookAtAnAddressThatIsNoLongerTheFeedIsDroppedAndTheNewOneLookedAtSoon)
+{
+    updater->startUpdater();
+    turnOn();
+    pass(2s);
+    updater->resetUpdateCycleAfterShortDelay();
+    EXPECT_TRUE(hasLooked()) << "the address is the same";
+    EXPECT_EQ(wait(), 24h);
+    address = "https://127.0.0.1:2/appcast.xml";
+    updater->resetUpdateCycleAfterShortDelay();
+    EXPECT_FALSE(hasLooked());
+    EXPECT_EQ(wait(), 2s) << "the look that was dropped does not count";
+    pass(2s);
+    EXPECT_TRUE(hasLooked());
+    EXPECT_EQ(wait(), 24h);
+}
+
+TEST_F(AppcastUpdaterTest, ASilentLookIsDroppedWhenItsAddressBecomesUnusable)
+{
+    updater->startUpdater();
+    turnOn();
+    pass(2s);
+    address.reset();
+    updater->resetUpdateCycleAfterShortDelay();
+    EXPECT_FALSE(hasLooked());
+    EXPECT_EQ(wait(), std::nullopt);
+}
+
+TEST_F(AppcastUpdaterTest, WhatAPersonSeesIsNotDroppedWhenTheAddressChanges)
+{
+    updater->startUpdater();
+    updater->checkForUpdates();
+    address.reset();
+    updater->resetUpdateCycleAfterShortDelay();
+    EXPECT_TRUE(flow->isShown());
+}
+
 TEST_F(AppcastUpdaterTest, WhatIsDueIsSaidByTheClockAndNotByTheWaiting)
 {
     updater->startUpdater();
@@ -193,7 +265,43 @@ TEST_F(AppcastUpdaterTest, DroppedItLeavesNothingThatWaits)
     updater->startUpdater();
     turnOn();
     updater.reset();
+    flow->lookForPerson(QUrl("https://127.0.0.1:1/appcast.xml"));
+    flow->close();
     EXPECT_EQ(wait(), std::nullopt);
+}
+
+// At a server whose first address never answers to its end, and whose second has a release.
+TEST_F(AppcastUpdaterTest, WhoAsksAfterTheAddressHasChangedIsToldOfTheNewOneThoughALookAtTheOldIsUnderWay)
+{
+    ReleaseServer server;
+    ASSERT_TRUE(server.https.isRunning()) << "the server did not start";
+    server.publishArchive("tessarin-2.0.AppImage", "new");
+    tls = server.https.trust();
+    const auto comesToAnOffer = [this] {
+        return QTest::qWaitFor(
+            [this] {
+                mainThread.drain();
+                return flow->stage() == UpdateFlow::Found;
+            },
+            HttpsServer::patience);
+    };
+    updater->startUpdater();
+    for (const bool isSilent : { true, false }) {
+        address = server.https.url("/slow").toString().toStdString();
+        if (isSilent) {
+            turnOn();
+            pass(2s);
+        } else {
+            updater->checkForUpdates();
+        }
+        EXPECT_EQ(flow->stage(), UpdateFlow::Checking);
+        address = server.publishFeed("2.0").toString().toStdString();
+        updater->checkForUpdates();
+        EXPECT_TRUE(flow->isShown());
+        EXPECT_TRUE(comesToAnOffer()) << isSilent;
+        flow->close();
+    }
+    finishBackgroundWork();
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -53,7 +54,7 @@ protected:
             download.reset(); // as an owner does who has what it wanted
             loop.quit();
         };
-        download->start({ url, limit, trust }, std::move(handlers));
+        download->start({ url, limit, trust, headLimit, silenceLimit }, std::move(handlers));
     }
     // The reason why it failed, empty when it did not.
     QString fetch(const QUrl& url)
@@ -74,6 +75,8 @@ protected:
     QEventLoop loop;
     qint64 limit = 1'000'000;
     QSslConfiguration trust = server->trust();
+    std::chrono::milliseconds headLimit = std::chrono::seconds(30);
+    std::chrono::milliseconds silenceLimit = std::chrono::seconds(60);
     bool isDiskFull = false;
     bool cancelsWhenItBegins = false;
     std::unique_ptr<HttpsDownload> download;
@@ -213,6 +216,48 @@ TEST_F(HttpsDownloadTest, ASlowOneCanBeCancelled)
     EXPECT_EQ(fetch("/slow"), "It was cancelled.");
     EXPECT_TRUE(wasCancelled);
     EXPECT_EQ(received.size(), 10);
+}
+
+TEST_F(HttpsDownloadTest, AServerThatStopsSendingEndsIt)
+{
+    silenceLimit = std::chrono::milliseconds(200);
+    EXPECT_EQ(fetch("/slow"), "The server stopped sending before all of it had come.");
+    EXPECT_FALSE(wasCancelled);
+    EXPECT_EQ(received.size(), 10);
+}
+
+TEST_F(HttpsDownloadTest, AServerThatSendsALittleNowAndThenIsWaitedFor)
+{
+    silenceLimit = std::chrono::milliseconds(1000); // of 1.5 seconds that it takes
+    EXPECT_EQ(fetch("/drips"), "");
+    EXPECT_EQ(received.size(), 15);
+}
+
+TEST_F(HttpsDownloadTest, AServerThatDoesNotAnswerEndsIt)
+{
+    headLimit = std::chrono::milliseconds(200);
+    EXPECT_EQ(fetch("/silent"), "The server did not answer in time.");
+    EXPECT_FALSE(wasCancelled);
+}
+
+TEST_F(HttpsDownloadTest, AHeadWithoutEndEndsThoughItIsNeverSilent)
+{
+    headLimit = std::chrono::milliseconds(500);
+    EXPECT_EQ(fetch("/endless-head"), "The server did not answer in time.");
+    EXPECT_TRUE(received.isEmpty());
+}
+
+TEST_F(HttpsDownloadTest, APageWithoutEndThatExplainsAFailureEnds)
+{
+    headLimit = std::chrono::milliseconds(500);
+    EXPECT_EQ(fetch("/endless-failure"), "The server did not answer in time.");
+}
+
+TEST_F(HttpsDownloadTest, TheBoundsAreThoseOfTheContractUnlessAskedOtherwise)
+{
+    const HttpsDownload::Request request;
+    EXPECT_EQ(request.headLimit, std::chrono::seconds(30));
+    EXPECT_EQ(request.silenceLimit, std::chrono::seconds(60));
 }
 
 TEST_F(HttpsDownloadTest, CancellingBeforeItHasBegunIsTheOneEnd)

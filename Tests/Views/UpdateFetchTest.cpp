@@ -13,6 +13,7 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
 
 namespace tessarin
@@ -53,16 +54,23 @@ protected:
     }
 
     // What a person would be told of the feed: the version, "none" for no newer one, or the reason of a failure.
-    QString find(const QUrl& url, const std::string& running = "1.0")
+    void startFind(const QUrl& url, const std::string& running = "1.0")
     {
-        QString answer = "It did not end.";
-        fetch->findNewest(url, running, { "linux", "6.1" }, [&](const UpdateFetch::Found& found) {
+        looks = 0;
+        seen = "It did not end.";
+        fetch->findNewest(url, running, { "linux", "6.1" }, [this](const UpdateFetch::Found& found) {
+            ++looks;
             update = found ? found.value() : std::nullopt;
-            answer = !found ? found.error().description() : update ? QString::fromStdString(update->item.version) : "none";
+            seen = !found ? found.error().description() : update ? QString::fromStdString(update->item.version) : "none";
             loop.quit();
         });
+    }
+    QString find(const QUrl& url, const std::string& running = "1.0")
+    {
+        startFind(url, running);
+        EXPECT_EQ(looks, 0) << "the end is told later";
         wait();
-        return answer;
+        return seen;
     }
     QString find(const std::string& items, const std::string& running = "1.0")
     {
@@ -93,7 +101,7 @@ protected:
         return told;
     }
     // Until the fetch has ended there is always another event to come.
-    void letPass(int events)
+    static void letPass(int events, const int& ends)
     {
         for (int event = 0; event < events && ends == 0; ++event) {
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
@@ -128,6 +136,8 @@ protected:
     std::unique_ptr<UpdateFetch> fetch;
     std::optional<AvailableUpdate> update;
     std::optional<VerifiedArchive> archive;
+    QString seen; // in the feed
+    int looks = 0; // that have ended
     QString told;
     int ends = 0;
     bool wasCancelled = false;
@@ -246,6 +256,76 @@ TEST_F(UpdateFetchTest, ASlowFeedCanBeCancelled)
     EXPECT_EQ(find(server->url("/slow")), "It was cancelled.");
 }
 
+// Each of its versions would be compared with one of two million bytes.
+TEST_F(UpdateFetchTest, AFeedOfLongVersionsIsReadAtOnce)
+{
+    std::string version = "99";
+    while (version.size() < 2'000'000) {
+        version += ".1";
+    }
+    std::string items = "<item><sparkle:version>" + version + "</sparkle:version><enclosure url='u'/></item>";
+    for (int item = 0; item < 9'990; ++item) {
+        items += "<item><sparkle:version>1</sparkle:version><enclosure url='u'/></item>";
+    }
+    EXPECT_EQ(find(items), "none");
+}
+
+TEST_F(UpdateFetchTest, AFeedIsReadInTheBackground)
+{
+    std::promise<void> go;
+    const std::shared_future<void> gone = go.get_future().share();
+    for (int thread = 0; thread < 2; ++thread) { // all that there are
+        runInBackground([gone] { gone.wait(); });
+    }
+    bool isOpen = false;
+    QTimer::singleShot(500, &loop, [&] {
+        isOpen = true;
+        go.set_value();
+    });
+    EXPECT_EQ(find(release("2.0")), "2.0");
+    EXPECT_TRUE(isOpen) << "it waited for its turn";
+    if (!isOpen) {
+        go.set_value();
+    }
+}
+
+// While it connects, while bytes come, while the feed is read, when the end is on its way.
+TEST_F(UpdateFetchTest, ALookThatIsCancelledAtAnyMomentHasOneEnd)
+{
+    publish("appcast.xml", QByteArray::fromStdString(feedOf(release("2.0"))));
+    const QUrl url = server->url("/files/appcast.xml");
+    bool hasEndedBefore = false;
+    for (int moment = 0; !hasEndedBefore; moment += 1 + moment / 10) {
+        startFind(url);
+        letPass(moment, looks);
+        hasEndedBefore = looks == 1;
+        fetch->cancel();
+        if (looks == 0) {
+            wait();
+        }
+        finishBackgroundWork();
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(seen == "2.0" || seen == "It was cancelled.") << seen.toStdString();
+        EXPECT_EQ(looks, 1);
+    }
+}
+
+TEST_F(UpdateFetchTest, ALookThatIsDroppedAtAnyMomentIsSilent)
+{
+    publish("appcast.xml", QByteArray::fromStdString(feedOf(release("2.0"))));
+    const QUrl url = server->url("/files/appcast.xml");
+    bool hasEndedBefore = false;
+    for (int moment = 0; !hasEndedBefore; moment += 1 + moment / 10) {
+        startFind(url);
+        letPass(moment, looks);
+        hasEndedBefore = looks == 1;
+        makeFetch();
+        finishBackgroundWork();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(looks, hasEndedBefore ? 1 : 0);
+    }
+}
+
 // While it connects, while bytes come, while they are verified, when the end is on its way.
 TEST_F(UpdateFetchTest, CancelledAtAnyMomentItHasOneEnd)
 {
@@ -253,7 +333,7 @@ TEST_F(UpdateFetchTest, CancelledAtAnyMomentItHasOneEnd)
     bool hasEndedBefore = false;
     for (int moment = 0; !hasEndedBefore; moment += 1 + moment / 10) {
         startFetch();
-        letPass(moment);
+        letPass(moment, ends);
         hasEndedBefore = ends == 1;
         fetch->cancel();
         if (ends == 0) {
@@ -273,7 +353,7 @@ TEST_F(UpdateFetchTest, DroppedAtAnyMomentItIsSilentAndLeavesNoFile)
     bool hasEndedBefore = false;
     for (int moment = 0; !hasEndedBefore; moment += 1 + moment / 10) {
         startFetch();
-        letPass(moment);
+        letPass(moment, ends);
         hasEndedBefore = ends == 1;
         makeFetch();
         finishBackgroundWork();

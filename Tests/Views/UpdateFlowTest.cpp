@@ -48,8 +48,7 @@ protected:
     {
         flow = std::make_unique<UpdateFlow>(UpdateFlow::Surroundings{ preferences, desktop, mainThread.mainThread(),
             [this] {
-                return UpdateFetch::Surroundings{ mainThread.mainThread(), folder / "incoming", server->key.updateKey(),
-                    server->https.trust() };
+                return UpdateFetch::Surroundings{ mainThread.mainThread(), folder / "incoming", key, server->https.trust() };
             },
             "1.0", { "linux", "6.1" }, std::move(appImage), { downloads, folder / "own" } });
         wasShown = false;
@@ -95,6 +94,7 @@ protected:
     const TemporaryFolder folder;
     const std::string downloads = folder / "downloads";
     const std::string program = folder / "bin/tessarin.AppImage";
+    std::optional<UpdateKey> key = server->key.updateKey();
     QtMainThread mainThread;
     Preferences preferences{ { folder / "configuration", folder / "data" } };
     testing::RecordingDesktop desktop;
@@ -133,11 +133,11 @@ TEST_F(UpdateFlowTest, AReleaseWithoutNotesHasNone)
 TEST_F(UpdateFlowTest, AVersionThatIsVeryLongOrOfSeveralLinesIsShownInItsBeginning)
 {
     EXPECT_EQ(look(server->publishFeed(
-                  "2.0", "<sparkle:shortVersionString>2.0\nsecond" + std::string(5000, 'x') + "</sparkle:shortVersionString>")),
+                  "2.0", "<sparkle:shortVersionString>2.0\nsecond" + std::string(100, 'x') + "</sparkle:shortVersionString>")),
         Stage::Found);
     EXPECT_EQ(flow->heading(), "tessarin 2.0 is available");
     flow->close();
-    EXPECT_EQ(look(server->publishFeed("2" + std::string(5000, '0'))), Stage::Found);
+    EXPECT_EQ(look(server->publishFeed("2" + std::string(150, '0'))), Stage::Found);
     EXPECT_LT(flow->heading().size(), 60);
 }
 
@@ -179,6 +179,24 @@ TEST_F(UpdateFlowTest, TheVerifiedBytesReplaceTheAppImageAndTheOldOneIsKeptUntil
     flow->dropPreviousVersion();
     finishBackgroundWork();
     EXPECT_EQ(namesIn(folder / "bin"), Names{ "tessarin.AppImage" });
+}
+
+TEST_F(UpdateFlowTest, ABuildWithoutAKeyTellsOfAReleaseAndDoesNotOfferToInstallIt)
+{
+    const QUrl feed = server->publishFeed("2.0");
+    EXPECT_EQ(look(feed), Stage::Found);
+    EXPECT_TRUE(flow->property("canInstall").toBool());
+    key.reset();
+    for (const bool isAppImage : { true, false }) {
+        launch(isAppImage ? AppImageInstall::at(program) : std::nullopt);
+        EXPECT_EQ(look(feed), Stage::Found);
+        EXPECT_EQ(flow->heading(), "tessarin 2.0 is available");
+        EXPECT_EQ(flow->message(), "You have 1.0. This build can't verify updates, so it can't install this one.");
+        EXPECT_FALSE(flow->property("canInstall").toBool());
+        flow->install();
+        EXPECT_EQ(flow->stage(), Stage::Found);
+    }
+    EXPECT_EQ(faultOfWhatIsThere(), "");
 }
 
 TEST_F(UpdateFlowTest, WhatDoesNotVerifyIsNeitherInstalledNorKeptNorShown)
@@ -299,10 +317,29 @@ TEST_F(UpdateFlowTest, WhoAsksDuringALookByItselfSeesItAndItsOutcome)
     ASSERT_TRUE(comesTo(Stage::UpToDate));
 }
 
+TEST_F(UpdateFlowTest, WhoAsksForAnOfferThatCameByItselfMakesItTheirOwn)
+{
+    lookByItself(server->publishFeed("2.0"));
+    std::vector<bool> told;
+    QObject::connect(flow.get(), &UpdateFlow::changed, [&] { told.push_back(flow->property("isAutomatic").toBool()); });
+    EXPECT_FALSE(flow->lookForPerson(server->publishFeed("2.0"))) << "the offer is shown, and nothing is looked at";
+    EXPECT_EQ(told, std::vector<bool>{ false }) << "the window hears of it";
+}
+
+TEST_F(UpdateFlowTest, ASilentLookThatDoesNotEndIsDroppedForTheNext)
+{
+    EXPECT_TRUE(flow->lookByItself(server->https.url("/slow")));
+    lookByItself(server->https.url("/truncated"));
+    EXPECT_EQ(flow->stage(), Stage::Idle) << "one that ends for nothing leaves nothing";
+    EXPECT_TRUE(flow->lookByItself(server->https.url("/slow")));
+    lookByItself(server->publishFeed("2.0"));
+    EXPECT_EQ(flow->stage(), Stage::Found);
+}
+
 TEST_F(UpdateFlowTest, WhileAPersonSeesSomethingNoLookBeginsByItself)
 {
     EXPECT_EQ(look(server->publishFeed("1.0")), Stage::UpToDate);
-    flow->lookByItself(server->publishFeed("2.0"));
+    EXPECT_FALSE(flow->lookByItself(server->publishFeed("2.0")));
     EXPECT_EQ(flow->stage(), Stage::UpToDate);
     EXPECT_TRUE(flow->isShown());
 }
@@ -370,6 +407,18 @@ TEST_F(UpdateFlowTest, AfterAnInstallOnlyWhatIsNewerStillIsOffered)
     EXPECT_EQ(look(server->publishFeed("2.0")), Stage::Installed) << "it is told that it waits for the next start";
     flow->close();
     EXPECT_EQ(look(server->publishFeed("2.1")), Stage::Found);
+}
+
+TEST_F(UpdateFlowTest, WhatIsInstalledIsToldOfThoughALaterReleaseWasOnOffer)
+{
+    EXPECT_EQ(look(server->publishFeed("2.0")), Stage::Found);
+    flow->install();
+    ASSERT_TRUE(comesTo(Stage::Installed));
+    flow->close();
+    EXPECT_EQ(look(server->publishFeed("2.1")), Stage::Found);
+    flow->close();
+    EXPECT_EQ(look(server->publishFeed("2.0")), Stage::Installed) << "the later one was withdrawn";
+    EXPECT_EQ(flow->heading(), "tessarin 2.0 is installed");
 }
 
 TEST_F(UpdateFlowTest, DroppedAtAnyStageItIsSilent)

@@ -13,6 +13,7 @@ import ssl
 import subprocess
 import sys
 import threading
+import time
 
 BODY = b'the bytes of a file\n' * 1000
 plain_requests = []
@@ -45,6 +46,25 @@ class Paths(http.server.BaseHTTPRequestHandler):
         while True:
             self.wfile.write(b'x' * 65536)
 
+    def endless_head(self):
+        self.wfile.write(b'HTTP/1.1 200 OK\r\n')
+        while True:
+            self.wfile.write(b'X-More: and more\r\n')
+            time.sleep(0.01)  # the pace, so that it takes no memory to speak of
+
+    def endless_failure(self):
+        self.head(503, Connection='close')
+        while True:
+            self.wfile.write(b'sorry')
+            time.sleep(0.01)
+
+    # Takes three times as long as a client with a bound of half a second waits at once.
+    def drips(self):
+        self.head(200, Content_Length=15)
+        for _ in range(15):
+            self.wfile.write(b'.')
+            time.sleep(0.1)
+
     def file(self):
         place = os.path.join(self.folder, os.path.basename(self.path))
         if self.path.startswith('/files/') and os.path.isfile(place):
@@ -76,6 +96,10 @@ class Paths(http.server.BaseHTTPRequestHandler):
             '/cookie': lambda: self.whole(b'', Set_Cookie='a=b'),
             '/cookie-of-mine': lambda: self.whole((self.headers.get('Cookie') or 'none').encode()),
             '/plain-requests': lambda: self.whole(str(len(plain_requests)).encode()),
+            '/endless-head': self.endless_head,
+            '/endless-failure': self.endless_failure,
+            '/drips': self.drips,
+            '/silent': self.rfile.read,  # never answers
             # Begins and never goes on: only the client ends it.
             '/slow': lambda: (self.head(200, Content_Length=len(BODY)), self.wfile.write(BODY[:10]), self.rfile.read()),
         }

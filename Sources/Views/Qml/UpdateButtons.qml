@@ -38,7 +38,7 @@ Item {
         }
 
         PushButton {
-            visible: root.flow.stage === UpdateFlow.Found
+            visible: root.flow.stage === UpdateFlow.Found && root.flow.canInstall
             prominent: true
             text: root.flow.installTitle
             onClicked: root.flow.install()
