@@ -35,8 +35,7 @@ void NewsGatherer::note(const ModelChange& change)
         m_news.isAsked = m_model->permissionRequest().has_value();
         return tellLater();
     case ModelChange::Kind::errorMessage:
-        m_news.hasFailed = m_model->errorMessage().has_value();
-        return tellLater();
+        return noteMessage();
     case ModelChange::Kind::workspaces:
     case ModelChange::Kind::selection:
     case ModelChange::Kind::plan:
@@ -70,6 +69,17 @@ void NewsGatherer::noteConnection()
     m_news.isTurnOver = !isAtWork && (m_news.isTurnOver || isOver);
     m_news.hasFailed = m_news.hasFailed || isFailure;
     m_news.hasTurnFailed = !isAtWork && (m_news.hasTurnFailed || (isFailure && m_hadTurn));
+    tellLater();
+}
+
+// Why a turn has failed stands in the news also when the message is put away before they are told.
+void NewsGatherer::noteMessage()
+{
+    const auto& message = m_model->errorMessage();
+    m_news.hasFailed = message.has_value();
+    if (message) {
+        m_news.message = QString::fromStdString(*message);
+    }
     tellLater();
 }
 

@@ -59,6 +59,7 @@ signals:
 
 private:
     void noteConnection();
+    void noteMessage();
     void noteImagine();
     void noteProvider();
     void noteEntry(std::size_t row);
