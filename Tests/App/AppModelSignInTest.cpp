@@ -42,8 +42,9 @@ protected:
     void beginStaleProbes()
     {
         const std::string here = "cd '" + runtime.directory() + "'; ";
-        preferences.setText(
-            "grokExecutablePath", makeProgram("other", here + "echo >> starts; while [ ! -e go ]; do sleep 0.01; done; echo stale"));
+        preferences.setText("grokExecutablePath",
+            makeProgram("other",
+                here + "echo >> starts; while [ -d '" + runtime.directory() + "' ] && [ ! -e go ]; do sleep 0.01; done; echo stale"));
         openModel();
         for (int probe = 0; probe < ProbeLimit::atOnce; ++probe) {
             model->refreshInstallStatus();
@@ -139,7 +140,7 @@ TEST_F(AppModelSignInTest, OfOverlappingRefreshesOfOneProgramTheLastAnswerStays)
     // The first start answers last.
     preferences.setText("grokExecutablePath",
         makeProgram("slow",
-            "if mkdir '" + counted + "' 2>/dev/null; then while [ ! -e '" + counted
+            "if mkdir '" + counted + "' 2>/dev/null; then while [ -d '" + counted + "' ] && [ ! -e '" + counted
                 + "/go' ]; do sleep 0.01; done; echo first; else echo second; fi"));
     openModel();
     waitUntil([&] { return std::filesystem::exists(counted); }, "the first start");

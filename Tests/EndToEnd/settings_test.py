@@ -187,8 +187,8 @@ class Programs(RuntimesCase):
 
     def test_AProgramThatIsSlowToTellItsVersionIsNotStartedForEveryLetter(self):
         starts = os.path.join(self.tools, 'starts')
-        self.desk.prefer(grokExecutablePath=self.tool('slow', f'echo >> {starts}; while [ ! -e {self.tools}/go ]; do sleep 0.02; done; '
-                                                              'echo at last'))
+        self.desk.prefer(grokExecutablePath=self.tool(
+            'slow', f'echo >> {starts}; while [ -d {self.tools} ] && [ ! -e {self.tools}/go ]; do sleep 0.02; done; echo at last'))
         self.open()
         self.open_settings()
         self.await_state(GROK, 'Installed')
