@@ -36,8 +36,11 @@ TEST_F(AppModelQuittingTest, TheRuntimeIsAskedToEndOnce)
 {
     Scenario scenario;
     scenario.step(R"({"ignoreTerm":true})").always("session/set_config_option").handshake().expect("session/prompt").chunk("Working");
+    scenario.waitForFile("end"); // the end of its input alone would end it, perhaps before the signal has come
     beginTurn("grok", scenario, 2);
     model->stopRuntimes();
+    waitUntil([this] { return runtime.hasRecorded("grok", "signal"); }, "the signal");
+    runtime.touch("end");
     waitUntil([this] { return runtime.hasRecorded("grok", "exit"); }, "the end of a runtime that does not mind the signal");
     const std::vector<JsonObject> record = runtime.record("grok");
     EXPECT_EQ(std::count_if(record.begin(), record.end(), [](const JsonObject& event) { return event.contains("signal"); }), 1);
@@ -46,13 +49,14 @@ TEST_F(AppModelQuittingTest, TheRuntimeIsAskedToEndOnce)
 TEST_F(AppModelQuittingTest, ARuntimeThatIsStoppedBehindTheCallIsAskedToEndToo)
 {
     Scenario scenario;
-    scenario.withoutVersion().step(R"({"ignoreTerm":true})").expect("initialize").reply().touch("open");
+    scenario.withoutVersion().step(R"({"ignoreTerm":true})").expect("initialize").reply().touch("open").waitForFile("end");
     runtime.script("codex", scenario);
     openProject({ "codex" });
     model->send("go");
     waitUntil([this] { return runtime.exists("open"); }, "the runtime");
     model->stopRuntimes();
     waitUntil([this] { return runtime.hasRecorded("codex", "signal"); }, "the signal");
+    runtime.touch("end");
 }
 
 TEST_F(AppModelQuittingTest, ASecondRuntimeIsAskedToo)
