@@ -7,7 +7,8 @@ from acp import opening, says, script, turn, until
 from asking import ALWAYS, NO, ONCE, answered, asks
 from desk import entry, new_id, task
 from library import Library, png
-from window_case import WIDE, WindowCase, main
+from settings_case import SettingsCase
+from window_case import main
 
 DEVICE = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), 'Device')
 sys.path.insert(0, DEVICE)
@@ -23,10 +24,8 @@ WAIT_FOR_PROVIDER = 'Wait for the agent to finish before changing providers.'
 TIMEOUT = 20
 
 
-class DeviceCase(WindowCase):
+class DeviceCase(SettingsCase):
     """The host is on. `device()` is a paired device."""
-
-    screen = WIDE
 
     def setUp(self):
         super().setUp()
@@ -320,10 +319,9 @@ class Companion(DeviceCase):
         return done.stdout
 
     def copied_link(self):
-        self.window.key('Ctrl+,')
-        self.window.wait_window('=Settings')
-        self.window.find('image', '=Android pairing QR code')
-        self.window.click_on('~button', '=Copy Pairing Link')
+        self.open_settings()
+        self.see('image', '=Android pairing QR code')
+        self.see('~button', '=Copy Pairing Link').click()
         self.window.wait(lambda: self.window.clipboard().startswith('tessarin://'), what='the link on the pasteboard')
         return self.window.clipboard()
 
@@ -367,9 +365,8 @@ class Companion(DeviceCase):
         self.await_in(log, 'Trying again')
         self.open()
         self.await_in(log, '.. Connected again')
-        self.window.key('Ctrl+,')
-        self.window.wait_window('=Settings')
-        self.window.click_on('~button', '=Rotate Access Key')
+        self.open_settings()
+        self.see('~button', '=Rotate Access Key').click()
         self.await_in(log, 'Pair again')
         self.assertEqual(watching.wait(TIMEOUT), 1)
 
@@ -384,9 +381,8 @@ class Keys(DeviceCase):
     def test_ANewKeyDropsEveryDeviceAndTheOldOneOpensNothing(self):
         device = self.start()
         old = self.pairing()
-        self.window.key('Ctrl+,')
-        self.window.wait_window('=Settings')
-        self.window.click_on('~button', '=Rotate Access Key')
+        self.open_settings()
+        self.see('~button', '=Rotate Access Key').click()
         with self.assertRaises(ConnectionLost):
             while device.step(TIMEOUT):
                 pass
@@ -397,9 +393,8 @@ class Keys(DeviceCase):
 
     def test_AHostThatIsOffIsClosed(self):
         device = self.start()
-        self.window.key('Ctrl+,')
-        self.window.wait_window('=Settings')
-        self.window.click_on(None, '=Allow paired Android devices to control this Mac')
+        self.open_settings()
+        self.see('check box', '=Allow paired Android devices to control this Mac').click()
         with self.assertRaises(ConnectionLost):
             while device.step(TIMEOUT):
                 pass
