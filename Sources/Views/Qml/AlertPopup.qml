@@ -15,7 +15,6 @@ SheetPopup {
     sheetHeight: column.height
     width: Theme.alertWidth
     padding: Theme.space24
-    onOpened: cancel.forceActiveFocus()
 
     Column {
         id: column

@@ -12,7 +12,6 @@ SheetPopup {
     title: "Copied"
     sheetHeight: column.height
     onClosed: install.dismissCopiedCommand()
-    onOpened: close.forceActiveFocus()
 
     Column {
         id: column
@@ -36,6 +35,7 @@ SheetPopup {
             id: close
 
             anchors.right: parent.right
+            focus: true
             text: "Close"
             onClicked: root.close()
         }

@@ -12,7 +12,6 @@ SheetPopup {
     title: picker.title
     sheetHeight: column.height
     onRejected: picker.cancel()
-    onOpened: field.selectPath()
 
     Column {
         id: column

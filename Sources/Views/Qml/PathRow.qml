@@ -1,17 +1,12 @@
 import QtQuick
 import Tessarin
 
-// The path as text, and the way up. Return takes what was typed.
+// The path as text, and the way up. Return takes what was typed; the first letter takes the place of the path that stands.
 Item {
     id: root
 
     required property FolderPicker picker
     readonly property string path: field.text
-
-    function selectPath() {
-        field.forceActiveFocus()
-        field.selectAll()
-    }
 
     function show(path) {
         field.text = path
@@ -36,9 +31,11 @@ Item {
         anchors.left: up.right
         anchors.leftMargin: Theme.space8
         anchors.right: parent.right
+        focus: true
         name: "Path"
         text: root.picker.path
         onAccepted: root.picker.submit(text)
+        Component.onCompleted: selectAll()
 
         Connections {
             target: root.picker

@@ -1,7 +1,8 @@
 import QtQuick
 import QtQuick.Templates as T
 
-// What comes over the window and holds everything else until it is answered.
+// What comes over the window and holds everything else until it is answered. What in it has `focus` is given the keys at once, not only
+// when it has come in.
 T.Dialog {
     id: root
 
