@@ -16,6 +16,7 @@ INSTALLED = sorted([
     'share/doc/tessarin/changelog.gz',
     'share/doc/tessarin/copyright',
     'share/doc/tessarin/remote-host.md',
+    'share/doc/tessarin/runtimes.md',
     'share/icons/hicolor/scalable/apps/tessarin.svg',
     'share/man/man1/tessarin.1.gz',
     'share/metainfo/com.local.tessarin.metainfo.xml',
