@@ -12,6 +12,9 @@ namespace tessarin
 
 // Keeps the probes of one program from becoming a crowd: each letter of a path that is typed asks again, and a program may take seconds to
 // tell its version. Main thread only; owned by AppModel.
+// It bounds the questions of one model, each of them one command or two in turn, and one that waits can be forgotten as a whole. The
+// commands themselves belong to the process, whose end stops them without a count (CommandGroup): one owner of both would have to know
+// which command belongs to which question of whom.
 class ProbeLimit
 {
 public:
