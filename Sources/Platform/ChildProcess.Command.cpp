@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cassert>
 #include <condition_variable>
-#include <limits>
 #include <mutex>
 #include <utility>
 
@@ -16,9 +15,15 @@ namespace tessarin
 
 // A command while it runs. It is held by the callbacks of its child, which go when the child has ended.
 struct Command {
+    // Of what it prints. Beyond CommandGroup::outputLimit the rest is read and forgotten, so that the command can come to its end.
+    enum class Kept { all, beginning, end };
+
+    explicit Command(Kept keptOutput) : kept(keptOutput) { }
+
+    const Kept kept;
     const std::shared_ptr<SerialQueue> queue = std::make_shared<SerialQueue>("com.local.tessarin.command");
-    std::size_t outputLimit = std::numeric_limits<std::size_t>::max(); // set before it runs, then on the queue
     CommandOutcome outcome; // on the queue
+    bool isCut = false; // the outcome lacks something; on the queue
     std::shared_ptr<ChildProcess> child; // set by who starts it, and asked on the queue
     bool isStopped = false; // of a group: main thread only
 };
@@ -43,15 +48,59 @@ void dropBrokenEnd(std::string& text)
     }
 }
 
-void keepOutput(Command& command, std::string_view chunk)
+// Without the end of a character of which the beginning is missing.
+void dropBrokenBeginning(std::string& text)
+{
+    std::size_t length = 0;
+    while (length < std::min<std::size_t>(text.size(), 3) && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
+        ++length;
+    text.erase(0, length);
+}
+
+void keepBeginning(Command& command, std::string_view chunk)
 {
     std::string& output = command.outcome.output;
-    const std::size_t room = command.outputLimit - std::min(output.size(), command.outputLimit);
+    if (command.isCut)
+        return; // it would not follow what is kept
+    const std::size_t room = CommandGroup::outputLimit - output.size();
     output += chunk.substr(0, room);
-    if (chunk.size() > room) {
+    command.isCut = chunk.size() > room;
+    if (command.isCut)
         dropBrokenEnd(output);
-        command.outputLimit = 0; // what comes from here on would not follow
+}
+
+void keepEnd(Command& command, std::string_view chunk)
+{
+    std::string& output = command.outcome.output;
+    const std::size_t kept = std::min(chunk.size(), CommandGroup::outputLimit);
+    const std::size_t room = CommandGroup::outputLimit - kept;
+    command.isCut = command.isCut || kept < chunk.size() || output.size() > room;
+    if (output.size() > room)
+        output.erase(0, output.size() - room);
+    output += chunk.substr(chunk.size() - kept);
+}
+
+void keepOutput(Command& command, std::string_view chunk)
+{
+    switch (command.kept) {
+    case Command::Kept::all:
+        command.outcome.output += chunk;
+        break;
+    case Command::Kept::beginning:
+        keepBeginning(command, chunk);
+        break;
+    case Command::Kept::end:
+        keepEnd(command, chunk);
+        break;
     }
+}
+
+CommandOutcome takeOutcome(Command& command, ChildEnd end)
+{
+    if (command.kept == Command::Kept::end && command.isCut)
+        dropBrokenBeginning(command.outcome.output);
+    command.outcome.status = end.status;
+    return std::move(command.outcome);
 }
 
 // `done` runs once: on the calling thread when the start fails, else on the queue of the command.
@@ -61,10 +110,7 @@ void startCommand(const std::shared_ptr<Command>& command, ChildLaunch launch, s
     launch.mergesErrorOutput = true;
     ChildProcess::Callbacks callbacks;
     callbacks.onOutput = [command](std::string_view chunk) { keepOutput(*command, chunk); };
-    callbacks.onEnd = [command, done](ChildEnd end) {
-        command->outcome.status = end.status;
-        done(std::move(command->outcome));
-    };
+    callbacks.onEnd = [command, done](ChildEnd end) { done(takeOutcome(*command, end)); };
     auto child = ChildProcess::launch(launch, command->queue, std::move(callbacks));
     if (!child)
         done(Failure{ child.error() });
@@ -80,7 +126,7 @@ CommandResult runCommand(const ChildLaunch& launch)
     std::mutex mutex;
     std::condition_variable ended;
     std::optional<CommandResult> result;
-    startCommand(std::make_shared<Command>(), launch, [&](CommandResult arrived) {
+    startCommand(std::make_shared<Command>(Command::Kept::all), launch, [&](CommandResult arrived) {
         // Notified under the lock: once the caller has the result, these objects are gone.
         const std::lock_guard lock(mutex);
         result = std::move(arrived);
@@ -93,7 +139,9 @@ CommandResult runCommand(const ChildLaunch& launch)
 
 void runCommandInBackground(const ChildLaunch& launch, MainThread& mainThread, std::function<void(CommandResult)> done)
 {
-    startCommand(std::make_shared<Command>(), launch, [&mainThread, done = std::move(done)](CommandResult result) {
+    // What a command has to tell a person stands at its end.
+    const auto command = std::make_shared<Command>(Command::Kept::end);
+    startCommand(command, launch, [&mainThread, done = std::move(done)](CommandResult result) {
         mainThread.post([done, result = std::move(result)]() mutable { done(std::move(result)); });
     });
 }
@@ -101,8 +149,7 @@ void runCommandInBackground(const ChildLaunch& launch, MainThread& mainThread, s
 void CommandGroup::run(const ChildLaunch& launch, MainThread& mainThread, std::function<void(CommandResult)> done)
 {
     std::erase_if(m_commands, [](const std::weak_ptr<Command>& command) { return command.expired(); });
-    const auto command = std::make_shared<Command>();
-    command->outputLimit = outputLimit;
+    const auto command = std::make_shared<Command>(Command::Kept::beginning);
     m_commands.push_back(command);
     // The command is held until its end has been told: it may be stopped in between.
     startCommand(command, launch, [&mainThread, command, done = std::move(done)](CommandResult result) {

@@ -109,7 +109,7 @@ struct CommandOutcome {
 // waiting, or with all three streams of this process where the launch inherits its output; no time limit. It is over when the command has
 // ended, whoever else keeps the pipe open. A failure is the platform's text of the failed start. Requires: not called from a queue.
 [[nodiscard]] Result<CommandOutcome, std::string> runCommand(const ChildLaunch& launch);
-// The same without blocking: `done` runs once on the main thread, never before this returns.
+// Without blocking: `done` runs once on the main thread, never before this returns, with the last CommandGroup::outputLimit of the output.
 void runCommandInBackground(
     const ChildLaunch& launch, MainThread& mainThread, std::function<void(Result<CommandOutcome, std::string>)> done);
 

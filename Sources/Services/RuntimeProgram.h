@@ -42,8 +42,8 @@ struct ProbeAnswer {
 // The failure is the platform's text of a start that failed.
 using ProbeResult = Result<ProbeAnswer, std::string>;
 
-// Runs the program to its end without blocking; `done` runs once on the main thread, unless the probe is stopped. A text that is longer
-// than CommandGroup::outputLimit is cut.
+// Runs the program to its end without blocking; `done` runs once on the main thread, unless the probe is stopped. Of a text that is
+// longer than CommandGroup::outputLimit the beginning counts.
 void probe(const std::string& executable, std::vector<std::string> arguments, const Environment& environment, MainThread& mainThread,
     std::function<void(ProbeResult)> done);
 // The same for a program whose text alone counts: absent when it is empty or not UTF-8, or the program did not start.

@@ -42,6 +42,20 @@ protected:
         return result;
     }
 
+    // Writes 100 MB to each of its streams, far more than a pipe takes, between its first words and its last.
+    static ChildLaunch flood()
+    {
+        return shell("printf 'first words'; head -c 100000000 /dev/zero | tr '\\0' o & head -c 100000000 /dev/zero | tr '\\0' e >&2; "
+                     "wait; printf 'last words'; exit 3");
+    }
+    // What is kept, and not what was written, is what it costs: the text was never longer than its buffer.
+    static void expectBounded(const CommandOutcome& outcome)
+    {
+        EXPECT_EQ(outcome.output.size(), CommandGroup::outputLimit);
+        EXPECT_LE(outcome.output.capacity(), 2 * CommandGroup::outputLimit);
+        EXPECT_EQ(outcome.status, 3);
+    }
+
     MainThread mainThread;
 };
 
@@ -127,13 +141,52 @@ TEST_F(ChildCommandTest, CommandsThatHangDoNotHoldUpOthers)
 
 TEST_F(ChildCommandTest, OfACommandInAGroupABoundedOutputIsKeptAndItComesToItsEnd)
 {
-    const auto result = runInGroup(probe({ "fill", "3000000" }));
+    const auto result = runInGroup(flood());
     ASSERT_TRUE(result && *result);
-    EXPECT_EQ(result->value().output.size(), CommandGroup::outputLimit);
-    EXPECT_EQ(result->value().status, 0);
+    expectBounded(result->value());
+    EXPECT_TRUE(result->value().output.starts_with("first words"));
+    EXPECT_FALSE(result->value().output.ends_with("last words"));
 }
 
-TEST_F(ChildCommandTest, TheBoundedOutputIsCutAtAWholeCharacter)
+TEST_F(ChildCommandTest, OfACommandInTheBackgroundTheEndOfTheOutputIsKept)
+{
+    const auto result = runInBackground(flood());
+    ASSERT_TRUE(result && *result);
+    expectBounded(result->value());
+    EXPECT_TRUE(result->value().output.ends_with("last words"));
+    EXPECT_FALSE(result->value().output.starts_with("first words"));
+}
+
+TEST_F(ChildCommandTest, AnOutputOfExactlyTheLimitIsKeptWhole)
+{
+    const std::string size = std::to_string(CommandGroup::outputLimit - 2);
+    const ChildLaunch launch = shell("printf é; head -c " + size + " /dev/zero | tr '\\0' o");
+    for (const auto& result : { runInGroup(launch), runInBackground(launch) }) {
+        ASSERT_TRUE(result && *result);
+        EXPECT_EQ(result->value().output, "é" + std::string(CommandGroup::outputLimit - 2, 'o'));
+    }
+}
+
+TEST_F(ChildCommandTest, TheKeptEndOfManySmallPiecesIsWhatCameLast)
+{
+    const auto result = runInBackground(shell("i=0; while [ $i -lt 20000 ]; do echo $i; i=$((i+1)); done"));
+    ASSERT_TRUE(result && *result);
+    std::string all;
+    for (int number = 0; number < 20000; ++number)
+        all += std::to_string(number) + "\n";
+    ASSERT_GT(all.size(), CommandGroup::outputLimit);
+    EXPECT_EQ(result->value().output, all.substr(all.size() - CommandGroup::outputLimit));
+}
+
+TEST_F(ChildCommandTest, TheKeptEndBeginsAtAWholeCharacter)
+{
+    const auto result = runInBackground(shell("yes 🎈 | tr -d '\\n' | head -c 3000000; printf a"));
+    ASSERT_TRUE(result && *result);
+    EXPECT_EQ(result->value().output.size(), CommandGroup::outputLimit - 3);
+    EXPECT_TRUE(isValidUtf8(result->value().output));
+}
+
+TEST_F(ChildCommandTest, TheKeptBeginningEndsAtAWholeCharacter)
 {
     const auto result = runInGroup(shell("printf a; yes é | tr -d '\\n' | head -c 3000000"));
     ASSERT_TRUE(result && *result);

@@ -1,3 +1,4 @@
+#include "Platform/CommandGroup.h"
 #include "ScriptedRuntime.h"
 #include "Services/Locators.h"
 #include "Services/RuntimeProgram.h"
@@ -163,12 +164,20 @@ TEST_F(LocatorProbeTest, TheAuthSummaryIsTheOutputOfItsOwnProbe)
     EXPECT_EQ(versionBy(&OpenCodeLocator::authSummary, executable("opencode")), std::nullopt);
 }
 
-TEST_F(LocatorProbeTest, AMillionBytesOfOutputDoNotStopAProbe)
+TEST_F(LocatorProbeTest, AFloodDoesNotStopAProbeAndItsBeginningCounts)
 {
-    commands("grok", R"({"--version":{"steps":[{"fill":1000000,"with":"v"},{"stderr":"e"}]}})");
+    commands("grok", R"({"--version":{"steps":[{"fill":200000000,"with":"v"},{"stderr":"e"}]}})");
     const auto version = versionBy(&GrokLocator::version, executable("grok"));
     ASSERT_TRUE(version);
-    EXPECT_EQ(*version, std::string(1000000, 'v') + "e");
+    EXPECT_EQ(*version, std::string(CommandGroup::outputLimit, 'v'));
+}
+
+TEST_F(LocatorProbeTest, WhatAFloodOfTheStatusRunSaysFirstAndItsStatusTellTheSignIn)
+{
+    const std::string flood = R"({"--version":{"output":"1"},"auth status":{"steps":[{"raw":"Not logged in "},)"
+                              R"({"fill":100000000,"with":"x"},{"exit":2}]}})";
+    commands("claude", flood);
+    EXPECT_EQ(inspectedBy(&ClaudeLocator::inspect, executable("claude")), (Inspected{ "1", true })) << "as the order of the tests has it";
 }
 
 TEST_F(LocatorProbeTest, AGrandchildThatHoldsThePipeDoesNotHoldAProbe)
