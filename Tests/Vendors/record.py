@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 """Records conversations with the vendors' real programs, for tests that need none of them.
 
-    record.py --folder BUILD/vendors [--into Tests/Services/Recordings] PROGRAM [CASE]...
+    record.py --folder BUILD/vendors --into Tests/Services/Recordings PROGRAM [CASE]...
 
-Speaks with a program directly, as the client does, against the model on the loopback address, and writes
-PROGRAM-CASE.jsonl: one line for each message, {"out": ours}, {"in": its} or {"stderr": text}. Without a case it records all of them. The
-home and the project are made anew for each, so that nothing of the person who runs this stands in a recording.
+Speaks with a program directly, as the client does, against the model on the loopback address, and writes PROGRAM-CASE.jsonl, one line for
+each message: {"out": ours}, {"in": its}, {"text": what it wrote and is no JSON}, {"stderr": text}, and {"exit": status} where it ended by
+itself. Without a case it records all of them. The home and the project are made anew for each, so that nothing of the person who runs this
+stands in a recording. As root nothing but the loopback address can be reached.
 """
 import argparse
 import os
@@ -20,7 +21,7 @@ from dataclasses import dataclass
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from loopback import NOWHERE  # noqa: E402
+from loopback import NOWHERE, only_loopback  # noqa: E402
 from modelserver.log import Log  # noqa: E402
 from modelserver.service import ModelService  # noqa: E402
 from recorder import acp, claude, codex, neutral  # noqa: E402
@@ -109,8 +110,9 @@ class Recording:
         talk = speaker.Talk(child, self._program, case, session)
         try:
             talk.run(PROMPT)
-            child.rest()
+            child.rest(talk.hear)
         finally:
+            talk.close()
             child.close()
         return child.lines, talk.session
 
@@ -129,6 +131,7 @@ def main():
     signal.signal(signal.SIGTERM, lambda *_: sys.exit('ended by a signal'))
     programs = os.path.join(os.path.abspath(given.folder), 'node_modules')
     os.makedirs(given.into, exist_ok=True)
+    only_loopback()
     for name in given.case or CASES:
         recording = Recording(given.program, programs, os.path.abspath(given.folder))
         try:

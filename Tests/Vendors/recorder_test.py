@@ -13,6 +13,7 @@ from types import SimpleNamespace
 sys.dont_write_bytecode = True
 from recorder import acp, claude, codex, neutral  # noqa: E402
 from recorder.child import Child  # noqa: E402
+from recorder.terminal import Terminal  # noqa: E402
 
 SAYS = 'import json, os, signal, sys\ndef say(**message):\n    print(json.dumps(message), flush=True)\ndef hear():\n    return json.loads(input())\n'
 TIMEOUT = 20
@@ -43,7 +44,9 @@ class ChildCase(unittest.TestCase):
         talk = talk_of(child, SimpleNamespace(**{'allows': True, 'stops_after': 0, 'mode': 'ask', **case}))
         try:
             talk.run('Please go on.')
+            child.rest(talk.hear)
         finally:
+            talk.close()
             child.close()
         return [line for line in child.lines if 'exit' not in line], talk
 
@@ -108,12 +111,51 @@ class ProtocolTest(ChildCase):
                             f'ask(2, "fs/read_text_file", path="{self.folder}/made/a.txt")\n'
                             f'ask(3, "fs/read_text_file", path="/nowhere/a.txt")\n'
                             f'terminal = ask(4, "terminal/create", **{TERMINAL!r})["result"]["terminalId"]\n'
-                            'ask(5, "terminal/output", terminalId=terminal)\nask(6, "nowhere/known")\n')
-        _, written, read, missing, created, output, unknown = self.answers(lines)
+                            'ask(5, "terminal/wait_for_exit", terminalId=terminal)\nask(6, "terminal/output", terminalId=terminal)\n'
+                            'ask(7, "nowhere/known")\n')
+        _, written, read, missing, created, end, output, unknown = self.answers(lines)
+        self.assertEqual(end, {'exitCode': 0, 'signal': None})
         self.assertEqual((written, read), ({}, {'content': 'text'}))
         self.assertEqual(missing, {'code': -32603, 'message': '/nowhere/a.txt: No such file or directory'})
         self.assertEqual(output, {'output': 'made', 'truncated': False, 'exitStatus': {'exitCode': 0, 'signal': None}})
         self.assertEqual((created['terminalId'], unknown['code']), ('TERMINAL-1', -32601))
+
+    def test_ACommandThatIsWaitedForCanBeEndedMeanwhile(self):
+        lines, _ = self.acp('terminal = ask(1, "terminal/create", command="sleep 1000")["result"]["terminalId"]\n'
+                            'say(id=2, method="terminal/wait_for_exit", params={"terminalId": terminal})\n'
+                            'ask(3, "terminal/output", terminalId=terminal)\n'
+                            'say(id=4, method="terminal/kill", params={"terminalId": terminal})\nhear()\nhear()\n')
+        _, _, output, *ends = self.answers(lines)
+        self.assertEqual(output, {'output': '', 'truncated': False})
+        self.assertCountEqual(ends, [{}, {'exitCode': None, 'signal': 'SIGKILL'}])
+
+    def test_ACommandIsEndedWithAllThatItHasStartedWhenItsTimeIsOver(self):
+        terminal = Terminal(['/bin/sh', '-c', 'sleep 1000 & echo $!; wait'], self.folder, dict(os.environ))
+        self.addCleanup(terminal.close)
+        deadline = time.monotonic() + TIMEOUT
+        while not terminal.output().endswith('\n'):
+            self.assertLess(time.monotonic(), deadline, 'it says nothing')
+            time.sleep(0.02)  # until the deadline; a file tells nobody that it has grown
+        self.assertIsNone(terminal.status())
+        terminal.wait(0.1)
+        self.assertEqual(terminal.status(), {'exitCode': None, 'signal': 'SIGKILL'})
+        while runs(int(terminal.output())):
+            self.assertLess(time.monotonic(), deadline, 'it still runs')
+            time.sleep(0.02)  # until the deadline; the end of a stranger's child is told to nobody here
+
+    def test_WhatIsAskedBehindATurnIsAnsweredToo(self):
+        after = 'say(id=turn, result={})\nask(7, "session/request_permission", options=options)\n'
+        lines, _ = self.played(lambda child, given: acp.Talk(child, 'grok', given, None), self.AGENT + after)
+        self.assertEqual(len(self.answers(lines)), 2)
+        agent = ('say(id=hear()["id"], result={})\nhear()\nhear()\nsay(id=hear()["id"], result={"thread": {"id": "t"}})\n'
+                 'say(id=hear()["id"], result={"turn": {"id": "u"}})\nsay(method="turn/completed")\nhear()\n'
+                 'say(id=0, method="item/fileChange/requestApproval")\nhear()\n')
+        lines, _ = self.played(lambda child, case: codex.Talk(child, 'codex', case, None), agent)
+        self.assertEqual(self.answers(lines), [{'decision': 'accept'}])
+        agent = ('hear()\nsay(type="control_response")\nhear()\nsay(type="result")\n'
+                 'say(type="control_request", request_id="r", request={"subtype": "can_use_tool", "input": {}})\nhear()\n')
+        lines, _ = self.played(lambda child, case: claude.Talk(child, 'claude', case, 'session'), agent)
+        self.assertEqual(lines[-1]['out']['response']['response'], {'behavior': 'allow', 'updatedInput': {}})
 
     def test_ATurnIsStoppedBehindAsManyPieces(self):
         piece = 'say(method="session/update", params={"update": {"sessionUpdate": "agent_message_chunk"}})\n'
@@ -191,16 +233,26 @@ class NeutralTest(unittest.TestCase):
         for leak in ('/srv/ada/x', 'by ada', 'ada@machine', 'pytest-of-ada_1', '-srv-ada-x'):
             self.assertEqual(neutral.leaks([*fine, leak], user='ada'), [leak])
         self.assertEqual(neutral.leaks(['{"role":"user"}', '--- /dev/null'], user='user'), [])
+        self.assertEqual(neutral.leaks(['a linux vm'], user='', host='vm'), [])
+
+    def test_TheMachineAndTheInstallationAreNamedByNobody(self):
+        with unittest.mock.patch('os.uname', return_value=SimpleNamespace(nodename='ada-laptop')):
+            said = {'hostname': 'ada-laptop', 'title': 'build@ada-laptop: ready', 'word': 'nada-laptops', 'installationId': '831fdb83'}
+            self.assertEqual(self.neutral(said), {'hostname': '{HOST}', 'title': 'build@{HOST}: ready', 'word': 'nada-laptops',
+                                                  'installationId': '{INSTALLATION}'})
+            self.assertEqual(neutral.leaks(['on ada-laptop', '{"word":"nada-laptops"}'], user=''), ['on ada-laptop'])
+        told, kept = '{"installationId":"831fdb83"}', '{"installationId":"{INSTALLATION}"}'
+        self.assertEqual(neutral.leaks([told, kept], user='', host=''), [told])
         with unittest.mock.patch('getpass.getuser', return_value='ada'):
             self.assertEqual(neutral.leaks(['by ada']), ['by ada'])
 
     def test_NoRecordingNamesAPlaceOfAMachine(self):
-        """Who recorded is known only where it is recorded: the name of whoever runs this may be any word of a conversation."""
+        """Who recorded, and on what, is known only where it is recorded: those of whoever runs this may be any word of a conversation."""
         recordings = glob.glob(os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '*', 'Recordings', '*.jsonl'))
         self.assertGreater(len(recordings), 50)
         for path in recordings:
             with open(path, encoding='utf-8') as file:
-                self.assertEqual(neutral.leaks(file, user=''), [], path)
+                self.assertEqual(neutral.leaks(file, user='', host=''), [], path)
 
 
 if __name__ == '__main__':

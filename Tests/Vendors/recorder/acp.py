@@ -1,6 +1,8 @@
 """The Agent Client Protocol as our client speaks it with Grok, Kimi and OpenCode."""
 import os
-import subprocess
+import threading
+
+from .terminal import Terminal
 
 ARGUMENTS = {'grok': ['--permission-mode', '{MODE}', 'agent', 'stdio'], 'kimi': ['acp'], 'opencode': ['acp', '--cwd', '{WS}']}
 GROK_MODES = {'ask': 'default', 'auto': 'auto'}
@@ -20,7 +22,7 @@ class Talk:
         self._child, self._program, self._case, self._stored = child, program, case, stored
         self._last_id = 0
         self._pieces = 0
-        self._terminals = {}
+        self._terminals, self._waiting = {}, []
         self.session = None
 
     def run(self, prompt):
@@ -54,14 +56,25 @@ class Talk:
         own = self._last_id
         self._child.send({'jsonrpc': '2.0', 'id': own, 'method': method, 'params': params})
         while (message := self._child.receive()) is not None:
-            if 'method' not in message:
-                if message.get('id') == own:
-                    return message
-            elif 'id' in message:
-                self._serve(message['id'], message['method'], message.get('params') or {})
-            else:
-                self._heard(message)
+            if 'method' not in message and message.get('id') == own:
+                return message
+            self.hear(message)
         return {}
+
+    def hear(self, message):
+        if 'method' in message and 'id' in message:
+            self._serve(message['id'], message['method'], message.get('params') or {})
+        elif 'method' in message:
+            self._heard(message)
+
+    def close(self):
+        """Ends the commands that still run, so that nobody waits for them any more."""
+        for terminal in self._terminals.values():
+            terminal.end()
+        for waiting in self._waiting:
+            waiting.join()
+        for terminal in self._terminals.values():
+            terminal.close()
 
     def _heard(self, message):
         update = (message.get('params') or {}).get('update') or {}
@@ -72,6 +85,12 @@ class Talk:
 
     def _serve(self, number, method, params):
         name = '_' + method.replace('/', '_')
+        if method == 'terminal/wait_for_exit':
+            # The program may want to know of the command meanwhile, or end it.
+            waiting = threading.Thread(target=self._answer_at_the_end, args=(number, self._terminals[params['terminalId']]), daemon=True)
+            waiting.start()
+            self._waiting.append(waiting)
+            return
         if not hasattr(self, name):
             answer = {'error': {'code': -32601, 'message': f'Unsupported ACP method: {method}'}}
         else:
@@ -99,20 +118,21 @@ class Talk:
     def _terminal_create(self, params):
         command = [params['command'], *params['args']] if params.get('args') else ['/bin/sh', '-c', params['command']]
         environment = {**self._child.environment, **{one['name']: one['value'] for one in params.get('env') or []}}
-        done = subprocess.run(command, cwd=params.get('cwd') or self._child.folder, env=environment, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT, check=False)
         name = f'TERMINAL-{len(self._terminals) + 1}'
-        self._terminals[name] = done
+        self._terminals[name] = Terminal(command, params.get('cwd') or self._child.folder, environment)
         return {'terminalId': name}
 
-    def _terminal_wait_for_exit(self, params):
-        return {'exitCode': self._terminals[params['terminalId']].returncode, 'signal': None}
+    def _answer_at_the_end(self, number, terminal):
+        terminal.wait()
+        self._child.send({'jsonrpc': '2.0', 'id': number, 'result': terminal.status()})
 
     def _terminal_output(self, params):
-        done = self._terminals[params['terminalId']]
-        return {'output': done.stdout.decode(), 'truncated': False, 'exitStatus': {'exitCode': done.returncode, 'signal': None}}
+        terminal = self._terminals[params['terminalId']]
+        status = terminal.status()
+        return {'output': terminal.output(), 'truncated': False, **({'exitStatus': status} if status else {})}
 
-    def _terminal_release(self, _params):
+    def _terminal_kill(self, params):
+        self._terminals[params['terminalId']].end()
         return {}
 
-    _terminal_kill = _terminal_release
+    _terminal_release = _terminal_kill

@@ -18,19 +18,21 @@ class Child:
                                          start_new_session=True)
         self.lines = []
         self.folder, self.environment = folder, environment
-        self._lock = threading.Lock()
+        self._lock, self._sending = threading.Lock(), threading.Lock()
         self._arrived = queue.Queue()
         self._readers = [threading.Thread(target=read, daemon=True) for read in (self._read_messages, self._read_errors)]
         for reader in self._readers:
             reader.start()
 
     def send(self, message):
-        self._note('out', message)
-        try:
-            self._process.stdin.write((json.dumps(message) + '\n').encode())
-            self._process.stdin.flush()
-        except BrokenPipeError:
-            pass  # its end is what is recorded then, and what the next `receive` tells
+        """From any thread; the order of the lines is that in which they are written."""
+        with self._sending:
+            self._note('out', message)
+            try:
+                self._process.stdin.write((json.dumps(message) + '\n').encode())
+                self._process.stdin.flush()
+            except (BrokenPipeError, ValueError):
+                pass  # its end is what is recorded then, and what the next `receive` tells; or we have closed it
 
     def receive(self, seconds=PATIENCE):
         """The next message, or None at the end of the program. Raises TimeoutError."""
@@ -42,17 +44,16 @@ class Child:
             self._arrived.put(None)
         return message
 
-    def rest(self):
-        """What comes until it is quiet."""
-        messages = []
+    def rest(self, hear):
+        """Lets `hear` have each message that comes until it is quiet."""
         while True:
             try:
                 message = self.receive(QUIET)
             except TimeoutError:
-                return messages
+                return
             if message is None:
-                return messages
-            messages.append(message)
+                return
+            hear(message)
 
     def close(self):
         """Ends it and all it has started. A program that has ended by itself has {"exit": status} as its last line."""

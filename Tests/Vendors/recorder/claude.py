@@ -32,14 +32,17 @@ class Talk:
             return
         self._child.send({'type': 'user', 'message': {'role': 'user', 'content': prompt}, 'parent_tool_use_id': None, 'session_id': self.session})
         while (message := self._child.receive()) is not None and message.get('type') != 'result':
-            self._heard(message)
-        self._child.rest()
+            self.hear(message)
+        self._child.rest(self.hear)
+
+    def close(self):
+        """Nothing of a turn is ours."""
 
     def _control(self, request):
         self._last_id += 1
         self._child.send({'type': 'control_request', 'request_id': f'tessarin_{self._last_id}', 'request': request})
 
-    def _heard(self, message):
+    def hear(self, message):
         if message.get('type') == 'control_request':
             self._serve(message['request_id'], message['request'])
         elif (message.get('event') or {}).get('type') == 'content_block_delta':

@@ -33,7 +33,10 @@ class Talk:
         self._turn = ((self._await(turn).get('result') or {}).get('turn') or {}).get('id')
         while self._turn and not self._is_over and self._hear():
             pass
-        self._child.rest()
+        self._child.rest(self.hear)
+
+    def close(self):
+        """Nothing of a turn is ours."""
 
     def _open(self):
         place = {'cwd': self._child.folder, **self._policy, 'sandbox': 'workspace-write'}
@@ -57,8 +60,11 @@ class Talk:
     def _hear(self):
         """Handles one message; false at the end of the program."""
         message = self._child.receive()
-        if message is None:
-            return False
+        if message is not None:
+            self.hear(message)
+        return message is not None
+
+    def hear(self, message):
         method = message.get('method')
         if method is None:
             self._answers[message.get('id')] = message
@@ -71,7 +77,6 @@ class Talk:
         elif method == 'turn/completed':
             self._is_over = True
             self._ask('account/rateLimits/read', {})
-        return True
 
     def _serve(self, number, method):
         if method in ('item/commandExecution/requestApproval', 'item/fileChange/requestApproval'):

@@ -12,8 +12,13 @@ KEPT = 2
 # braces stands what is below a place that is fine.
 PLACES = re.compile(r'(?<!})(?:/|%2F)(?:home|Users)(?:/|%2F)|(?<!})(?:/|%2F)root(?![\w-])|(?<![\w}])-(?:home|Users|root)-|'
                     r'(?<![\w}])/(?:tmp|var/tmp)/')
+# What a program makes up once for a machine and tells its vendor from then on.
+IDENTITIES = {'installationId': '{INSTALLATION}'}
+IDENTITY = re.compile(rf'"(?:{"|".join(IDENTITIES)})":"(?!{{INSTALLATION}})')
 # Accounts that are called by a word of any conversation: they tell of nobody.
 NOBODY = {'', 'admin', 'agent', 'dev', 'root', 'test', 'user'}
+# Likewise machines: as a whole value such a name is replaced all the same.
+NOWHERE = {'', 'debian', 'host', 'linux', 'localhost', 'vm'}
 
 
 def neutral(lines, places):
@@ -21,12 +26,12 @@ def neutral(lines, places):
     return [_placed(json.dumps(_cut(line), ensure_ascii=False, separators=(',', ':')), places) for line in lines]
 
 
-def leaks(texts, folder=None, user=None):
-    """The lines that still name a place below the parent of a folder, somebody's home, the system's temporary folder, or the user, who is
-    the one that this runs for where none is given. '' is nobody."""
-    user = getpass.getuser() if user is None else user
-    name = None if user in NOBODY else re.compile(rf'(?<![^\W_]){re.escape(user)}(?![^\W_])')
-    return [text for text in texts if folder and os.path.dirname(folder) in text or PLACES.search(text) or name and name.search(text)]
+def leaks(texts, folder=None, user=None, host=None):
+    """The lines that still name a place below the parent of a folder, somebody's home, the system's temporary folder, the user, the machine,
+    or what a program calls its installation. The user and the machine are those that this runs for where none is given; '' is none."""
+    names = _words({getpass.getuser() if user is None else user} - NOBODY | {_host() if host is None else host} - NOWHERE)
+    return [text for text in texts if folder and os.path.dirname(folder) in text or PLACES.search(text) or names and names.search(text)
+            or IDENTITY.search(text)]
 
 
 def places(folder, installed, port):
@@ -44,7 +49,23 @@ def _cut(value, key=None):
         return {name: _cut(inner, name) for name, inner in value.items()}
     if isinstance(value, list):
         return [_short(_cut(inner)) for inner in value[:KEPT]] if key in LONG else [_cut(inner) for inner in value]
-    return '{HOST}' if value == os.uname().nodename else value
+    if key in IDENTITIES:
+        return IDENTITIES[key]
+    if not isinstance(value, str):
+        return value
+    if value == _host():
+        return '{HOST}'
+    names = _words({_host()} - NOWHERE)
+    return names.sub('{HOST}', value) if names else value
+
+
+def _host():
+    return os.uname().nodename
+
+
+def _words(names):
+    """What finds them where they stand as words, or None."""
+    return re.compile(rf'(?<![^\W_])(?:{"|".join(map(re.escape, sorted(names)))})(?![^\W_])') if names else None
 
 
 def _short(offered):
