@@ -10,6 +10,7 @@ import layers
 import looks
 import running
 import sizes
+import texts
 import words
 
 
@@ -89,28 +90,72 @@ class Checks(unittest.TestCase):
         self.assertTrue(found and found[0].startswith('A.cpp:1:'), found)
         self.accepts(format, 'A.cpp', 'int a;\n')
 
+    def documented(self, page, **sources):
+        """The complaints about a page beside these sources, named by the check's own place for each."""
+        with tempfile.TemporaryDirectory() as root:
+            for name, content in ((documentation.PAGE, page), *((f'Sources/{PLACES[place]}', text) for place, text in sources.items())):
+                os.makedirs(os.path.dirname(os.path.join(root, name)), exist_ok=True)
+                with open(os.path.join(root, name), 'w') as file:
+                    file.write(content)
+            return documentation.complaints(root)
 
     def test_APageThatSaysWhatNoSourceSaysIsFound(self):
         self.rejects(documentation, documentation.PAGE, '| "<program> says what nobody says." | x |\n')
         self.rejects(documentation, documentation.PAGE, '## Codex\n- Searched: `/nowhere/codex`\n', 2)
         self.rejects(documentation, documentation.PAGE, '## Codex\n\n- Removed: `PATH`\n', 3)
-        self.accepts(documentation, documentation.PAGE, '## Codex\nWords, and "words" in `code`.\n')
+        self.rejects(documentation, documentation.PAGE, '## Codex\n\n- In front: `/bin`\n', 3)
+        self.rejects(documentation, documentation.PAGE, '## Codex\n- Added: `A=b`\n', 2)
+        self.accepts(documentation, documentation.PAGE, '## Codex\nWords, and "words" in `code`.\n| `x` | "words" |\n')
 
     def test_WhatTheCodeSaysAndThePageDoesNotIsFound(self):
-        text = 'x() { return "Something is " // why\n    "wrong with it."; }\n'
-        self.assertEqual(['Something is wrong with it.'], documentation.literals(text.replace(' // why', '')))
-        with tempfile.TemporaryDirectory() as root:
-            for name, content in ((documentation.PAGE, '## Codex\n'), ('Sources/App/FriendlyError.cpp', 'f("It is wrong.", "no");\n'),
-                                  ('Sources/Services/CodexLocator.cpp', LOCATOR)):
-                os.makedirs(os.path.dirname(os.path.join(root, name)), exist_ok=True)
-                with open(os.path.join(root, name), 'w') as file:
-                    file.write(content)
-            found = documentation.complaints(root)
-        self.assertEqual(3, len(found), found)
-        self.assertIn('~/bin/codex, /home/linuxbrew/.linuxbrew/bin/codex, /usr/bin/codex', found[0])
-        self.assertIn('A_KEY, B_KEY', found[1])
-        self.assertIn('It is wrong.', found[2])
+        found = self.documented('## Codex\n', error='f("It is wrong.", "no");\n', locator=LOCATOR)
+        self.assertEqual(5, len(found), found)
+        self.assertTrue(found[0].endswith('searched for Codex is in the code: ~/bin/codex, /home/linuxbrew/.linuxbrew/bin/codex, /usr/bin/codex'))
+        self.assertTrue(found[1].endswith('in front for Codex is in the code: /home/linuxbrew/.linuxbrew/bin, ~/bin, /usr/bin'), found[1])
+        self.assertTrue(found[2].endswith('removed for Codex is in the code: A_KEY, B_KEY'), found[2])
+        self.assertTrue(found[3].endswith('added for Codex is in the code: C_KEY=tessarin'), found[3])
+        self.assertIn('It is wrong.', found[4])
 
+    def test_AShortTextIsReadWhereItStands(self):
+        page = '### The state above the conversation\n| "Ready" | x |\n'
+        label = 'std::string_view State::label() const\n{\n    return "%s";\n}\n'
+        self.assertEqual([], self.documented(page, state=label % 'Ready'))
+        stale = self.documented(page, state=label % 'At rest', error='f("Ready");')
+        self.assertEqual(2, len(stale), 'the other source that says it is not the one: ' + str(stale))
+        self.assertTrue(stale[0].startswith(documentation.PAGE + ':2:'), stale[0])
+        self.assertIn('says nothing of "At rest"', stale[1])
+        self.assertEqual(1, len(self.documented('### The banner\n| "Ready" | x |\n', state=label % 'Ready')), 'it is in another table')
+
+    def test_ATextOfTheSettingsIsMissedOnThePage(self):
+        status = 'QString statusLabel(const State& state)\n{\n    return a ? QStringLiteral("Gone") : QStringLiteral("Here");\n}\n'
+        here = '### A program in Settings\n| "Here" | x |\n'
+        self.assertEqual(['Sources/Views/RuntimeSettingsRules.cpp:1: the page about the runtimes says nothing of "Gone"'],
+                         self.documented(here, settings=status))
+        self.assertEqual([], self.documented(here + '| "Gone" | x |\n', settings=status))
+
+    def test_APieceOfATextIsNotTheText(self):
+        page = '### The banner\n| "%s" | x |\n'
+        source = 'f("The " + name() + " is not there, and never was.");\n'
+        self.assertEqual([], self.documented(page % 'The <program> is not there, and never was.', error=source))
+        for text in ('The <program> is not there', 'is not there, and never was.', 'The <program> is not there, and never was', 'The'):
+            self.assertEqual(1, sum(each.startswith(documentation.PAGE) for each in self.documented(page % text, error=source)), text)
+
+    def test_AnExceptionThatIsNotNeededIsFound(self):
+        self.assertEqual([], self.documented('## x\n', selection='f("Choose a project");\n'))
+        found = self.documented('## x\n', selection='f("Choose a folder now");\n')
+        self.assertEqual(2, len(found), found)
+        self.assertIn('"Choose a project" any more', found[1])
+
+    def test_ATextIsReadWhole(self):
+        for source, wanted in (
+                ('"one " // why\n    "two"', ['one two']), ('a + " b " + c(1, "d") + "."', ['d', '<> b <>.']), ('f("a", "b")', ['a', 'b']),
+                ('QStringLiteral("a ") + QStringLiteral("b")', ['a b']), ('x ? QStringLiteral("a") : std::string("b")', ['a', 'b']),
+                ('assert(a && "b"); "c" // "d"\n#include "e"\n', ['c']), ("'\"' + \"a\"", ['<>a']), ('"a" + std::to_string(b) + "c";', ['a<>c'])):
+            self.assertEqual(wanted, texts.texts(source), source)
+
+
+PLACES = {'error': 'App/FriendlyError.cpp', 'locator': 'Services/CodexLocator.cpp', 'state': 'Models/ConnectionState.cpp',
+          'settings': 'Views/RuntimeSettingsRules.cpp', 'selection': 'App/AppModel.Selection.cpp'}
 
 LOCATOR = '''std::vector<std::string> CodexLocator::candidates(const RuntimeContext& context)
 {
@@ -121,8 +166,12 @@ LOCATOR = '''std::vector<std::string> CodexLocator::candidates(const RuntimeCont
 
 Environment CodexLocator::subscriptionEnvironment(const RuntimeContext& context)
 {
+    Environment environment = environmentWithFolders(
+        context, { homebrewFolder(context.platform), context.home + "/bin", "/usr/bin" }, "/bin");
     for (const char* key : { "A_KEY", "B_KEY" })
         environment.erase(key);
+    environment["C_KEY"] = "tessarin";
+    f("not logged in");
 }
 '''
 
