@@ -128,13 +128,9 @@ class Content(WindowCase):
     def test_APersonSelectsAndCopiesAcrossParagraphs(self):
         self.show(entry('assistant', 'The first paragraph.\n\n- an item\n- another\n\nThe last paragraph.'))
         first, last = (self.window.find('text', says=words) for words in ('The first paragraph.', 'The last paragraph.'))
-        self.window.move(first.rect[0] + 1, first.rect[1] + first.rect[3] // 2)
-        self.window.xdotool('mousedown', 1)
         end = last.rect[0] + last.rect[2] - 10, last.rect[1] + last.rect[3] // 2
-        for step in range(1, 9):
-            self.window.move(first.rect[0] + (end[0] - first.rect[0]) * step // 8, first.rect[1] + (end[1] - first.rect[1]) * step // 8)
-        self.window.shot(os.path.join(SCREENSHOTS, 'content-selection.png'))
-        self.window.xdotool('mouseup', 1)
+        self.window.drag((first.rect[0] + 1, first.rect[1] + first.rect[3] // 2), end,
+                         lambda: self.window.shot(os.path.join(SCREENSHOTS, 'content-selection.png')))
         self.window.key('Ctrl+C')
         whole = 'The first paragraph.\n\n- an item\n- another\n\nThe last paragraph.'
         self.window.wait(lambda: self.window.clipboard() == whole, what='the whole in the clipboard')

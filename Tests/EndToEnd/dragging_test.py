@@ -17,15 +17,7 @@ class Dragging(WindowCase):
     def drag_to(self, x, y, over=lambda: None):
         """Draws what lies in the source to that place of the screen, and lets it go there; what the source was told."""
         told = len(self.dragged.output.split())
-        self.window.move(1130, 330)
-        self.window.xdotool('mousedown', 1)
-        for step in range(1, 13):
-            self.window.move(1130 + (x - 1130) * step // 12, 330 + (y - 330) * step // 12)
-        self.window.move(x + 1, y)
-        try:
-            over()
-        finally:
-            self.window.xdotool('mouseup', 1)
+        self.window.drag((1130, 330), (x, y), over)
         self.window.wait(lambda: len(self.dragged.output.split()) > told, what='the end of the drag')
         return self.dragged.output.split()[-1]
 

@@ -129,7 +129,7 @@ class Kinds(NotificationCase):
         note = self.posted()
         self.assertEqual((note.summary, note.body), ('Imagine', 'Grok has finished.'))
         self.server.click(note)
-        self.window.wait(lambda: self.window.active_title() == TITLE, what='the window in front')
+        self.window.await_front('=' + TITLE)
         self.reads('1 creation')
 
     def test_ATurnThatThePersonStoppedIsNotTold(self):
@@ -195,7 +195,7 @@ class Manners(NotificationCase):
         self.run_away(says('Mended.'))
         note = self.posted()
         self.server.click(note, token='token_TIME1')
-        self.window.wait(lambda: self.window.active_title() == TITLE, what='the window in front')
+        self.window.await_front('=' + TITLE)
         self.reads('Mended.')
 
     def test_AClickThatTheDesktopDidNotSendIsNone(self):

@@ -33,7 +33,9 @@ class PictureCase(WindowCase):
         return self.window.exists('dialog') or self.window.exists('~button', '=Reject')
 
     def assert_everything_is_inside(self, width, height):
-        for element in self.window.find_all(('push button', 'label', 'text')):
+        found = self.window.find_all(('push button', 'label', 'text'))
+        self.window.load_more(found, 'rects')
+        for element in found:
             x, _, across, _ = element.rect
             if across > 0 and element.name:
                 self.assertGreaterEqual(x, 0, element)

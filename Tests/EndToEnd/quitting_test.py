@@ -102,7 +102,7 @@ class Question(QuittingCase):
         window = self.window.xwindow(TITLE)
         self.window.minimise(TITLE)
         self.window.screen.ask_to_close(window)
-        self.window.wait(lambda: self.window.active_title() == TITLE, what='the window in front')
+        self.window.await_front('=' + TITLE)
         self.await_question()
 
     def test_ClosingTheSettingsIsNoQuit(self):
@@ -117,8 +117,7 @@ class Question(QuittingCase):
     def test_OverTheSettingsTheQuestionStandsInThem(self):
         self.open_working()
         self.window.key('Ctrl+,')
-        self.window.wait_window('Settings')
-        self.window.wait(lambda: self.window.active_title() == 'Settings', what='the settings in front')
+        self.window.await_front('=Settings')
         self.window.key('Ctrl+Q')
         dialog = self.await_question()
         self.assertTrue(self.window.still(timeout=5))

@@ -22,8 +22,7 @@ class LogCase(WindowCase):
     def open_log(self):
         self.window.click_on('~menu bar item', '=Help')
         self.window.click_on('menu item', '=Runtime Log')
-        self.window.wait_window('=Runtime Log')
-        self.window.wait(lambda: self.window.active_title() == 'Runtime Log', what='the log to be in front')
+        self.window.await_front('=Runtime Log')
 
     def work(self, *steps):
         """A turn in which the runtime writes."""
@@ -53,7 +52,7 @@ class TheLog(LogCase):
         for key in ('Escape', 'Ctrl+W'):
             self.window.key(key)
             self.window.wait(lambda: 'Runtime Log' not in dict(self.window.xwindows().values()), what='the log to go')
-            self.window.wait(lambda: self.window.active_title() == TITLE, what='the main window to be in front')
+            self.window.await_front('=' + TITLE)
             self.open_log()
 
     def test_AnEmptyLogSaysSoAndWhatIsWrittenComesAtOnce(self):
@@ -99,7 +98,7 @@ class TheLog(LogCase):
                 self.window.key('Down')
         self.window.wait(lambda: item.focused, what='the focus on the entry')
         self.window.key('Return')
-        self.window.wait(lambda: self.window.active_title() == 'Runtime Log', what='the log to be in front')
+        self.window.await_front('=Runtime Log')
         self.await_text('line 1999')
         self.window.key('Home')
         self.await_text('line 0\n')
@@ -148,7 +147,7 @@ class ALargeLog(LogCase):
         self.await_text('the very last')
         self.window.key('Home')
         self.window.key('Escape')
-        self.window.wait(lambda: self.window.active_title() == TITLE, what='the main window to be in front')
+        self.window.await_front('=' + TITLE)
         self.desk.release('end')
         self.reads('Done.')
 

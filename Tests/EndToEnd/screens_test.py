@@ -71,7 +71,9 @@ class Screens(PictureCase):
             self.assert_everything_is_inside(width, height)
 
     def assert_everything_is_inside(self, width, height):
-        for element in self.window.find_all(('push button', 'label', 'text', 'list item', 'link', 'menu bar')):
+        found = self.window.find_all(('push button', 'label', 'text', 'list item', 'link', 'menu bar'))
+        self.window.load_more(found, 'rects')
+        for element in found:
             x, y, across, down = element.rect
             if across <= 0 or not element.name:
                 continue

@@ -9,14 +9,13 @@ class SettingsCase(WindowCase):
 
     def open_settings(self):
         self.window.key('Ctrl+,')
-        self.window.wait_window('=Settings')
-        self.window.wait(lambda: self.window.active_title() == 'Settings', what='the settings to be in front')
+        self.window.await_front('=Settings')
 
     def place(self):
         return next(place for name, place in self.window.xwindows().values() if name == 'Settings')
 
     def section(self, heading):
-        return self.window.find('panel', '=' + heading, showing=False)
+        return self.window.find('panel', '=' + heading, showing=False, within=self.window.find('frame', '=Settings', showing=False))
 
     def see(self, role=None, name=None, heading=None, **more):
         """Turns the wheel until all of the element is in the window, and returns it."""

@@ -162,7 +162,7 @@ class TheSection(UpdateCase):
         self.open_settings()
         self.window.press('~button', '=Check Now')
         self.window.find('heading', "=You're up to date")
-        self.window.wait(lambda: self.window.active_title() == UPDATE, what='the window to be in front')
+        self.window.await_front('=' + UPDATE)
         self.window.key('Escape')
         self.window.wait_gone('heading', "=You're up to date")
 
@@ -211,7 +211,7 @@ class AskedFor(UpdateCase):
             self.window.key('Down')
         self.window.key('Return')
         self.window.find('heading', '=tessarin 99.0 is available')
-        self.window.wait(lambda: self.window.active_title() == UPDATE, what='the window to be in front')
+        self.window.await_front('=' + UPDATE)
         install = self.window.find('~button', '=Install')
         for _ in range(6):
             if install.focused:

@@ -50,9 +50,9 @@ class WindowCase(unittest.TestCase):
 
     # Starting.
     def open(self, size=None):
-        """Starts the program and waits for its window."""
+        """Starts the program and waits until the keys go to its window."""
         self.app = self.window.launch([PROGRAM])
-        self.window.wait_window('/^' + TITLE + '/')
+        self.window.await_front('/^' + TITLE + '/')
         if size:
             self.window.place(TITLE, 0, 0, *size)
         return self.app

@@ -1,5 +1,5 @@
 """Drives the program the way a person or a screen reader does: it is seen through the accessibility tree (AT-SPI over D-Bus), real
-key and pointer events (XTest through xdotool) and pictures of the screen, and through nothing of its sources.
+key and pointer events (XTest) and pictures of the screen, and through nothing of its sources.
 
     from driver import Session
     with Session() as session:

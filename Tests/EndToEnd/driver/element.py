@@ -11,15 +11,16 @@ PROPERTIES = 'org.freedesktop.DBus.Properties'
 
 class Element:
     """What an accessible object said when it was read, and what can be done with it. Names, roles and states are of that moment
-    (`reload` asks again); text, value, place and actions are asked for each time."""
-    __slots__ = ('session', 'bus', 'path', 'name', 'role', 'states', 'description', 'interfaces',
-                 'depth', 'parent', 'children', 'application_pid')
+    (`reload` asks again), the description and the interfaces of the first time that they are asked for after it; text, value, place and
+    actions are asked for each time."""
+    __slots__ = ('session', 'bus', 'path', 'name', 'role', 'states', '_description', '_interfaces',
+                 'depth', 'parent', 'children', '_kept')
 
     def __init__(self, session, bus, path):
         self.session, self.bus, self.path = session, bus, path
-        self.name = self.description = ''
-        self.role, self.states, self.interfaces = 'unknown', frozenset(), ()
-        self.depth, self.parent, self.children, self.application_pid = 0, None, [], None
+        self.name, self.role, self.states = '', 'unknown', frozenset()
+        self.forget()
+        self.depth, self.parent, self.children = 0, None, []
 
     def __repr__(self):
         return f'<{self.role} {self.name!r} {self.path.rpartition("/")[2]}>'
@@ -41,6 +42,35 @@ class Element:
         self.session.load([self])
         return self
 
+    def forget(self):
+        self._description = self._interfaces = None
+        self._kept = {}
+
+    def keep(self, what, value):
+        """What was read of many at once is told the next time that it is asked for, and only then; None is not kept."""
+        if value is not None:
+            self._kept[what] = value
+
+    @property
+    def description(self):
+        if self._description is None:
+            self._description = self._property('Accessible', 'Description') or ''
+        return self._description
+
+    @description.setter
+    def description(self, text):
+        self._description = text
+
+    @property
+    def interfaces(self):
+        if self._interfaces is None:
+            self._interfaces = tuple(text.rpartition('.')[2] for text in self._call('Accessible', 'GetInterfaces')[0])
+        return self._interfaces
+
+    @interfaces.setter
+    def interfaces(self, names):
+        self._interfaces = names
+
     def has(self, *states):
         return all(state in self.states for state in states)
 
@@ -61,7 +91,9 @@ class Element:
         """The content through the Text interface, or None when there is none."""
         if 'Text' not in self.interfaces:
             return None
-        return self._plain(self._call('Text', 'GetText', (0, -1), '(ii)')[0])
+        if 'text' in self._kept:
+            return self._kept.pop('text')
+        return self.plain(self._call('Text', 'GetText', (0, -1), '(ii)')[0])
 
     @property
     def selection(self):
@@ -69,10 +101,10 @@ class Element:
         if not self._call('Text', 'GetNSelections')[0]:
             return ''
         first, last = self._call('Text', 'GetSelection', (0,), '(i)')
-        return self._plain(self._call('Text', 'GetText', (first, last), '(ii)')[0])
+        return self.plain(self._call('Text', 'GetText', (first, last), '(ii)')[0])
 
     @staticmethod
-    def _plain(text):
+    def plain(text):
         # A text document has separators of lines and paragraphs of its own.
         return text.replace('\u2028', '\n').replace('\u2029', '\n')
 
@@ -83,13 +115,15 @@ class Element:
     @property
     def rect(self):
         """(x, y, width, height) on the screen."""
-        return tuple(self._call('Component', 'GetExtents', (0,), '(u)')[0])
+        return tuple(self._kept.pop('rect', None) or self._call('Component', 'GetExtents', (0,), '(u)')[0])
 
     @property
     def actions(self):
         """Names of what can be done, in the order in which DoAction counts them."""
         if 'Action' not in self.interfaces:
             return []
+        if 'actions' in self._kept:
+            return self._kept.pop('actions')
         return [action[0] for action in self._call('Action', 'GetActions')[0]]
 
     def walk(self):

@@ -1,10 +1,10 @@
 """The desktop's notifications on the session bus, and the person who clicks on them."""
-import threading
 from collections import namedtuple
 
-from gi.repository import Gio, GLib
+from gi.repository import GLib
 
 from .accessibility import connect
+from .service import Service
 
 _NAME, _PATH = 'org.freedesktop.Notifications', '/org/freedesktop/Notifications'
 _INTERFACES = '''<node><interface name="org.freedesktop.Notifications">
@@ -19,37 +19,20 @@ CAPABILITIES = ('actions', 'body', 'body-markup', 'persistence')
 Note = namedtuple('Note', 'id replaces program icon summary body actions hints timeout')
 
 
-class Notifications(threading.Thread):
+class Notifications(Service):
     """`posted` holds every Note in the order of the calls, `standing` those that are on the screen by their ids, `closed` the ids that the
     program has closed. With `answers` false nothing is ever answered; with `refuses` every one is refused; with `holds` one is shown at once
-    and answered by `let_go`. `stop` must be called last."""
+    and answered by `let_go`."""
+
+    service, path, description = _NAME, _PATH, _INTERFACES
 
     def __init__(self, address, capabilities=CAPABILITIES, answers=True, refuses=False, holds=False):
-        super().__init__(daemon=True)
-        self._address, self._capabilities, self._answers, self._refuses = address, capabilities, answers, refuses
+        super().__init__(address)
+        self._capabilities, self._answers, self._refuses = capabilities, answers, refuses
         self._holds, self._held = holds, []
         self.posted, self.standing, self.closed, self.calls, self._last = [], {}, [], [], 0
-        self._ready = threading.Event()
 
-    def begin(self):
-        self.start()
-        if not self._ready.wait(5):
-            raise RuntimeError('the notifications did not start')
-        return self
-
-    def run(self):
-        self._context = GLib.MainContext()
-        self._context.push_thread_default()
-        self._loop = GLib.MainLoop(self._context)
-        self._bus = connect(self._address)
-        self._bus.register_object(_PATH, Gio.DBusNodeInfo.new_for_xml(_INTERFACES).interfaces[0], self._called, None, None)
-        self._bus.call_sync('org.freedesktop.DBus', '/', 'org.freedesktop.DBus', 'RequestName',
-                            GLib.Variant('(su)', (_NAME, 4)), None, 0, 3000, None)
-        self._ready.set()
-        self._loop.run()
-        self._bus.close_sync(None)
-
-    def _called(self, _connection, _sender, _path, _interface, method, arguments, invocation):
+    def called(self, _sender, method, arguments, invocation):
         self.calls.append(method)
         if not self._answers:
             return
@@ -80,16 +63,13 @@ class Notifications(threading.Thread):
         if reason == 3:
             self.closed.append(number)
         if self.standing.pop(number, None):
-            self._emit('NotificationClosed', '(uu)', (number, reason))
-
-    def _emit(self, name, signature, values):
-        self._bus.emit_signal(None, _PATH, _NAME, name, GLib.Variant(signature, values))
+            self.emit(_NAME, 'NotificationClosed', '(uu)', (number, reason))
 
     def click(self, note, token=None, closes=True):
         """The person clicks on it."""
         if token:
-            self._emit('ActivationToken', '(us)', (note.id, token))
-        self._emit('ActionInvoked', '(us)', (note.id, 'default'))
+            self.emit(_NAME, 'ActivationToken', '(us)', (note.id, token))
+        self.emit(_NAME, 'ActionInvoked', '(us)', (note.id, 'default'))
         if closes:
             self._close(note.id, 2)
 
@@ -106,12 +86,6 @@ class Notifications(threading.Thread):
         source = GLib.timeout_source_new(int(delay * 1000))
         source.set_callback(answer)
         source.attach(self._context)
-
-    def stop(self):
-        """Also dies, in the middle of a session."""
-        if self._ready.is_set():
-            self._loop.quit()
-            self.join(2)
 
 
 def forge_click(address, note):

@@ -1,5 +1,6 @@
 """Pictures of what is to be seen."""
 import struct
+import sys
 import time
 import zlib
 
@@ -13,7 +14,7 @@ def write_png(file, width, height, rgb):
     lines = b''.join(b'\0' + rgb[row * width * 3:(row + 1) * width * 3] for row in range(height))
     with open(file, 'wb') as out:
         out.write(b'\x89PNG\r\n\x1a\n' + chunk(b'IHDR', struct.pack('>IIBBBBB', width, height, 8, 2, 0, 0, 0)) +
-                  chunk(b'IDAT', zlib.compress(lines, 9)) + chunk(b'IEND', b''))
+                  chunk(b'IDAT', zlib.compress(lines, 1)) + chunk(b'IEND', b''))
 
 
 class Pictures:
@@ -25,17 +26,21 @@ class Pictures:
         if window is not None:
             _, (_, _, width, height) = self.xwindows()[window]
             return self.screen.picture(window, 0, 0, width, height)
+        return self.screen.picture(self.screen.root, *self._part(of))
+
+    def _part(self, of):
+        """(x, y, width, height) of what is on the screen of it."""
         width, height = self.screen_size()
         if of is None:
-            return self.screen.picture(self.screen.root, 0, 0, width, height)
+            return 0, 0, width, height
         x, y, across, down = of.rect if isinstance(of, Element) else of
         left, top, right, bottom = max(0, x), max(0, y), min(width, x + across), min(height, y + down)
         if right <= left or bottom <= top:
             raise UiError(f'nothing of {of!r} is on the screen')
-        return self.screen.picture(self.screen.root, left, top, right - left, bottom - top)
+        return left, top, right - left, bottom - top
 
     def screen_size(self):
-        return tuple(int(number) for number in self.xdotool('getdisplaygeometry').split())
+        return self.screen.size
 
     def shot(self, file, of=None, window=None):
         """A PNG file of that."""
@@ -44,8 +49,9 @@ class Pictures:
 
     def colours(self, of=None):
         """How many different colours are to be seen: 1 means blank."""
-        _, _, rgb = self.image(of)
-        return len({rgb[at:at + 3] for at in range(0, len(rgb), 3)})
+        points, blue_is_first = self.screen.points(self.screen.root, *self._part(of))
+        meaning = 0xFFFFFF if blue_is_first == (sys.byteorder == 'little') else 0xFFFFFF00
+        return len({point & meaning for point in set(memoryview(points).cast('I'))})
 
     def brightness(self, of=None):
         """The mean of all samples, 0 to 255."""
@@ -56,7 +62,8 @@ class Pictures:
         """Waits until two pictures in a row are the same: animations are over. False when that never comes."""
         last, end = None, time.monotonic() + timeout
         while time.monotonic() < end:
-            now = self.image(of)
+            part = self._part(of)
+            now = part, self.screen.points(self.screen.root, *part)
             if now == last:
                 return True
             last = now

@@ -101,7 +101,7 @@ class ProcessGroup:
     def _await(self, pids, seconds):
         end = time.monotonic() + seconds
         while any(self.alive(pid) for pid in pids) and time.monotonic() < end:
-            time.sleep(0.05)
+            time.sleep(0.01)
 
     def stop(self, processes, timeout, number=signal.SIGTERM):
         """Ends these and what they started; the exit status of the last one."""

@@ -13,13 +13,11 @@ class Reading:
 
     def texts(self, within=None, showing=True):
         """All that can be read: names and contents, in the order of the tree."""
-        out = []
-        for top in self.tree(within):
-            for element in top.walk():
-                if showing and not element.showing:
-                    continue
-                content = element.text
-                out += [text for text in (element.name, content if content != element.name else None) if text]
+        out, found = [], [element for top in self.tree(within) for element in top.walk() if element.showing or not showing]
+        self.load_more(found, 'texts')
+        for element in found:
+            content = element.text
+            out += [text for text in (element.name, content if content != element.name else None) if text]
         return out
 
     def dump(self, root=None, showing=False, details=False):
@@ -72,13 +70,10 @@ class Reading:
         return self._audit(root)
 
     def _audit(self, root):
-        complaints = []
-        for top in self.tree(root):
-            for element in top.walk():
-                if element.showing:
-                    where = '%r at %s' % (element, element.rect if 'Component' in element.interfaces else '?')
-                    complaints += [what + ': ' + where for what in self._complaints(element)]
-        return complaints
+        found = [element for top in self.tree(root) for element in top.walk() if element.showing]
+        self.load_more([element for element in found if element.role in PRESSABLE], 'actions')
+        return ['%s: %r at %s' % (what, element, element.rect if 'Component' in element.interfaces else '?')
+                for element in found for what in self._complaints(element)]
 
     @staticmethod
     def _complaints(element):

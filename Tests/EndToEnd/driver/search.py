@@ -16,27 +16,33 @@ class Search:
         roles = roles_of(role)
         if under:
             within = self.find(**under)
-        out = []
+        found = []
         for top in self.tree(within):
             for element in top.walk():
                 if element is within or (roles and element.role not in roles):
                     continue
                 if showing and not element.showing and element.role != 'application':
                     continue
-                if not matches(name, element.name) or not matches(description, element.description):
+                if not matches(name, element.name):
                     continue
                 if any((state[1:] in element.states) if state[0] == '!' else (state not in element.states) for state in states):
                     continue
-                if self._content_matches(element, text, says):
-                    out.append(element)
-        return out
+                found.append(element)
+        if description is not None:
+            self.load_more(found, 'descriptions')
+            found = [element for element in found if matches(description, element.description)]
+        if text is not None or says is not None:
+            self.load_more(found, 'texts')
+            found = [element for element in found if self._content_matches(element, text, says)]
+        return found
 
     @staticmethod
     def _content_matches(element, text, says):
         try:
-            if text is not None and not matches(text, element.text):
+            content = element.text
+            if text is not None and not matches(text, content):
                 return False
-            return says is None or matches(says, element.name) or matches(says, element.text)
+            return says is None or matches(says, element.name) or matches(says, content)
         except UiError:
             return False  # it went away between the snapshot and the question
 
@@ -57,7 +63,7 @@ class Search:
     def wait_gone(self, role=None, name=None, timeout=None, **more):
         self.wait(lambda: not self.exists(role, name, **more), timeout, f'the end of {role} {name!r} {more}', dump=True)
 
-    def wait(self, is_true, timeout=None, what='the condition', dump=False, every=0.05):
+    def wait(self, is_true, timeout=None, what='the condition', dump=False, every=0.03):
         """Calls until the result is true and returns it. A vanished element counts as not yet; a crash of the program fails at once."""
         timeout = self.timeout if timeout is None else timeout
         end, last = time.monotonic() + timeout, None
@@ -87,6 +93,12 @@ class Search:
     def wait_window(self, title=None, timeout=None):
         """The window with that title, once it is on the screen."""
         return self.find(('frame', 'window', 'dialog'), title, timeout)
+
+    def await_front(self, title):
+        """The window with that title, once the keys go to it: the window manager says so, and so does the program."""
+        window = self.wait_window(title)
+        self.wait(lambda: matches(title, self.active_title()) and window.reload().has('active'), what=f'{title} to be in front')
+        return window
 
     def focused(self):
         """The deepest element that has the keyboard focus, or None."""

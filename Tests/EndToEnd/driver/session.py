@@ -12,6 +12,7 @@ import uuid
 from gi.repository import Gio, GLib
 
 from .accessibility import Accessibility, connect
+from .bus import Questions
 from .errors import UiError
 from .inputs import Inputs
 from .pictures import Pictures
@@ -94,7 +95,7 @@ class Session(Accessibility, Search, Reading, Inputs, Windows, Pictures):
     def __init__(self, size=(1280, 900), display=None, env=None, home=None, path=None, timeout=15):
         self.size, self.timeout, self._given_display = size, timeout, display
         self.apps, self._helpers = [], []
-        self._bus = self.a11y = self.screen = self.file_manager = None
+        self._bus = self.a11y = self.questions = self.screen = self.file_manager = None
         self.dir = tempfile.mkdtemp(prefix='tessarin-window-')
         os.chmod(self.dir, 0o700)
         self.home = home or os.path.join(self.dir, 'home')
@@ -143,15 +144,19 @@ class Session(Accessibility, Search, Reading, Inputs, Windows, Pictures):
     def start(self):
         _OPEN.append(self)
         self.group.adopt_orphans()
-        self.env['DISPLAY'] = self._given_display or self._start_screen()
+        # The screen takes its time to come; the buses come meanwhile.
+        await_screen = self._start_screen() if self._given_display is None else lambda: self._given_display
+        await_bus = self._start_bus()
+        self.env['DISPLAY'] = await_screen()
         self.screen = Screen(self.env['DISPLAY'])
-        self._start_buses()
         if self._given_display is None:
             os.makedirs(self.env['XDG_CONFIG_HOME'] + '/fontconfig', exist_ok=True)
             with open(self.env['XDG_CONFIG_HOME'] + '/fontconfig/fonts.conf', 'w') as file:
                 file.write(_FONTS)
             self._helper(['openbox', '--sm-disable', '--config-file', os.path.join(_HERE, 'openbox.xml')], 'window-manager.log')
-            self.wait(self._window_manager_answers, 10, 'the window manager')
+        self._start_accessibility(await_bus())
+        if self._given_display is None:
+            self.wait(self.screen.has_manager, 10, 'the window manager', every=0.01)
         return self
 
     def _helper(self, argv, log, pass_fds=()):
@@ -165,10 +170,9 @@ class Session(Accessibility, Search, Reading, Inputs, Windows, Pictures):
         process = self._helper(['Xvfb', '-displayfd', str(writing), '-screen', '0', '%dx%dx24' % self.size, '-r', '-nolisten', 'tcp',
                                 '-noreset', '-dpi', '96', '-ac'], 'screen.log', (writing,))
         os.close(writing)
-        return ':' + self._first_line(reading, 'Xvfb', process)
+        return lambda: ':' + self._first_line(reading, 'Xvfb', process)
 
-    def _start_buses(self):
-        """The accessibility service has to be there before the program: Qt looks for it once and does not start it."""
+    def _start_bus(self):
         services = os.path.join(self.dir, 'services')
         os.makedirs(services)
         with open(services + '/org.a11y.Bus.service', 'w') as file:
@@ -180,15 +184,16 @@ class Session(Accessibility, Search, Reading, Inputs, Windows, Pictures):
         process = self._helper(['dbus-daemon', '--config-file=' + configuration, '--nofork', '--nopidfile',
                                 '--print-address=%d' % writing], 'bus.log', (writing,))
         os.close(writing)
-        self.env['DBUS_SESSION_BUS_ADDRESS'] = self._first_line(reading, 'dbus-daemon', process)
+        return lambda: self._first_line(reading, 'dbus-daemon', process)
+
+    def _start_accessibility(self, address):
+        """The accessibility service has to be there before the program: Qt looks for it once and does not start it."""
+        self.env['DBUS_SESSION_BUS_ADDRESS'] = address
         self._bus = connect(self.env['DBUS_SESSION_BUS_ADDRESS'])
-        self.file_manager = FileManager(self.env['DBUS_SESSION_BUS_ADDRESS'])
-        self.file_manager.start()
-        if not self.file_manager.ready.wait(5):
-            raise UiError('the recording file manager did not start')
+        self.file_manager = FileManager(self.env['DBUS_SESSION_BUS_ADDRESS']).begin()
         address = self._bus.call_sync('org.a11y.Bus', '/org/a11y/bus', 'org.a11y.Bus', 'GetAddress', None,
                                       GLib.VariantType('(s)'), Gio.DBusCallFlags.NONE, 15000, None).unpack()[0]
-        self.a11y = connect(address)
+        self.a11y, self.questions = connect(address), Questions(address)
 
     @staticmethod
     def _first_line(descriptor, what, process, timeout=15):
@@ -204,10 +209,6 @@ class Session(Accessibility, Search, Reading, Inputs, Windows, Pictures):
                 data += got
         os.close(descriptor)
         return data.split(b'\n')[0].decode()
-
-    def _window_manager_answers(self):
-        out = subprocess.run(['xdotool', 'get_num_desktops'], env=self.env, capture_output=True, text=True)
-        return out.returncode == 0 and 'rror' not in out.stderr and out.stdout.strip().isdigit()
 
     def launch(self, argv, env=None, cwd=None):
         """Starts the program; its output goes to a file (App.output)."""
@@ -237,6 +238,8 @@ class Session(Accessibility, Search, Reading, Inputs, Windows, Pictures):
                         connection.close_sync(None)
                     except GLib.Error:
                         pass  # the other end went first
+            if self.questions:
+                self.questions.close()
             if self.screen:
                 self.screen.close()
             self.group.stop(list(reversed(self._helpers)), 3)

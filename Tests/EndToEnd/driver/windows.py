@@ -1,6 +1,4 @@
 """Windows as the window manager sees them."""
-import subprocess
-
 from .errors import UiError
 from .vocabulary import matches
 
@@ -10,16 +8,7 @@ class Windows:
 
     def xwindows(self):
         """id -> (title, (x, y, width, height)) of the mapped top-level windows."""
-        out = {}
-        found = subprocess.run(['xdotool', 'search', '--onlyvisible', '--name', '.+'], env=self.env, capture_output=True, text=True)
-        for window in found.stdout.split():
-            try:
-                name = self.xdotool('getwindowname', window)
-                place = dict(line.split('=') for line in self.xdotool('getwindowgeometry', '--shell', window).splitlines())
-                out[int(window)] = (name, tuple(int(place[key]) for key in ('X', 'Y', 'WIDTH', 'HEIGHT')))
-            except UiError:
-                pass  # it went away meanwhile
-        return out
+        return self.screen.windows()
 
     def xwindow(self, title):
         there = self.xwindows()
@@ -29,24 +18,24 @@ class Windows:
         return got[-1]
 
     def place(self, title, x, y, width, height):
-        """Gives a window its place and size, and waits until it has the size."""
+        """Gives a window its place and size, and waits until it has the size and its program knows that."""
         window = self.xwindow(title)
-        self.xdotool('windowsize', window, width, height)
-        self.xdotool('windowmove', window, x, y)
+        self.screen.place(window, x, y, width, height)
         self.wait(lambda: self.xwindows().get(window, ('', (0, 0, 0, 0)))[1][2:] == (width, height), 5,
                   f'the size {width}x{height} of {title}')
+        self.screen.await_taken(window)
 
     def activate(self, title):
+        """Brings a window to the front, and waits until the keys go to it."""
         self.xdotool('windowactivate', '--sync', self.xwindow(title))
+        self.await_front(title)
 
     def minimise(self, title):
         self.xdotool('windowminimize', '--sync', self.xwindow(title))
 
     def active_title(self):
-        try:
-            return self.xdotool('getwindowname', self.xdotool('getactivewindow'))
-        except UiError:
-            return None
+        window = self.screen.active()
+        return self.screen.title(window) if window else None
 
     def close_window(self, title):
         self.screen.ask_to_close(self.xwindow(title))
