@@ -32,7 +32,7 @@ run_benchmarks() {
         lines+=$(sed -nE 's/^([^:]+): *([^(]+) \(bar:? *(.+)\)$/| \1 | \2 | \3 |/p' <<< "$line")$'\n'
     done < <(find "$root/build/release/Benchmarks" -maxdepth 1 -type f -name '*Benchmark' -perm -u+x | sort)
     printf '| what | measured | bar |\n|---|---|---|\n%s' "$lines"
-    [ -z "$failed" ] || fail "A bar was missed: look at$failed and run ./test --benchmarks again on a machine that does nothing else."
+    [ -z "$failed" ] || fail "A bar was missed: look at:$failed, and run ./test --benchmarks again on a machine that does nothing else."
 }
 
 # Installs the package in a system of its own, runs it there and removes it again.
