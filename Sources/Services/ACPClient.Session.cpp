@@ -1,5 +1,7 @@
 #include "Services/ACPClient.h"
 
+#include "Services/ProgramVersion.h"
+
 #include <utility>
 
 // The conversation that an ACPClient begins: opening a session, a turn, calling it off.
@@ -12,7 +14,6 @@ namespace
 
 constexpr std::int64_t protocolVersion = 1;
 constexpr std::string_view clientName = "tessarin";
-constexpr std::string_view clientVersion = "0.5.1";
 
 ACPClientError disconnected()
 {
@@ -32,7 +33,7 @@ void ACPClient::sendInitialize(PendingRequests::Handler handler)
 {
     const JsonObject fileSystem{ { "readTextFile", true }, { "writeTextFile", true } };
     const JsonObject capabilities{ { "fs", fileSystem }, { "terminal", true } };
-    const JsonObject client{ { "name", clientName }, { "version", clientVersion } };
+    const JsonObject client{ { "name", clientName }, { "version", programVersion() } };
     sendRequest("initialize", { { "protocolVersion", protocolVersion }, { "clientCapabilities", capabilities }, { "clientInfo", client } },
         std::move(handler));
 }

@@ -1,6 +1,7 @@
 #include "Services/CodexAppServerClient.h"
 
 #include "Platform/Files.h"
+#include "Services/ProgramVersion.h"
 
 #include <utility>
 
@@ -13,7 +14,6 @@ namespace
 {
 
 constexpr std::string_view clientName = "tessarin";
-constexpr std::string_view clientVersion = "0.5.1";
 
 AgentRuntimeError failure(AgentRuntimeError::Kind kind, std::string message)
 {
@@ -45,7 +45,7 @@ void CodexAppServerClient::launch(Opening opening)
 
 void CodexAppServerClient::sendInitialize(Opening opening)
 {
-    const JsonObject client{ { "name", clientName }, { "title", clientName }, { "version", clientVersion } };
+    const JsonObject client{ { "name", clientName }, { "title", clientName }, { "version", programVersion() } };
     const JsonObject capabilities{ { "experimentalApi", true } };
     sendRequest("initialize", { { "clientInfo", client }, { "capabilities", capabilities } },
         next(&CodexAppServerClient::initialized, std::move(opening)));

@@ -74,7 +74,7 @@ TEST_F(ACPClientStartTest, InitializeTellsTheProtocolTheCapabilitiesAndTheClient
     ASSERT_TRUE(waitForEvent("started")) << report();
     EXPECT_EQ(theMessage("initialize"), parsed(R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":1,
         "clientCapabilities":{"fs":{"readTextFile":true,"writeTextFile":true},"terminal":true},
-        "clientInfo":{"name":"tessarin","version":"0.5.1"}}})"));
+        "clientInfo":{"name":"tessarin","version":")" TESSARIN_VERSION R"("}}})"));
 }
 
 TEST_F(ACPClientStartTest, ANewSessionIsOpenedWithTheProjectFolder)

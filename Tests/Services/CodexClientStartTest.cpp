@@ -51,7 +51,7 @@ TEST_P(CodexClientStartModeTest, TheMessagesOfAStartGoOutInThisOrderWithTheWords
         { "approvalsReviewer", GetParam().approvalsReviewer }, { "sandbox", GetParam().sandbox } };
     EXPECT_THAT(runtime.received("codex"),
         ElementsAre(parsed(R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"clientInfo":{"name":"tessarin","title":"tessarin",)"
-                           R"("version":"0.5.1"},"capabilities":{"experimentalApi":true}}})"),
+                           R"("version":")" TESSARIN_VERSION R"("},"capabilities":{"experimentalApi":true}}})"),
             parsed(R"({"jsonrpc":"2.0","method":"initialized"})"),
             parsed(R"({"jsonrpc":"2.0","id":2,"method":"account/rateLimits/read","params":{}})"),
             Json{ { "jsonrpc", "2.0" }, { "id", 3 }, { "method", "thread/start" }, { "params", threadParams } }));

@@ -1,0 +1,11 @@
+#include "Services/ProgramVersion.h"
+
+namespace tessarin
+{
+
+std::string_view programVersion()
+{
+    return TESSARIN_VERSION;
+}
+
+} // namespace tessarin
