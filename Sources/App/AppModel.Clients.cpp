@@ -215,12 +215,15 @@ void AppModel::dropClient()
 void AppModel::stopRuntimes()
 {
     abandonReplay();
-    const std::shared_ptr<AgentClient> client = m_client;
+    const std::vector<std::shared_ptr<AgentClient>> clients{ m_client, m_imagineClient };
     dropClient();
     dropImagineClient();
     stopProbes();
-    if (client) {
-        client->finishStop();
+    m_signIns.stop();
+    for (const std::shared_ptr<AgentClient>& client : clients) {
+        if (client) {
+            client->finishStop();
+        }
     }
     if (!m_treeChanges.isEmpty()) {
         persist();

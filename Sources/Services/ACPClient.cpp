@@ -99,4 +99,10 @@ void ACPClient::stop()
     });
 }
 
+// The runtime has been asked within the stop; what it ran through us is asked behind it.
+void ACPClient::finishStop()
+{
+    m_terminals.finishReleases();
+}
+
 } // namespace tessarin

@@ -59,6 +59,7 @@ public:
     void cancel() override;
     void respondToPermission(std::int64_t requestID, std::string optionID) override;
     void stop() override;
+    void finishStop() override;
 
 private:
     // Plays a runtime without a process; for fuzz targets.

@@ -46,7 +46,7 @@ public:
     // Ends the child with one SIGTERM and fails what is outstanding as disconnected; onUnexpectedTermination does not fire. What had
     // been posted before still arrives at the other callbacks, also when the client is dropped meanwhile.
     virtual void stop() = 0;
-    // After `stop`, where nobody comes back to look: returns when the child has been asked to end. Most clients ask within `stop`.
+    // After `stop`, where nobody comes back to look: returns when the child and the commands it ran through us have been asked to end.
     virtual void finishStop() { }
 
     // Set before `start`, main thread only; not replaced while they run. A callback may call any operation, `stop` included.

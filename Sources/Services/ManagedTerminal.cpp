@@ -111,13 +111,19 @@ void ManagedTerminal::waitForExit(ExitCompletion completion)
 
 void ManagedTerminal::release()
 {
-    onQueue([exit = m_exit] {
+    // Held until it is done, so that finishRelease can be called by whoever has kept it weakly.
+    onQueue([terminal = shared_from_this(), exit = m_exit] {
         exit->isReleased = true;
         if (exit->child) {
             exit->child->terminate();
             exit->child->closeStreams();
         }
     });
+}
+
+void ManagedTerminal::finishRelease()
+{
+    m_queue->sync([] {}); // behind the work above
 }
 
 } // namespace tessarin

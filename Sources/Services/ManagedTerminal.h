@@ -44,8 +44,10 @@ public:
     void kill();
     // Returns at once; `completion` comes when the child has ended, or soon if it has.
     void waitForExit(ExitCompletion completion);
-    // Kills the child and reads no more of its output.
+    // Kills the child and reads no more of its output. Returns before that is done.
     void release();
+    // After `release`: returns when the child has been asked to end. Not called from a queue.
+    void finishRelease();
 
 private:
     // The child and those who wait for its end. It outlives a released terminal until the child has ended.

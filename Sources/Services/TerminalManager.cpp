@@ -189,8 +189,18 @@ Result<void, ACPClientError> TerminalManager::release(const std::string& id)
         }
         released = std::move(node.mapped());
     }
-    released->release();
+    release(released);
     return {};
+}
+
+void TerminalManager::release(const std::shared_ptr<ManagedTerminal>& terminal)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        std::erase_if(m_released, [](const std::weak_ptr<ManagedTerminal>& each) { return each.expired(); });
+        m_released.push_back(terminal);
+    }
+    terminal->release();
 }
 
 void TerminalManager::releaseAll()
@@ -201,7 +211,21 @@ void TerminalManager::releaseAll()
         released.swap(m_terminals);
     }
     for (const auto& [id, terminal] : released) {
-        terminal->release();
+        release(terminal);
+    }
+}
+
+void TerminalManager::finishReleases()
+{
+    std::vector<std::weak_ptr<ManagedTerminal>> released;
+    {
+        const std::lock_guard lock(m_mutex);
+        released.swap(m_released);
+    }
+    for (const std::weak_ptr<ManagedTerminal>& each : released) {
+        if (const auto terminal = each.lock()) {
+            terminal->finishRelease();
+        }
     }
 }
 

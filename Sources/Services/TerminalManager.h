@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace tessarin
 {
@@ -40,9 +41,13 @@ public:
     [[nodiscard]] Result<void, ACPClientError> release(const std::string& id);
 
     void releaseAll();
+    // After releaseAll, where nobody comes back to look: returns when every child, also one released before, has been asked to end. Not
+    // called from a queue.
+    void finishReleases();
 
 private:
     [[nodiscard]] Result<std::shared_ptr<ManagedTerminal>, ACPClientError> terminal(const std::string& id) const;
+    void release(const std::shared_ptr<ManagedTerminal>& terminal);
 
     // Constant after construction.
     const Environment m_environment;
@@ -50,6 +55,7 @@ private:
     // Guarded by m_mutex, which is never held while a terminal is asked for anything.
     mutable std::mutex m_mutex;
     std::map<std::string, std::shared_ptr<ManagedTerminal>> m_terminals;
+    std::vector<std::weak_ptr<ManagedTerminal>> m_released; // some may be gone
 };
 
 } // namespace tessarin

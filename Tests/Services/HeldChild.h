@@ -1,9 +1,10 @@
 #pragma once
 
-#include "ScriptedRuntime.h"
-
 #include <csignal>
 #include <fcntl.h>
+#include <fstream>
+#include <string>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -31,6 +32,17 @@ public:
         if (m_isHeld)
             kill(m_processID, SIGCONT);
         m_isHeld = false;
+    }
+    // Whether it has been sent the signal since it is held: it can't act on it, so it waits where it can be seen.
+    [[nodiscard]] bool isSent(int signal) const
+    {
+        std::ifstream status("/proc/" + std::to_string(m_processID) + "/status");
+        const std::string_view key = "ShdPnd:";
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with(key))
+                return (std::stoull(line.substr(key.size()), nullptr, 16) >> (signal - 1) & 1) != 0;
+        }
+        return false;
     }
     // How much was written to it since it is held: what its input holds unread.
     [[nodiscard]] int unreadInput() const

@@ -1,5 +1,7 @@
 #include "Services/TerminalManager.h"
 
+#include "HeldChild.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -10,6 +12,7 @@
 #include <random>
 #include <set>
 #include <signal.h>
+#include <system_error>
 #include <thread>
 
 using namespace tessarin;
@@ -49,14 +52,15 @@ private:
     std::vector<std::vector<JsonObject>> m_answers;
 };
 
-class TerminalManagerTest : public testing::Test
+class TerminalManagerTest : public ::testing::Test
 {
 protected:
     TerminalManagerTest() { std::filesystem::create_directories(m_folder); }
     ~TerminalManagerTest() override
     {
         m_manager.releaseAll();
-        std::filesystem::remove_all(m_folder);
+        std::error_code ignored; // a command that ends late may still be writing there
+        std::filesystem::remove_all(m_folder, ignored);
     }
 
     std::string create(const JsonObject& params)
@@ -398,6 +402,25 @@ TEST_F(TerminalManagerTest, TerminalsRunSideBySide)
     const std::string second = shell(line("b", "a"));
     EXPECT_EQ(waitForExit(first).at("exitCode"), Json(0));
     EXPECT_EQ(waitForExit(second).at("exitCode"), Json(0));
+}
+
+TEST_F(TerminalManagerTest, WhenTheReleasesAreFinishedEveryChildHasBeenAskedToEnd)
+{
+    std::vector<std::unique_ptr<tessarin::testing::HeldChild>> children;
+    std::string first;
+    // More of them than there are threads for queues.
+    for (int n = 0; n < 20; ++n) {
+        const std::string id = shell("echo $$; exec sleep 600");
+        ASSERT_TRUE(becomes([&] { return outputOf(id).ends_with("\n"); }));
+        children.push_back(std::make_unique<tessarin::testing::HeldChild>(std::stoi(outputOf(id))));
+        first = first.empty() ? id : first;
+    }
+    EXPECT_TRUE(m_manager.release(first));
+    m_manager.releaseAll();
+    m_manager.finishReleases();
+    for (const auto& child : children) {
+        EXPECT_TRUE(child->isSent(SIGTERM));
+    }
 }
 
 TEST_F(TerminalManagerTest, ReleaseAllEndsEveryChild)
