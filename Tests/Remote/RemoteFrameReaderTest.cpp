@@ -119,8 +119,8 @@ TEST(RemoteFrameReaderTest, ALengthThatIsOnlyAnnouncedCostsNothing)
         reader.append("\1\0\0\0"s + std::string(1000, 'x'));
         EXPECT_EQ(framesOf(reader), std::vector<std::string>());
     }
-    const std::size_t after = mallinfo2().uordblks + mallinfo2().hblkhd;
-    EXPECT_LT(after - before, readers.size() * 4096) << "16 GB were announced";
+    const std::size_t after = mallinfo2().uordblks + mallinfo2().hblkhd; // may be less: other threads let go of theirs
+    EXPECT_LT(after, before + readers.size() * 4096) << "16 GB were announced";
 }
 
 TEST(RemoteFrameReaderTest, MemoryIsLittleMoreThanWhatIsHeldAndGoesBack)
