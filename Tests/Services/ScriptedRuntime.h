@@ -48,8 +48,12 @@ public:
     }
     ~ScriptedRuntime()
     {
-        std::error_code ignored; // a child that outlives its test may still be writing its record
-        std::filesystem::remove_all(m_directory, ignored);
+        // A child that outlives its test may put its record there while this goes on.
+        std::error_code error;
+        const auto end = std::chrono::steady_clock::now() + waitBound;
+        do {
+            std::filesystem::remove_all(m_directory, error);
+        } while (error == std::errc::directory_not_empty && std::chrono::steady_clock::now() < end);
     }
     ScriptedRuntime(const ScriptedRuntime&) = delete;
     ScriptedRuntime& operator=(const ScriptedRuntime&) = delete;
