@@ -1,5 +1,6 @@
 #!/usr/bin/python3
 """What signs a release: it leaves nothing half done behind, and says in a sentence what is wrong."""
+import base64
 import os
 import subprocess
 import tempfile
@@ -8,6 +9,7 @@ import xml.etree.ElementTree as xml
 
 SCRIPT = os.path.join(os.environ['TESSARIN_SOURCE'], 'Packaging', 'scripts', 'sign-release')
 SPARKLE = '{http://www.andymatuschak.org/xml-namespaces/sparkle}'
+RELEASE = '{urn:tessarin:release}'
 
 
 class SignReleaseTest(unittest.TestCase):
@@ -85,6 +87,30 @@ class SignReleaseTest(unittest.TestCase):
         self.put('feed.xml', f'<rss xmlns:s="{SPARKLE[1:-1]}"><channel><item><enclosure s:version="1.0"/></item></channel></rss>')
         self.refuses(self.add('1.0'), 'has 1.0 for linux already')
         self.assertEqual(0, self.add('1.0.1').returncode)
+
+    def is_signed(self, content, signature):
+        """Whether the signature is good for this content, as openssl says."""
+        public, signed = self.place('public.pem'), self.place('signed')
+        subprocess.run(['openssl', 'pkey', '-in', self.key(), '-pubout', '-out', public], check=True, timeout=60)
+        with open(signed, 'wb') as file:
+            file.write(base64.b64decode(signature))
+        return subprocess.run(['openssl', 'pkeyutl', '-verify', '-pubin', '-inkey', public, '-rawin', '-in', self.put('content', content),
+                               '-sigfile', signed], capture_output=True, timeout=60).returncode == 0
+
+    def test_VersionSystemAndLengthAreSignedWithTheArchive(self):
+        self.assertEqual(0, self.add('1.2.3', '--os', 'macos').returncode)
+        stated = xml.parse(self.place('feed.xml')).getroot().find('channel/item/enclosure')
+        archive, release = stated.get(SPARKLE + 'edSignature'), stated.get(RELEASE + 'releaseSignature')
+        statement = f'tessarin release\n1.2.3\n\nmacos\n11\n{archive}\n'
+        self.assertTrue(self.is_signed('the program', archive))
+        self.assertTrue(self.is_signed(statement, release))
+        self.assertFalse(self.is_signed(statement.replace('1.2.3', '1.2.4'), release))
+        self.assertFalse(self.is_signed('the program', release))
+
+    def test_AVersionIsOneWordOfAscii(self):
+        for version in ('', ' 1.0', '1.0\nlinux', '1 0', '1.0\u00a0', '1' * 201):
+            self.refuses(self.add(version), 'A version is made of')
+        self.assertFalse(os.path.exists(self.place('feed.xml')))
 
     def test_AFeedThatIsNoneStays(self):
         for content, words in (('<rss/>', 'has no channel'), ('<rss>', 'is no XML')):
