@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QSysInfo>
+#include <QUrl>
 
 #include <algorithm>
 #include <array>
@@ -91,43 +92,101 @@ bool isOfAName(QChar character)
     return character.isLetterOrNumber() || character == QLatin1Char('_') || character == QLatin1Char('-') || character == QLatin1Char('.');
 }
 
-// Whether a path can begin there. In an address it follows two slashes of its own.
-bool isBeginOfPath(QStringView before)
+// Whether a name that was read so far goes on there. A sentence ends with dots too: they count when more of a name is behind them.
+bool goesOn(QStringView after)
 {
-    return before.isEmpty() || before.endsWith(QLatin1String("file://"))
-        || !(isOfAName(before.back()) || before.back() == QLatin1Char('/'));
+    qsizetype at = 0;
+    while (at < after.size() && after[at] == QLatin1Char('.')) {
+        ++at;
+    }
+    return at < after.size() && isOfAName(after[at]);
 }
 
-QString withoutHome(const QString& text, const QString& home)
+// One way in which programs write the home folder.
+struct Writing {
+    QString text;
+    bool isPath = true; // else the name of a folder in which a program keeps what belongs to a path
+    bool endsAtADash = false; // as the name writes "/" with it
+};
+
+// Whether the home folder can begin there. In an address a path follows two slashes of its own; a name follows the slash of its folder.
+bool canBegin(QStringView before, const Writing& writing)
 {
-    if (home.size() < 2 || !text.contains(home)) {
-        return text; // "/" is the home of nobody
+    if (before.isEmpty() || (writing.isPath && before.endsWith(QLatin1String("file://")))) {
+        return true;
+    }
+    return !isOfAName(before.back()) && !(writing.isPath && before.back() == QLatin1Char('/'));
+}
+
+bool canEnd(QStringView after, const Writing& writing)
+{
+    return (writing.endsAtADash && after.startsWith(QLatin1Char('-'))) || !goesOn(after);
+}
+
+QString without(const Writing& writing, const QString& text)
+{
+    if (!text.contains(writing.text)) {
+        return text;
     }
     QString result;
     qsizetype from = 0;
-    for (qsizetype at = text.indexOf(home); at >= 0; at = text.indexOf(home, at + home.size())) {
-        const qsizetype end = at + home.size();
-        const bool ends = end == text.size() || !isOfAName(text[end]);
-        if (ends && isBeginOfPath(QStringView(text).first(at))) {
+    const qsizetype length = writing.text.size();
+    for (qsizetype at = text.indexOf(writing.text); at >= 0; at = text.indexOf(writing.text, at + length)) {
+        if (canBegin(QStringView(text).first(at), writing) && canEnd(QStringView(text).mid(at + length), writing)) {
             result += QStringView(text).mid(from, at - from);
             result += QLatin1Char('~');
-            from = end;
+            from = at + length;
         }
     }
     result += QStringView(text).mid(from);
     return result;
 }
 
+// As Claude Code names the folder of a project.
+QString withDashes(const QString& path)
+{
+    QString name = path;
+    for (QChar& character : name) {
+        const bool stays = character.unicode() < 0x80 && character.isLetterOrNumber();
+        character = stays ? character : QLatin1Char('-');
+    }
+    return name;
+}
+
+QString withoutHome(const QString& text, const QString& home)
+{
+    if (home.size() < 2) {
+        return text; // "/" is the home of nobody
+    }
+    QString result = without({ home }, text);
+    // A folder like /root names nobody, and "-root" may be an option of a program.
+    if (home.count(QLatin1Char('/')) > 1) {
+        result = without({ QString::fromLatin1(QUrl::toPercentEncoding(home)), false, false }, result); // as Grok names it
+        result = without({ withDashes(home), false, true }, result);
+    }
+    return result;
+}
+
 QString onOneLine(const std::string& text, const QString& home)
 {
     const QString line = shown(text, home).simplified();
-    return line.size() <= versionLimit ? line : line.first(versionLimit) + QStringLiteral("…");
+    if (line.size() <= versionLimit) {
+        return line;
+    }
+    const bool cutsInTwo = line[versionLimit - 1].isHighSurrogate();
+    return line.first(cutsInTwo ? versionLimit - 1 : versionLimit) + QStringLiteral("…");
 }
 
 QString line(const QString& name, const QString& what)
 {
     constexpr qsizetype width = 17;
     return name.leftJustified(width) + what + QLatin1Char('\n');
+}
+
+// Codex counts as signed in also when it has said "Not logged in" (`CodexLocator::signedIn`): in a report that would be wrong.
+std::optional<bool> toldSignIn(AgentProvider provider, std::optional<bool> signedIn)
+{
+    return provider == AgentProvider::codex && signedIn == true ? std::nullopt : signedIn;
 }
 
 template <class Status>
@@ -140,7 +199,8 @@ QString runtime(AgentProvider provider, const Status& status, const QString& hom
         signedIn = installed == nullptr ? std::nullopt : installed->signedIn;
     }
     const Finding found = installed != nullptr ? Finding::installed : status.isChecking() ? Finding::checking : Finding::missing;
-    return line(QString::fromUtf8(name), finding(found, installed == nullptr ? std::nullopt : installed->version, signedIn, home));
+    const auto version = installed == nullptr ? std::nullopt : installed->version;
+    return line(QString::fromUtf8(name), finding(provider, found, version, signedIn, home));
 }
 
 } // namespace
@@ -150,7 +210,8 @@ QString shown(std::string_view part, const QString& home)
     return withoutHome(harmless(QString::fromUtf8(part)), home);
 }
 
-QString finding(Finding finding, const std::optional<std::string>& version, std::optional<bool> signedIn, const QString& home)
+QString finding(
+    AgentProvider provider, Finding finding, const std::optional<std::string>& version, std::optional<bool> signedIn, const QString& home)
 {
     switch (finding) {
     case Finding::checking:
@@ -161,7 +222,8 @@ QString finding(Finding finding, const std::optional<std::string>& version, std:
         break;
     }
     const QString said = version ? onOneLine(*version, home) : QStringLiteral("version not known");
-    return said + (!signedIn ? QString() : *signedIn ? QStringLiteral(", signed in") : QStringLiteral(", not signed in"));
+    const std::optional<bool> told = toldSignIn(provider, signedIn);
+    return said + (!told ? QString() : *told ? QStringLiteral(", signed in") : QStringLiteral(", not signed in"));
 }
 
 QString versions(const AppModel& model, const QString& home)

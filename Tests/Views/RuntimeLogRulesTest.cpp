@@ -21,7 +21,7 @@ std::string shown(std::string_view part, const char* home = "")
 
 std::string found(Finding what, const std::optional<std::string>& version = std::nullopt, std::optional<bool> signedIn = std::nullopt)
 {
-    return finding(what, version, signedIn, QStringLiteral("/home/ada")).toStdString();
+    return finding(AgentProvider::claude, what, version, signedIn, QStringLiteral("/home/ada")).toStdString();
 }
 
 struct ShownRow {
@@ -85,13 +85,45 @@ TEST(RuntimeLogRules, AFolderThatOnlyBeginsLikeTheHomeFolderStays)
     EXPECT_EQ(shown("/a/b", ""), "/a/b");
 }
 
+TEST(RuntimeLogRules, TheHomeFolderIsATildeAtTheEndOfASentence)
+{
+    EXPECT_EQ(
+        shown("cannot read /home/ada. Try again in /home/ada... or /home/ada.", "/home/ada"), "cannot read ~. Try again in ~... or ~.");
+    EXPECT_EQ(shown("/home/ada.old /home/ada..old /home/ada./x", "/home/ada"), "/home/ada.old /home/ada..old ~./x");
+}
+
+TEST(RuntimeLogRules, TheHomeFolderIsATildeInTheNamesThatProgramsMakeOfAPath)
+{
+    EXPECT_EQ(shown("~/.grok/sessions/%2Fhome%2Fada%2Fa%20b/x %2Fhome%2Fada", "/home/ada"), "~/.grok/sessions/~%2Fa%20b/x ~");
+    EXPECT_EQ(shown("/home/ada/.claude/projects/-home-ada-work/x -home-ada", "/home/ada"), "~/.claude/projects/~-work/x ~");
+    EXPECT_EQ(shown("/-home-ada-b-c-x /%2Fhome%2Fada.b_c%2Fx", "/home/ada.b_c"), "/~-x /~%2Fx") << "whatever is no letter is a dash";
+    EXPECT_EQ(shown("/%2Fhome%2Fad%C3%A4%2Fx /-home-ad--x", "/home/adä"), "/~%2Fx /~-x");
+}
+
+TEST(RuntimeLogRules, ANameThatOnlyLooksLikeTheHomeFolderStays)
+{
+    const char* others = "%2Fhome%2Fadam %2Fmnt%2Fhome%2Fada -home-adam --home-ada mnt-home-ada -home-ada.old";
+    EXPECT_EQ(shown(others, "/home/ada"), others);
+    EXPECT_EQ(shown("Xorg -root %2Froot /root/x", "/root"), "Xorg -root %2Froot ~/x") << "it names nobody, and may be an option";
+}
+
 TEST(RuntimeLogRules, AProgramThatIsThereTellsItsVersionAndSignIn)
 {
     EXPECT_EQ(found(Finding::installed, "1.2.3"), "1.2.3");
-    EXPECT_EQ(found(Finding::installed, "codex-cli 0.169.0", true), "codex-cli 0.169.0, signed in");
+    EXPECT_EQ(found(Finding::installed, "2.1.329 (Claude Code)", true), "2.1.329 (Claude Code), signed in");
     EXPECT_EQ(found(Finding::installed, std::nullopt, false), "version not known, not signed in");
     EXPECT_EQ(found(Finding::missing), "not found");
     EXPECT_EQ(found(Finding::checking), "being looked for");
+}
+
+TEST(RuntimeLogRules, CodexIsNotSaidToBeSignedIn)
+{
+    const auto told = [](std::optional<bool> signedIn) {
+        return finding(AgentProvider::codex, Finding::installed, "codex-cli 0.169.0", signedIn, {}).toStdString();
+    };
+    EXPECT_EQ(told(true), "codex-cli 0.169.0") << "it counts as signed in also when it says that nobody is";
+    EXPECT_EQ(told(false), "codex-cli 0.169.0, not signed in");
+    EXPECT_EQ(told(std::nullopt), "codex-cli 0.169.0");
 }
 
 TEST(RuntimeLogRules, WhateverAProgramSaysOfItsVersionIsOneLine)
@@ -99,6 +131,7 @@ TEST(RuntimeLogRules, WhateverAProgramSaysOfItsVersionIsOneLine)
     EXPECT_EQ(found(Finding::installed, "SyntaxError:\n  \x1b[31mno\x1b[0m\n\n  way"), "SyntaxError: no way");
     const std::string longVersion = found(Finding::installed, std::string(5000, 'x'));
     EXPECT_EQ(longVersion, std::string(100, 'x') + "…");
+    EXPECT_EQ(found(Finding::installed, std::string(99, 'x') + "👩👩"), std::string(99, 'x') + "…") << "no character is cut in two";
 }
 
 TEST(RuntimeLogRules, AVersionNamesNoHomeEither)
