@@ -5,6 +5,8 @@ import uuid
 from vendors import VENDORS
 
 ANSWER = 'The answer is 42.'
+WHOLE_ANSWER = 'Hello from the fake model. The answer is 42.'
+THOUGHT_THROUGH = 'Thought it through: 42.'
 FINISHED = 'The probe is over.'
 COMMAND_MADE = 'probe-shell\n'
 EDIT_MADE = 'probe edit line 1\nprobe edit line 2\n'
@@ -41,12 +43,16 @@ def command_allowed_once(person):
 
 
 def command_refused(person):
+    """The model is told of it, by Grok with the next prompt."""
     person.has()
     person.begin()
     person.asks_for('shell')
     person.refuses()
     person.finished()
     person.assertIsNone(person.made('shell-made.txt'))
+    person.asks_for('plain')
+    person.finished_after(ANSWER)
+    person.assertRegex(person.server.told_of_the_tool('plain'), person.vendor.refused)
 
 
 def file_edit(person):
@@ -54,6 +60,8 @@ def file_edit(person):
     person.begin()
     person.asks_for('edit')
     if person.vendor.asks_for_edits:
+        person.reads(person.question)
+        person.assertIsNone(person.made('edit-made.txt'), 'it was written before it was allowed')
         person.allows_once()
     person.finished_after(FINISHED)
     person.assertEqual(person.made('edit-made.txt'), EDIT_MADE)
@@ -80,28 +88,35 @@ def stopped_in_mid_answer(person):
     person.assertFalse(person.is_read('word299'))
     person.window.click_on('~button', '=Stop agent')
     person.reads('Stopped by you.')
-    person.server.await_abandoned()
+    person.server.await_abandoned('slow')
     if person.vendor.stopped:
         person.reads(f'Error from {person.vendor.label}: {person.vendor.stopped}')
     else:
         person.finished()
     person.asks_for('plain')
     person.finished_after(ANSWER)
+    person.leave()
+    person.assertFalse([entry for entry in person.task()['entries'] if 'word299' in entry['text']], 'what was stopped came all the same')
 
 
 def exhausted_allowance_hands_over(person):
-    """The successor is installed only when the task is with this one: a task stays where it is until it must go."""
+    """The model answers the successor otherwise than who knows nothing of the task, and is told what has been asked and said, and how the
+    project stands. The successor is installed only when the task is with this one: a task stays where it is until it must go."""
     successor = VENDORS[person.vendor.successor]
     person.has(person.vendor.program)
     person.begin()
     person.asks_for('plain')
     person.finished_after(ANSWER)
     person.has(successor.program)
-    person.asks_for('limit', f'ONLY_AT={person.vendor.program}')
+    request = person.asks_for('limit', f'ONLY_AT={person.vendor.program}', 'ELSE=reasoning')
     person.reads(f'{person.vendor.label} allowance reached. Automatically handed this task to {successor.label}.', timeout=LONG_PATIENCE)
-    person.finished_after(ANSWER, number=2)
+    person.finished_after(THOUGHT_THROUGH)
     person.leave()
     person.assertEqual(person.task()['lastProvider'], successor.provider)
+    told, = {line['asked'] for line in person.server.turns('reasoning') if line['program'] == successor.program}
+    for words in (f'ORIGINAL USER REQUEST\n{request}\n', f'ASSISTANT [{person.vendor.label}]: {WHOLE_ANSWER}\n',
+                  f'\nWORKSPACE\n{person.project}\n', '$ git status --short --branch\n', '\n?? notes.txt'):
+        person.assertIn(words, told)
 
 
 def exhausted_allowance_is_not_told(person):
@@ -123,13 +138,13 @@ def restart_resumes_the_session(person):
     person.has()
     person.begin()
     person.asks_for('reasoning')
-    person.finished_after('Thought it through: 42.')
+    person.finished_after(THOUGHT_THROUGH)
     person.leave()
     session = person.session()
     person.assertTrue(session)
     person.begin()
     person.prompt('And again.')
-    person.finished_after('Thought it through: 42.', number=2)
+    person.finished_after(THOUGHT_THROUGH, number=2)
     person.leave()
     person.assertEqual(person.session(), session)
 

@@ -102,6 +102,11 @@ class ScenarioTest(ServerCase):
                 asked = asking(other, ('user', f'SCENARIO:limit ONLY_AT={program} PROBE_CWD=/p'), stream=False)
                 self.assertEqual(self.server.json('POST', ADDRESSES[other], asked)[0], 429 if program == other else 200)
 
+    def test_WhatTheOthersDoInsteadCanBeNamed(self):
+        asked = 'SCENARIO:plain and then SCENARIO:limit ONLY_AT=grok ELSE=reasoning PROBE_CWD=/p'
+        self.assertEqual(''.join(self.ask('codex', ('user', asked))['texts']), 'Thought it through: 42.')
+        self.assertEqual(self.server.json('POST', ADDRESSES['grok'], asking('grok', ('user', asked), stream=False))[0], 429)
+
     def test_AnUnknownScenarioIsToldAndNotPassedOver(self):
         for program in self.every_program():
             status, body = self.server.json('POST', ADDRESSES[program], asking(program, ('user', 'SCENARIO:nosuch')))
@@ -239,7 +244,7 @@ class BoundsTest(unittest.TestCase):
         with server.request('POST', ADDRESSES['claude'], asking('claude', ('user', 'SCENARIO:slow'))) as response:
             stream = events(response)
             self.assertEqual([next(stream)['type'] for _ in range(3)][-1], 'content_block_delta')
-        self.assertEqual(server.logged('aborted')['aborted'], ADDRESSES['claude'])
+        self.assertEqual([server.logged('aborted')[key] for key in ('aborted', 'of')], [ADDRESSES['claude'], 'slow'])
 
     def test_NoKeyStandsInTheLog(self):
         server = self.start()
@@ -250,11 +255,12 @@ class BoundsTest(unittest.TestCase):
 
     def test_TheLogTellsWhatWasAskedAndChosen(self):
         server = self.start()
-        server.ask('kimi', ('user', 'SCENARIO:shell'), ('tool', 'probe-shell'))
+        server.ask('kimi', ('tool', 'before'), ('user', 'SCENARIO:shell'), ('tool', 'probe-shell'), ('user', 'so?'))
         server.json('POST', ADDRESSES['claude'], asking('claude', ('user', 'SCENARIO:limit')))
         line, refused = server.log()
+        self.assertEqual((line['asked'], line['told']), ('SCENARIO:shell', ['before', 'probe-shell']))
         self.assertEqual((line['program'], line['scenario'], line['step'], line['results'], line['tools'], line['lastUser'], line['error']),
-                         ('kimi', 'shell', 1, ['probe-shell'], ['Bash'], 'SCENARIO:shell', None))
+                         ('kimi', 'shell', 1, ['probe-shell'], ['Bash'], 'so?', None))
         self.assertEqual((refused['program'], refused['scenario'], refused['error']), ('claude', 'limit', 429))
 
     def test_ABodyInChunksIsRead(self):

@@ -46,7 +46,7 @@ def tests(given, programs):
             continue
         for row in ROWS:
             shown, act = row.of(vendor.program)
-            if act and (not given.case or any(words in row.title for words in given.case)):
+            if not given.case or any(words in row.title for words in given.case):
                 name = re.sub(r'[^a-z0-9]+', '-', f'{vendor.program} {row.title}'.lower())
                 yield row.title, vendor.program, shown, VendorCase(name, vendor, act, programs, desks, os.path.abspath(given.outside))
 

@@ -47,11 +47,16 @@ class ModelServer:
         """The requests that the prompt of a scenario has led to."""
         return [line for line in self.requests() if line.get('scenario') == scenario]
 
-    def await_abandoned(self, timeout=20):
-        """Waits until a program has closed its connection before the answer was whole."""
+    def told_of_the_tool(self, scenario):
+        """What a program has told the model, by the last request of a scenario, of the tool that it wanted last."""
+        told = self.turns(scenario)[-1]['told']
+        return told[-1] if told else ''
+
+    def await_abandoned(self, scenario, timeout=20):
+        """Waits until a program has closed its connection before the answer of that scenario was whole."""
         end = time.monotonic() + timeout
         while time.monotonic() < end:
-            if any('aborted' in line for line in self.requests()):
+            if any('aborted' in line and line['of'] == scenario for line in self.requests()):
                 return
             time.sleep(0.05)
         raise AssertionError('the program has read the whole answer although it was stopped')

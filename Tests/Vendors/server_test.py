@@ -1,5 +1,8 @@
 #!/usr/bin/python3
 """The model server as a child of the tests."""
+import contextlib
+import http.client
+import json
 import os
 import select
 import signal
@@ -9,6 +12,10 @@ import sys
 import tempfile
 import time
 import unittest
+
+sys.dont_write_bytecode = True
+from model_client import ADDRESSES, asking  # noqa: E402
+from server import ModelServer  # noqa: E402
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 # Tells where it listens, and then does nothing until it is killed.
@@ -43,6 +50,22 @@ class Server(unittest.TestCase):
         while listens(port) and time.monotonic() < end:
             time.sleep(0.05)
         self.assertFalse(listens(port))
+
+
+    def test_AnotherAnswerThatIsGivenUpIsNotTheOneThatWasStopped(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        server = ModelServer(folder.name)
+        self.addCleanup(server.close)
+        for scenario, other in (('gradual', 'slow'), ('slow', 'gradual')):
+            body = json.dumps(asking('kimi', ('user', f'SCENARIO:{scenario}')))
+            with contextlib.closing(http.client.HTTPConnection(server.address.removeprefix('http://'), timeout=20)) as connection:
+                connection.request('POST', ADDRESSES['kimi'], body)
+                connection.getresponse().readline()
+            server.await_abandoned(scenario)
+            if scenario == 'gradual':
+                with self.assertRaisesRegex(AssertionError, 'has read the whole answer'):
+                    server.await_abandoned(other, timeout=0.2)
 
 
 if __name__ == '__main__':

@@ -15,7 +15,8 @@ YES = 'yes'
 NOT_ASKED = ('not asked', deviations.sign_in_needed_is_not_asked)
 NOT_TOLD = ('not told', deviations.use_of_the_allowance_is_not_told)
 YOUNG_NODE = ('not tried, the system has a young one', deviations.systems_node_in_the_settings)
-NOTHING = ('', None)  # the case is about something that the program does not have
+# Of the programs that run with what the system has, or bring their own.
+ANY_NODE = ('needs no young one', deviations.systems_node_in_the_settings)
 
 
 @dataclass(frozen=True)
@@ -63,12 +64,16 @@ ROWS = (
     Row('full access asks nothing', deviations.full_access_asks_nothing,
         {'claude': ('yes, as root in a sandbox (R1)', deviations.full_access_as_root_needs_a_sandbox)} if os.geteuid() == 0 else {}),
     Row('back from full access it asks', deviations.asks_again_after_full_access),
-    Row('the mode is an argument', deviations.mode_is_an_argument, {program: NOTHING for program in VENDORS if program != 'grok'}),
-    Row('asks with no settings of its own', cases.command_refused,
+    Row('a denial of its own settings, in Full access', deviations.own_denial_holds_in_full_access,
+        {'kimi': ('no, the command runs (K2)', deviations.own_denial_is_not_heeded)}),
+    Row('the mode is an argument', deviations.mode_is_an_argument,
+        {'grok': ('yes, before "agent"', deviations.mode_is_an_argument_in_front_of_agent),
+         **{program: ('has no such argument', deviations.mode_is_no_argument) for program in ('codex', 'kimi', 'opencode')}}),
+    Row('asks with no settings of its own', deviations.asks_with_no_settings_of_its_own,
         {'opencode': ('no, runs unasked (O2)', deviations.asks_only_when_told_to)}),
     Row('version in the settings', deviations.version_in_the_settings),
     Row('an old Node.js, in the settings', deviations.old_node_in_the_settings,
-        {**{program: NOTHING for program in VENDORS if program != 'kimi'}, **({} if has_an_old_node() else {'kimi': YOUNG_NODE})}),
+        {program: ANY_NODE for program in VENDORS if program != 'kimi'} if has_an_old_node() else {program: YOUNG_NODE for program in VENDORS}),
     Row('sign-in needed, in the settings', deviations.sign_in_needed_in_the_settings,
         {'codex': ('not told', deviations.sign_in_needed_is_not_told), **{program: NOT_ASKED for program in ('grok', 'kimi', 'opencode')}}),
     Row('use of the allowance', deviations.use_of_the_allowance, {program: NOT_TOLD for program in ('grok', 'kimi', 'opencode')}),

@@ -18,6 +18,11 @@ from window_case import WindowCase  # noqa: E402
 # A real program on a busy machine: the slowest takes eight seconds for its first answer on an idle one.
 PATIENCE = 60
 TITLE = 'tessarin'
+# In place of a program: it writes down with what it is started, and becomes the program.
+NOTES_ITS_START = '''#!/bin/sh
+printf '%s\\n' "$*" >> '{notes}'
+exec '{program}' "$@"
+'''
 
 
 def repository_of(folder):
@@ -45,6 +50,7 @@ class VendorCase(WindowCase):
         setattr(self, name, self._play)
         super().__init__(name)
         self.vendor, self._act, self._programs, self._folder, self._outside = vendor, act, programs, folder, outside
+        self._preferences = {}
         self._mark = 'TESSARIN_VENDOR_CHILD=' + uuid.uuid4().hex
 
     def setUp(self):
@@ -86,6 +92,38 @@ class VendorCase(WindowCase):
             os.makedirs(folder)
             os.symlink(os.path.join(self._programs, 'node'), os.path.join(folder, 'node'))
 
+    def notes_the_starts(self):
+        """From now on it is written down with what the program is started. Its path is chosen in the settings: Grok puts a copy of itself
+        where it is looked for first."""
+        path = os.path.join(self.desk.folder, self.vendor.program)
+        self._prefers(**{self.vendor.path_setting: path})
+        with open(path, 'w') as file:
+            file.write(NOTES_ITS_START.format(notes=self._starts_file, program=os.path.join(self._programs, self.vendor.program)))
+        os.chmod(path, 0o755)
+
+    def sessions_started(self):
+        """The words of each start for a session since this was asked last, in order; the settings ask for other things."""
+        if not os.path.exists(self._starts_file):
+            return []
+        with open(self._starts_file) as file:
+            starts = [line.split() for line in file]
+        os.remove(self._starts_file)
+        return [words for words in starts if self.vendor.session_word in words]
+
+    @property
+    def _starts_file(self):
+        return os.path.join(self.desk.folder, 'starts')
+
+    def settings_of_the_program(self):
+        """All files of the home. Requires: the program has not run yet."""
+        texts = []
+        for folder, _, names in os.walk(self.desk.home):
+            for path in (os.path.join(folder, name) for name in names):
+                if os.path.isfile(path) and not os.path.islink(path):
+                    with open(path) as file:
+                        texts.append(file.read())
+        return '\n'.join(texts)
+
     def works_outside_of_a_repository(self):
         os.makedirs(self._outside, exist_ok=True)
         self.assertIsNone(repository_of(self._outside), 'the folder that is said to be outside lies in a repository')
@@ -95,7 +133,11 @@ class VendorCase(WindowCase):
 
     def allows(self, mode):
         """Has chosen an approval mode before."""
-        self.desk.prefer(grokPermissionMode_v1=mode)
+        self._prefers(grokPermissionMode_v1=mode)
+
+    def _prefers(self, **values):
+        self._preferences.update(values)
+        self.desk.prefer(**self._preferences)
 
     def had_session(self, identifier):
         """Had a task in a session of that vendor before."""
@@ -114,8 +156,10 @@ class VendorCase(WindowCase):
         self.window.find('~input', '=Message')
 
     def asks_for(self, scenario, *words):
-        """Sends a prompt that chooses what the model does."""
-        self.prompt(' '.join([f'SCENARIO:{scenario}', *words, f'PROBE_CWD={self.project}']))
+        """Sends a prompt that chooses what the model does, and returns it."""
+        text = ' '.join([f'SCENARIO:{scenario}', *words, f'PROBE_CWD={self.project}'])
+        self.prompt(text)
+        return text
 
     def allows_once(self):
         self.answers_with('Return')
@@ -139,17 +183,6 @@ class VendorCase(WindowCase):
         self.assertEqual(self.app.wait(30), 0)
         left = ProcessGroup(self._mark)
         self.window.wait(lambda: not left.marked(), 20, 'the end of all that the program has started')
-
-    def running_commands(self):
-        """The command lines of all that the program has started and that still runs."""
-        commands = []
-        for pid in self.window.children_of(self.app):
-            try:
-                with open(f'/proc/{pid}/cmdline') as file:
-                    commands.append(file.read().split('\0')[:-1])
-            except OSError:
-                pass  # it ended meanwhile
-        return commands
 
     # What the person sees.
     @property
@@ -192,6 +225,10 @@ class VendorCase(WindowCase):
             return None
         with open(path) as file:
             return file.read()
+
+    def makes(self, name):
+        with open(os.path.join(self.project, name), 'w'):
+            pass
 
     def unmake(self, name):
         os.remove(os.path.join(self.project, name))

@@ -2,6 +2,7 @@
 
     SCENARIO:shell PROBE_CWD=/home/ada/aurora            the scenario, and the folder of the project for tools that want whole paths
     SCENARIO:limit ONLY_AT=codex                         at the other programs the scenario is `plain`
+    SCENARIO:limit ONLY_AT=codex ELSE=reasoning          at the other programs it is `reasoning`
 
 The last of them counts in the last message of the person that has any, so a task can go from one to the next. ONLY_AT is for what moves on to
 another program and takes the prompt with it: a spent allowance of one is not that of the next.
@@ -38,6 +39,7 @@ class Choice:
     step: int
     folder: str
     results: tuple
+    asked: str = ''  # the message that has chosen
 
 
 FINISHED = Step(texts=('Tool ', 'finished. ', 'The probe ', 'is over.'))
@@ -59,6 +61,7 @@ SCENARIOS = {
     'shelldeny': using('shell', 'Running a command. '),
     'sandboxed': using('sandboxed'),
     'assign': using('assign'),
+    'touch': using('touch'),
     'storm': using('storm'),
     'edit': using('edit', 'Editing a file. '),
     'editout': using('editout'),
@@ -72,7 +75,7 @@ SCENARIOS = {
     'fail500': (Step(failure='broken'),),
 }
 
-NAME = re.compile(r'SCENARIO:([a-z0-9_]+)(?:[ \t]+ONLY_AT=([a-z]+))?')
+NAME = re.compile(r'SCENARIO:([a-z0-9_]+)(?:[ \t]+ONLY_AT=([a-z]+)(?:[ \t]+ELSE=([a-z0-9_]+))?)?')
 # What a program says to the model in the person's name. Some quote the prompt in it.
 REMINDER = re.compile(r'\s*<system-reminder>.*</system-reminder>\s*', re.DOTALL)
 FOLDER = re.compile(r'PROBE_CWD=([^\s"\\<]+)')
@@ -88,17 +91,17 @@ def meant(said, meanings):
 
 def choose(conversation, program):
     """What a conversation asks for of a program: a scenario's name, how far it is, the project's folder and what tools have said since."""
-    name, position, folder = 'plain', len(conversation), '.'
+    name, position, folder, asked = 'plain', len(conversation), '.', ''
     for index, said in enumerate(conversation):
         named = list(NAME.finditer(said.text)) if said.role == 'user' and not REMINDER.fullmatch(said.text) else []
         if named:
-            only_at = named[-1].group(2)
-            name = named[-1].group(1) if only_at in (None, program) else 'plain'
-            position = index
+            wanted, only_at, otherwise = named[-1].groups()
+            name = wanted if only_at in (None, program) else otherwise or 'plain'
+            position, asked = index, said.text
             folders = FOLDER.findall(said.text)
             folder = folders[-1] if folders else '.'
     results = tuple(said.text for said in conversation[position + 1:] if said.role == 'tool')
-    return Choice(name, len(results), folder, results)
+    return Choice(name, len(results), folder, results, asked)
 
 
 def step_of(choice):

@@ -14,7 +14,7 @@ from .tools import call_for
 
 DIALECTS = (responses, chat, messages)
 LARGEST_BODY = 64 * 1024 * 1024
-LOGGED = 400  # characters of a text in the log
+LOGGED = 20_000  # characters of a text in the log
 
 
 class ModelService(ThreadingHTTPServer):
@@ -56,6 +56,7 @@ class Handler(BaseHTTPRequestHandler):
     protocol_version = 'HTTP/1.1'
     timeout = 300  # of silence on a connection that is kept
     disable_nagle_algorithm = True
+    _scenario = None  # of the request that is being answered
 
     def do_HEAD(self):
         self._handle(self._answer_other)
@@ -75,11 +76,12 @@ class Handler(BaseHTTPRequestHandler):
         if not self.server.take_request():
             self.close_connection = True
             return
+        self._scenario = None
         try:
             answer()
         except OSError as error:
             self.close_connection = True
-            self.server.log.write(aborted=self.path, because=str(error))
+            self.server.log.write(aborted=self.path, of=self._scenario, because=str(error))
 
     @property
     def _address(self):
@@ -126,6 +128,7 @@ class Handler(BaseHTTPRequestHandler):
     def _answer(self, dialect, body):
         conversation, tools = [meant(said, self.server.meanings) for said in dialect.conversation(body)], dialect.tools(body)
         choice = choose(conversation, dialect.program(self._address))
+        self._scenario = choice.name
         last = next((said.text for said in reversed(conversation) if said.role == 'user'), '')
         step = step_of(choice)
         forced = None if step.failure else forced_call(dialect.forced_tool(body), tools)
@@ -137,7 +140,8 @@ class Handler(BaseHTTPRequestHandler):
         refusal = self._refusal(dialect, step.failure, choice) if step.failure else None
         self._log_request(program=dialect.program(self._address), model=body.get('model'), stream=bool(body.get('stream')),
                           tools=[tool.name for tool in tools], scenario=choice.name, step=choice.step,
-                          results=[text[:LOGGED] for text in choice.results], lastUser=last[-LOGGED:], call=call and call.name,
+                          results=[text[:LOGGED] for text in choice.results], asked=choice.asked[-LOGGED:], lastUser=last[-LOGGED:],
+                          told=[said.text[:LOGGED] for said in conversation if said.role == 'tool'], call=call and call.name,
                           error=refusal and refusal.status)
         if refusal:
             self._send(refusal.status, refusal.body, refusal.headers)

@@ -4,8 +4,11 @@ from dataclasses import dataclass, field
 
 COMMAND = 'echo probe-shell > shell-made.txt && cat shell-made.txt'
 ASSIGNMENT = 'PROBE_VAR=1 && echo value=$PROBE_VAR > shell-made.txt'
-# Three seconds of a growing text, 150 KB of it at the end.
-FLOOD = 'for i in $(seq 30); do head -c 5000 /dev/zero | tr "\\0" x; echo; sleep 0.1; done'
+TOUCH = 'touch shell-made.txt'
+# A growing text, 150 KB after three seconds. It goes on until somebody says in the project that they have seen it, and fails where nobody does.
+FLOOD = ('for i in $(seq 100); do head -c 5000 /dev/zero | tr "\\0" x; echo; sleep 0.1; '
+         '[ $i -ge 30 ] && [ -e storm-seen ] && break; done')
+MOST_FLOOD = 100 * 5001
 DESCRIPTION = 'Write a probe file'
 CONTENT = 'probe edit line 1\nprobe edit line 2\n'
 STEPS = (('Read the code', 'completed'), ('Write the fix', 'in_progress'), ('Run the tests', 'pending'))
@@ -52,8 +55,11 @@ def _inputs(purpose, folder):
             return _shell(COMMAND, outside_of_sandbox=False)
         case 'assign':
             return _shell(ASSIGNMENT, outside_of_sandbox=True)
+        case 'touch':
+            return _shell(TOUCH, outside_of_sandbox=False)
         case 'storm':
-            return _shell(FLOOD, outside_of_sandbox=True)
+            # Codex goes on without a command that takes longer than it waits.
+            return _shell(FLOOD, outside_of_sandbox=True, yield_time_ms=30_000)
         case 'edit':
             return _edit(folder)
         case 'editout':
@@ -72,10 +78,10 @@ def _inputs(purpose, folder):
     raise ValueError(f'no tool is known for {purpose}')
 
 
-def _shell(command, outside_of_sandbox):
+def _shell(command, outside_of_sandbox, **more):
     asks = {'sandbox_permissions': 'require_escalated', 'justification': 'Probe: may I run this outside the sandbox?'} if outside_of_sandbox else {}
     described = {'command': command, 'description': DESCRIPTION, 'explanation': DESCRIPTION, 'is_background': False}
-    return [('exec_command', {'cmd': command, **asks}), ('shell_command', {'command': command, **asks}),
+    return [('exec_command', {'cmd': command, **asks, **more}), ('shell_command', {'command': command, **asks}),
             ('shell', {'command': ['bash', '-lc', command], **asks}), ('Bash', {'command': command, 'description': DESCRIPTION}),
             ('bash', {'command': command, 'description': DESCRIPTION}), ('Shell', {'command': command}),
             ('run_terminal_command', described), ('run_terminal_cmd', described)]
