@@ -1,4 +1,5 @@
 #include "AppModelImagineFixture.h"
+#include "Recording.h"
 
 namespace tessarin::testing
 {
@@ -9,65 +10,27 @@ using ::testing::AnyOf;
 using ::testing::ElementsAre;
 namespace fs = std::filesystem;
 
-// A conversation that was recorded with Grok 1.0.41: what it said is said again, and what is written has to be what was written then.
-// A line is {"out": what the client wrote} or {"in": what the program wrote}; {WS} stands for the library, {WS%2F} for its path with
-// "%2F" for each slash, as Grok names a folder after it, {HOME} for the home.
+// What Grok 1.0.41 said when it made a picture is said again, and what is written has to be what was written then.
 class AppModelImagineRecordingTest : public AppModelImagineTest
 {
 protected:
-    // The file that Grok made.
-    [[nodiscard]] std::string picture() const
-    {
-        return replaced("{HOME}/.grok/sessions/{WS%2F}/01a1fa3a-7343-71a3-a61c-19459e80acff/images/1.jpg");
-    }
-
-    [[nodiscard]] Scenario recorded(const std::string& name)
-    {
-        Scenario scenario;
-        std::ifstream file(std::string(APP_RECORDINGS) + "/" + name + ".jsonl");
-        for (std::string text; std::getline(file, text);) {
-            const JsonObject line = boost::json::parse(replaced(text)).as_object();
-            if (const Json* message = line.if_contains("in")) {
-                scenario.send(compactJson(*message));
-                continue;
-            }
-            const Json& message = line.at("out");
-            written.push_back(message);
-            if (const auto method = textAt(message.as_object(), "method")) {
-                scenario.expect(*method);
-            } else {
-                scenario.expectResponse(message.at("id").as_int64());
-            }
-        }
-        EXPECT_FALSE(written.empty());
-        return scenario;
-    }
-
-    std::vector<Json> written;
-
-private:
-    [[nodiscard]] std::string replaced(std::string text) const
+    // The folder of the session in which the recorded Grok made its file: it is named after the project, which is the library here.
+    [[nodiscard]] fs::path sessionFolder() const
     {
         std::string encoded;
         for (const char character : library()) {
             encoded += character == '/' ? std::string("%2F") : std::string(1, character);
         }
-        const std::pair<std::string, std::string> places[]
-            = { { "{WS}", library() }, { "{WS%2F}", encoded }, { "{HOME}", runtime.home() } };
-        for (const auto& [place, value] : places) {
-            for (auto found = text.find(place); found != std::string::npos; found = text.find(place)) {
-                text.replace(found, place.size(), value);
-            }
-        }
-        return text;
+        return fs::path(runtime.home()) / ".grok/sessions" / encoded / "01a1fa3a-7343-71a3-a61c-19459e80acff";
     }
 };
 
 TEST_F(AppModelImagineRecordingTest, AnImageThatGrokMadeIsStillThereAfterARestart)
 {
-    fs::create_directories(fs::path(picture()).parent_path());
-    std::ofstream(picture()) << "a red cube, as a JPEG";
-    openImagine(recorded("grok-a-generated-image"));
+    fs::create_directories(sessionFolder() / "images");
+    std::ofstream(sessionFolder() / "images/1.jpg") << "a red cube, as a JPEG";
+    const Recording recording("grok-a-generated-image", runtime, library());
+    openImagine(recording.scenario());
     model->generateImagine("a red cube", ImagineKind::image);
     waitUntil([&] { return model->permissionRequest().has_value(); }, "the request");
     EXPECT_EQ(model->imagineProgress(), "imagine: a red cube");
@@ -79,7 +42,7 @@ TEST_F(AppModelImagineRecordingTest, AnImageThatGrokMadeIsStillThereAfterARestar
     waitForItems(1);
     waitForImagine(State::ready);
     EXPECT_THAT(model->imagineProgress(), AnyOf("is over.", "Image ready")) << "whichever came last";
-    EXPECT_EQ(runtime.received("grok"), written);
+    EXPECT_EQ(recording.writtenNow(runtime, "grok"), recording.written());
 
     ASSERT_EQ(model->imagineItems().size(), 1U) << "the path stands in two places and is imported once";
     const ImagineItem item = model->imagineItems()[0];

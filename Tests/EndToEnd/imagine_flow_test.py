@@ -7,7 +7,7 @@ from acp import opening, script, turn
 from library import Library, png
 from window_case import WindowCase, main
 
-RECORDINGS = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), 'App', 'Recordings')
+RECORDINGS = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), 'Services', 'Recordings')
 CARD = 'list item'
 
 
@@ -54,7 +54,7 @@ class Flow(WindowCase):
 
     def recorded(self, name):
         """A script that plays the recording, and the messages that the program wrote in it."""
-        places = {'{WS}': self.library.folder, '{WS%2F}': self.library.folder.replace('/', '%2F'), '{HOME}': self.desk.home}
+        places = {'{WS}': self.library.folder, '{WS-enc}': self.library.folder.replace('/', '%2F'), '{HOME}': self.desk.home}
         steps, written = [], []
         with open(os.path.join(RECORDINGS, name + '.jsonl')) as file:
             for line in file:

@@ -253,7 +253,6 @@ TEST_P(ACPClientGoneSessionTest, ASessionThatIsGone)
     expectWhatWasWritten();
 }
 
-// What Grok says when the mode stands where older versions want it; they go on from there as in the other recordings.
 class ACPClientSignedOutTest : public ACPClientRecordingTest, public ::testing::WithParamInterface<AgentProvider>
 {
 };
@@ -277,6 +276,7 @@ TEST_F(ACPClientRecordingTest, OpenCodeTellsATurnAndNotBeforeThatNobodyIsSignedI
     expectWhatWasWritten();
 }
 
+// What Grok says when the mode stands where older versions want it; it goes on from there as in the other recordings.
 TEST_F(ACPClientRecordingTest, GrokRefusesTheModeArgumentAndIsLaunchedAgain)
 {
     const Recording refusal("grok-a-refused-argument", runtime);

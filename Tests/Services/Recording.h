@@ -18,13 +18,18 @@ namespace tessarin::testing
 class Recording
 {
 public:
-    // `name` is that of the file without its ending. Paths in it are those of the runtime.
-    Recording(const std::string& name, const ScriptedRuntime& runtime)
+    // `name` is that of the file without its ending. Paths in it are those of the runtime, and its project stands for the recorded one.
+    Recording(const std::string& name, const ScriptedRuntime& runtime) : Recording(name, runtime, runtime.workspace()) { }
+    // With another project.
+    Recording(const std::string& name, const ScriptedRuntime& runtime, const std::string& project)
     {
+        std::string encoded = project; // as Grok names a folder after it
+        replaceAll(encoded, "/", "%2F");
         std::ifstream file(std::string(TESSARIN_RECORDINGS) + "/" + name + ".jsonl");
         EXPECT_TRUE(file.is_open()) << "no recording " << name;
         for (std::string line; std::getline(file, line);) {
-            replaceAll(line, "{WS}", runtime.workspace());
+            replaceAll(line, "{WS}", project);
+            replaceAll(line, "{WS-enc}", encoded);
             replaceAll(line, "{HOME}", runtime.home());
             addLine(line);
         }
@@ -95,6 +100,8 @@ private:
         const JsonObject line = boost::json::parse(text).as_object();
         if (const Json* message = line.if_contains("out"))
             return addWritten(*message);
+        if (const auto words = textAt(line, "text"))
+            return void(m_scenario.raw(*words)); // no message: the bytes as they came, with their newline
         if (!line.contains("in"))
             return void(m_scenario.step(text)); // "stderr" and "exit" are steps
         std::string said = compactJson(line.at("in"));
