@@ -5,7 +5,8 @@ import signal
 
 from acp import failing_turn, opening, says, script, turn, until
 from asking import NO, ONCE, answered, asks
-from desk import entry, task
+from begun import Begun
+from desk import task
 from driver.notifications import Notifications, forge_click
 from library import field
 from window_case import TITLE, WindowCase, main
@@ -14,18 +15,16 @@ LIMIT = 'Usage limit reached for this week.'
 SWITCH = 'Notifications'
 
 
-class NotificationCase(WindowCase):
+class NotificationCase(Begun, WindowCase):
     screen = (1280, 900)
 
     def begin(self, **more):
         self.server = Notifications(self.window.env['DBUS_SESSION_BUS_ADDRESS'], **more).begin()
         self.addCleanup(self.server.stop)
 
-    def open_tasks(self, *scripted, **more):
+    def open_tasks(self, *scripted):
         """Two tasks, the first of which is shown, and a runtime that waits for "go" within its first turn."""
-        self.desk.install('grok', script(opening(), *scripted))
-        self.open_project((self.desk.project(), [task('Mend the <wheel>', [entry('user', 'Earlier.')]), task('Paint it')]), **more)
-        self.reads('Earlier.')
+        self.open_begun('Mend the <wheel>', *scripted, others=[task('Paint it')])
 
     def look_away(self):
         """Another window gets the keys: here none, because the window of the program is put away."""

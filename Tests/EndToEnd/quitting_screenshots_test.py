@@ -1,16 +1,14 @@
 """Pictures of what quitting asks, and of the switch of the notifications."""
-from acp import opening, says, script, turn, until
-from desk import entry, task
+from acp import says, turn, until
+from begun import Begun
 from picture_case import Dark, PictureCase, main
 
 TITLE = 'A task with a title that is as long as one can be, so'
 
 
-class Light(PictureCase):
+class Light(Begun, PictureCase):
     def test_TheQuestionBeforeAQuit(self):
-        self.desk.install('grok', script(opening(), turn(says('Half an answer.'), until('go'))))
-        self.open_project((self.desk.project(), [task(TITLE, [entry('user', 'Earlier.')])]))
-        self.reads('Earlier.')
+        self.open_begun(TITLE, turn(says('Half an answer.'), until('go')))
         self.prompt('mend it')
         self.reads('Half an answer.')
         self.keep('quit-question', lambda: self.bring('Ctrl+Q'), lambda: self.leave())
@@ -24,9 +22,7 @@ class Light(PictureCase):
         self.window.wait_gone('dialog', 'Quit tessarin?')
 
     def test_TheSwitchOfTheNotifications(self):
-        self.desk.install('grok', script(opening()))
-        self.open_project((self.desk.project(), [task('Mend it', [entry('user', 'Earlier.')])]))
-        self.reads('Earlier.')
+        self.open_begun('Mend it')
         self.keep('view-menu', lambda: self.window.click_on('~menu bar item', '=View'), lambda: self.window.key('Escape'))
 
 

@@ -6,7 +6,8 @@ import time
 
 from acp import opening, says, script, thinks, turn, until
 from asking import NO, ONCE, asks
-from desk import entry, task
+from begun import Begun
+from desk import task
 from dialects import codex_opening, codex_script
 from driver.session_manager import SessionManager
 from window_case import TITLE, WindowCase, main
@@ -15,12 +16,10 @@ QUESTION = 'Quit tessarin?'
 WORKING = 'Grok is still working in “Mend it”. Quitting stops it; what it has written stays.'
 
 
-class QuittingCase(WindowCase):
+class QuittingCase(Begun, WindowCase):
     def open_working(self, *happenings, prefix=(), hold=until('go'), project='aurora'):
         """A turn that says half of something and goes on for ever."""
-        self.desk.install('grok', script(list(prefix), opening(), turn(says('Half an answ'), *happenings, hold)))
-        self.open_project((self.desk.project(project), [task('Mend it', [entry('user', 'Earlier.')])]))
-        self.reads('Earlier.')
+        self.open_begun('Mend it', turn(says('Half an answ'), *happenings, hold), project=project, prefix=prefix)
         self.prompt('mend it')
         self.reads('Half an answ')
 

@@ -113,7 +113,7 @@ class Search:
             if now == last:
                 return now
             last = now
-            time.sleep(0.08)
+            time.sleep(0.05)
         return last
 
     # Acting on what is found.
