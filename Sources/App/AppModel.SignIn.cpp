@@ -99,11 +99,12 @@ void AppModel::logIn()
     launch.executable = *path;
     launch.arguments = { "login" };
     launch.environment = GrokLocator::augmentedEnvironment(m_surroundings.runtimes);
-    runCommandInBackground(launch, m_surroundings.mainThread, [weak = weak_from_this()](const Result<CommandOutcome, std::string>& result) {
-        if (const auto model = weak.lock()) {
-            model->finishLogIn(result);
-        }
-    });
+    m_signIns.run(launch, CommandGroup::Kept::end, m_surroundings.mainThread,
+        [weak = weak_from_this()](const Result<CommandOutcome, std::string>& result) {
+            if (const auto model = weak.lock()) {
+                model->finishLogIn(result);
+            }
+        });
 }
 
 void AppModel::finishLogIn(const Result<CommandOutcome, std::string>& result)
@@ -149,7 +150,7 @@ void AppModel::runLogIn(const std::string& executable, Environment environment, 
     launch.arguments = { "login" };
     launch.environment = std::move(environment);
     launch.inheritsOutput = true;
-    runCommandInBackground(launch, m_surroundings.mainThread,
+    m_signIns.run(launch, CommandGroup::Kept::end, m_surroundings.mainThread,
         [weak = weak_from_this(), refresh, failureText = std::move(failureText)](const Result<CommandOutcome, std::string>& result) {
             const auto model = weak.lock();
             if (!model) {

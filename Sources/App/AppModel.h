@@ -20,6 +20,7 @@
 #include "Models/ProviderUsage.h"
 #include "Models/WorkspaceStore.h"
 #include "Platform/ChildProcess.h"
+#include "Platform/CommandGroup.h"
 #include "Platform/Desktop.h"
 #include "Platform/MainThread.h"
 #include "Services/AgentClient.h"
@@ -100,8 +101,9 @@ public:
     void openImagineItem(const ImagineItem& item);
     // Moves the file to the trash, and forgets the item whether or not that succeeds.
     void deleteImagineItem(const ImagineItem& item);
-    // Before the program ends: asks the runtimes of both sections to end, and stores what the tasks show. A conversation of which only
-    // a part has been replayed stays as it was before. Returns when the runtimes have been asked; nothing else may follow but the next.
+    // Before the program ends: asks the runtimes of both sections, the programs that are being asked about themselves, and the sign-ins
+    // to end, and stores what the tasks show. A conversation of which only a part has been replayed stays as it was before. Returns when
+    // all of them have been asked; nothing else may follow but the next.
     void stopRuntimes();
     // Before the program ends: drops the copies that have not begun, and returns when those under way are in the library or, where much
     // is missing of them, given up, and the history is written.
@@ -135,7 +137,7 @@ public:
     void refreshOpenCodeInstallStatus();
     void refreshClaudeInstallStatus();
 
-    // Signing in. The vendor's own program does it; nothing waits for it here.
+    // Signing in. The vendor's own program does it; nothing waits for it here, and it does not outlive the program.
     void logIn(); // Grok; the connection state tells how it goes
     void logInCodex();
     void logInKimi();
@@ -370,6 +372,7 @@ private:
 
     // Private.
     ProbeLimit m_probes;
+    CommandGroup m_signIns;
     RemoteHostServer m_remoteHost;
     RemoteSnapshotBuilder m_remoteSnapshots;
     std::optional<MainThread::DelayID> m_remoteSnapshotDelay; // of the snapshot that is due

@@ -8,6 +8,7 @@
 #include <cassert>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 namespace tessarin
@@ -15,12 +16,11 @@ namespace tessarin
 
 // A command while it runs. It is held by the callbacks of its child, which go when the child has ended.
 struct Command {
-    // Of what it prints. Beyond CommandGroup::outputLimit the rest is read and forgotten, so that the command can come to its end.
-    enum class Kept { all, beginning, end };
+    using Kept = std::optional<CommandGroup::Kept>;
 
     explicit Command(Kept keptOutput) : kept(keptOutput) { }
 
-    const Kept kept;
+    const Kept kept; // of what it prints; absent: all
     const std::shared_ptr<SerialQueue> queue = std::make_shared<SerialQueue>("com.local.tessarin.command");
     CommandOutcome outcome; // on the queue
     bool isCut = false; // the outcome lacks something; on the queue
@@ -82,22 +82,17 @@ void keepEnd(Command& command, std::string_view chunk)
 
 void keepOutput(Command& command, std::string_view chunk)
 {
-    switch (command.kept) {
-    case Command::Kept::all:
+    if (!command.kept)
         command.outcome.output += chunk;
-        break;
-    case Command::Kept::beginning:
+    else if (command.kept == CommandGroup::Kept::beginning)
         keepBeginning(command, chunk);
-        break;
-    case Command::Kept::end:
+    else
         keepEnd(command, chunk);
-        break;
-    }
 }
 
 CommandOutcome takeOutcome(Command& command, ChildEnd end)
 {
-    if (command.kept == Command::Kept::end && command.isCut)
+    if (command.kept == CommandGroup::Kept::end && command.isCut)
         dropBrokenBeginning(command.outcome.output);
     command.outcome.status = end.status;
     return std::move(command.outcome);
@@ -126,7 +121,7 @@ CommandResult runCommand(const ChildLaunch& launch)
     std::mutex mutex;
     std::condition_variable ended;
     std::optional<CommandResult> result;
-    startCommand(std::make_shared<Command>(Command::Kept::all), launch, [&](CommandResult arrived) {
+    startCommand(std::make_shared<Command>(std::nullopt), launch, [&](CommandResult arrived) {
         // Notified under the lock: once the caller has the result, these objects are gone.
         const std::lock_guard lock(mutex);
         result = std::move(arrived);
@@ -137,19 +132,10 @@ CommandResult runCommand(const ChildLaunch& launch)
     return std::move(*result);
 }
 
-void runCommandInBackground(const ChildLaunch& launch, MainThread& mainThread, std::function<void(CommandResult)> done)
-{
-    // What a command has to tell a person stands at its end.
-    const auto command = std::make_shared<Command>(Command::Kept::end);
-    startCommand(command, launch, [&mainThread, done = std::move(done)](CommandResult result) {
-        mainThread.post([done, result = std::move(result)]() mutable { done(std::move(result)); });
-    });
-}
-
-void CommandGroup::run(const ChildLaunch& launch, MainThread& mainThread, std::function<void(CommandResult)> done)
+void CommandGroup::run(const ChildLaunch& launch, Kept kept, MainThread& mainThread, std::function<void(CommandResult)> done)
 {
     std::erase_if(m_commands, [](const std::weak_ptr<Command>& command) { return command.expired(); });
-    const auto command = std::make_shared<Command>(Command::Kept::beginning);
+    const auto command = std::make_shared<Command>(kept);
     m_commands.push_back(command);
     // The command is held until its end has been told: it may be stopped in between.
     startCommand(command, launch, [&mainThread, command, done = std::move(done)](CommandResult result) {

@@ -15,8 +15,6 @@
 namespace tessarin
 {
 
-class MainThread;
-
 // The whole environment of a process: name to value.
 using Environment = std::map<std::string, std::string>;
 [[nodiscard]] Environment processEnvironment();
@@ -109,8 +107,5 @@ struct CommandOutcome {
 // waiting, or with all three streams of this process where the launch inherits its output; no time limit. It is over when the command has
 // ended, whoever else keeps the pipe open. A failure is the platform's text of the failed start. Requires: not called from a queue.
 [[nodiscard]] Result<CommandOutcome, std::string> runCommand(const ChildLaunch& launch);
-// Without blocking: `done` runs once on the main thread, never before this returns, with the last CommandGroup::outputLimit of the output.
-void runCommandInBackground(
-    const ChildLaunch& launch, MainThread& mainThread, std::function<void(Result<CommandOutcome, std::string>)> done);
 
 } // namespace tessarin

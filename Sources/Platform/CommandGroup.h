@@ -19,12 +19,15 @@ struct Command;
 class CommandGroup
 {
 public:
-    // Of what a command in the background prints this much is kept, cut at a whole character of UTF-8; the rest is read and forgotten, so
-    // that the command can come to its end.
+    // Of what a command prints this much is kept, cut at a whole character of UTF-8; the rest is read and forgotten, so that the command
+    // can come to its end.
     static constexpr std::size_t outputLimit = std::size_t{ 64 } * 1024; // bytes
+    // An answer is looked for at the beginning; what a command has to tell a person stands at its end.
+    enum class Kept { beginning, end };
 
-    // As runCommandInBackground, but the beginning of the output is kept. `done` never runs for a command that has been stopped.
-    void run(const ChildLaunch& launch, MainThread& mainThread, std::function<void(Result<CommandOutcome, std::string>)> done);
+    // As runCommand without blocking: `done` runs once on the main thread, never before this returns, and never for a command that has
+    // been stopped.
+    void run(const ChildLaunch& launch, Kept kept, MainThread& mainThread, std::function<void(Result<CommandOutcome, std::string>)> done);
     // One SIGTERM for each that runs, sent when this returns; nobody waits for their ends.
     void stop();
 

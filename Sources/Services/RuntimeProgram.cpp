@@ -103,7 +103,7 @@ void probe(const std::string& executable, std::vector<std::string> arguments, co
     launch.executable = executable;
     launch.arguments = std::move(arguments);
     launch.environment = environment;
-    runningProbes().run(launch, mainThread,
+    runningProbes().run(launch, CommandGroup::Kept::beginning, mainThread,
         [done = std::move(done)](Result<CommandOutcome, std::string> outcome) { done(probeResult(std::move(outcome))); });
 }
 

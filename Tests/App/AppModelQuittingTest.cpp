@@ -1,4 +1,5 @@
 #include "AppModelImagineFixture.h"
+#include "HeldChild.h"
 
 #include <algorithm>
 
@@ -21,6 +22,59 @@ protected:
         waitForEntries(entries);
     }
     static Scenario streaming(std::string_view text) { return hangingTurn().chunk(text).waitForFile("never"); }
+    // More commands of the agent than there are threads that could end them at once; each tells its number when it runs.
+    [[nodiscard]] Scenario runningCommands() const
+    {
+        Scenario scenario = hangingTurn();
+        for (int id = 1; id <= commandCount; ++id) {
+            const std::string line = "echo $$ > " + runtime.directory() + "/command." + std::to_string(id) + "; exec sleep 600";
+            const JsonObject params{ { "command", "sh" }, { "args", { "-c", line } } };
+            scenario.send(boost::json::serialize(
+                JsonObject{ { "jsonrpc", "2.0" }, { "id", id }, { "method", "terminal/create" }, { "params", params } }));
+            scenario.expectResponse(id);
+        }
+        return scenario.waitForFile("never");
+    }
+    [[nodiscard]] int commandNumber(int id) const
+    {
+        int number = 0;
+        std::ifstream(runtime.directory() + "/command." + std::to_string(id)) >> number;
+        return number;
+    }
+    void expectThatEveryCommandIsAskedToEnd()
+    {
+        std::vector<std::unique_ptr<HeldChild>> commands;
+        for (int id = 1; id <= commandCount; ++id) {
+            waitUntil([&] { return commandNumber(id) != 0; }, "a command");
+            commands.push_back(std::make_unique<HeldChild>(commandNumber(id)));
+        }
+        model->stopRuntimes();
+        for (const auto& command : commands) {
+            EXPECT_TRUE(command->isSent(SIGTERM));
+        }
+    }
+    // A sign-in that does not come to its end, behind the questions that a new model asks the program.
+    void beginSignIn(std::string_view program, int questions, void (AppModel::*logIn)())
+    {
+        runtime.script(program, Scenario().command("--version", "1").command("login status", "").commandUntil("never", "login", "Welcome"));
+        openProject({ program });
+        const std::string command = std::string(program) + "-command";
+        for (int question = 1; question <= questions; ++question) {
+            waitUntil([&] { return runtime.hasRecorded(command, "exit", question); }, "the answer to a question");
+        }
+        (model.get()->*logIn)();
+        waitUntil([&] { return runtime.hasStarted(command, questions + 1); }, "the sign-in");
+    }
+    void expectThatASignInIsAskedToEnd(std::string_view program, int questions, void (AppModel::*logIn)())
+    {
+        beginSignIn(program, questions, logIn);
+        model->stopRuntimes();
+        const std::string command = std::string(program) + "-command";
+        waitUntil([&] { return runtime.hasRecorded(command, "signal", questions + 1); }, "the signal");
+        waitUntil([&] { return kill(runtime.processID(command, questions + 1), 0) != 0; }, "the end of the sign-in");
+        EXPECT_EQ(model->errorMessage(), std::nullopt);
+    }
+    static constexpr int commandCount = 20;
 };
 
 TEST_F(AppModelQuittingTest, WhatIsShownOfAnUnfinishedTurnIsStored)
@@ -68,6 +122,21 @@ TEST_F(AppModelQuittingTest, ASecondRuntimeIsAskedToo)
     waitForStop("grok");
 }
 
+TEST_F(AppModelQuittingTest, WhatARuntimeHasRunThroughUsIsAskedToEndBeforeTheCallReturns)
+{
+    runtime.script("grok", runningCommands());
+    openProject();
+    model->send("go");
+    expectThatEveryCommandIsAskedToEnd();
+}
+
+TEST_F(AppModelQuittingTest, SoIsWhatTheSecondRuntimeHasRun)
+{
+    openImagine(runningCommands());
+    model->generateImagine("a harbor", ImagineKind::image);
+    expectThatEveryCommandIsAskedToEnd();
+}
+
 TEST_F(AppModelQuittingTest, AProgramThatHangsInItsVersionIsAskedToEnd)
 {
     runtime.script("grok", Scenario().commandUntil("never", "--version", "1"));
@@ -78,15 +147,25 @@ TEST_F(AppModelQuittingTest, AProgramThatHangsInItsVersionIsAskedToEnd)
     waitUntil([this] { return runtime.hasRecorded("grok-command", "signal"); }, "the signal");
 }
 
-TEST_F(AppModelQuittingTest, ASignInIsLeftToThePerson)
+TEST_F(AppModelQuittingTest, ASignInIsAskedToEndAndNothingIsToldOfIt)
 {
-    runtime.script("grok", Scenario().command("--version", "1").commandUntil("go", "login", "Welcome"));
-    openProject();
-    model->logIn();
-    waitUntil([this] { return runtime.hasStarted("grok-command"); }, "the sign-in");
+    expectThatASignInIsAskedToEnd("grok", 1, &AppModel::logIn);
+    EXPECT_EQ(model->connectionState().kind(), State::connecting) << "nobody has failed to sign in";
+}
+
+TEST_F(AppModelQuittingTest, SoIsASignInThatWritesWhereThisProgramDoes)
+{
+    expectThatASignInIsAskedToEnd("kimi", 1, &AppModel::logInKimi);
+    expectThatASignInIsAskedToEnd("codex", 2, &AppModel::logInCodex);
+}
+
+TEST_F(AppModelQuittingTest, ASecondSignInOfTheSameProgramIsAskedToo)
+{
+    beginSignIn("kimi", 1, &AppModel::logInKimi);
+    model->logInKimi();
+    waitUntil([this] { return runtime.hasStarted("kimi-command", 3); }, "the second sign-in");
     model->stopRuntimes();
-    runtime.touch("go");
-    waitFor(State::idle);
+    waitUntil([this] { return runtime.hasRecorded("kimi-command", "signal", 2) && runtime.hasRecorded("kimi-command", "signal", 3); });
 }
 
 TEST_F(AppModelQuittingTest, HalfAReplayIsNotStoredInPlaceOfTheWhole)

@@ -17,12 +17,15 @@ using CommandResult = Result<CommandOutcome, std::string>;
 class ChildCommandTest : public ChildFixture
 {
 protected:
-    // Runs the command in the background and pumps the main thread until it is done.
-    std::optional<CommandResult> runInBackground(const ChildLaunch& launch)
+    using Kept = CommandGroup::Kept;
+
+    // Runs the command in a group and pumps the main thread until it is done.
+    std::optional<CommandResult> runInGroup(const ChildLaunch& launch, Kept kept = Kept::beginning)
     {
+        CommandGroup group;
         std::optional<CommandResult> result;
         std::thread::id thread;
-        runCommandInBackground(launch, mainThread, [&](CommandResult done) {
+        group.run(launch, kept, mainThread, [&](CommandResult done) {
             EXPECT_FALSE(result) << "done once";
             thread = std::this_thread::get_id();
             result = std::move(done);
@@ -30,15 +33,6 @@ protected:
         EXPECT_FALSE(result) << "not before the call returns";
         while (!result && mainThread.waitAndDrain(childTestBound)) { }
         EXPECT_EQ(thread, std::this_thread::get_id());
-        return result;
-    }
-
-    // The same in a group that is gone before the command ends.
-    std::optional<CommandResult> runInGroup(const ChildLaunch& launch)
-    {
-        std::optional<CommandResult> result;
-        CommandGroup().run(launch, mainThread, [&](CommandResult done) { result = std::move(done); });
-        while (!result && mainThread.waitAndDrain(childTestBound)) { }
         return result;
     }
 
@@ -103,17 +97,17 @@ TEST_F(ChildCommandTest, ACommandThatCannotStartFailsWithThePlatformsText)
     EXPECT_EQ(outcome.error(), "/nowhere/git: No such file or directory");
 }
 
-TEST_F(ChildCommandTest, ACommandInTheBackgroundIsDoneOnTheMainThread)
+TEST_F(ChildCommandTest, ACommandInAGroupIsDoneOnTheMainThread)
 {
-    const auto result = runInBackground(shell("echo out; echo err >&2; exit 2"));
+    const auto result = runInGroup(shell("echo out; echo err >&2; exit 2"));
     ASSERT_TRUE(result && *result);
     EXPECT_EQ(result->value().output, "out\nerr\n");
     EXPECT_EQ(result->value().status, 2);
 }
 
-TEST_F(ChildCommandTest, ACommandInTheBackgroundThatCannotStartIsDoneOnTheMainThreadToo)
+TEST_F(ChildCommandTest, ACommandInAGroupThatCannotStartIsDoneOnTheMainThreadToo)
 {
-    const auto result = runInBackground({ .executable = "/nowhere/kimi" });
+    const auto result = runInGroup({ .executable = "/nowhere/kimi" });
     ASSERT_TRUE(result && !*result);
     EXPECT_EQ(result->error(), "/nowhere/kimi: No such file or directory");
 }
@@ -130,7 +124,7 @@ TEST_F(ChildCommandTest, CommandsThatHangDoNotHoldUpOthers)
         children.push_back(start(hanging, records.back()));
         ASSERT_TRUE(records.back()->waitUntil([](const auto& told) { return !told.output.empty(); }));
     }
-    runCommandInBackground(shell("true"), mainThread, [&](CommandResult) { ++done; });
+    CommandGroup().run(shell("true"), Kept::end, mainThread, [&](const CommandResult&) { ++done; });
     EXPECT_TRUE(mainThread.waitAndDrain(childTestBound));
     EXPECT_EQ(done, 1);
     for (std::size_t number = 0; number < children.size(); ++number) {
@@ -148,9 +142,9 @@ TEST_F(ChildCommandTest, OfACommandInAGroupABoundedOutputIsKeptAndItComesToItsEn
     EXPECT_FALSE(result->value().output.ends_with("last words"));
 }
 
-TEST_F(ChildCommandTest, OfACommandInTheBackgroundTheEndOfTheOutputIsKept)
+TEST_F(ChildCommandTest, OfACommandThatTellsAPersonTheEndOfTheOutputIsKept)
 {
-    const auto result = runInBackground(flood());
+    const auto result = runInGroup(flood(), Kept::end);
     ASSERT_TRUE(result && *result);
     expectBounded(result->value());
     EXPECT_TRUE(result->value().output.ends_with("last words"));
@@ -161,7 +155,7 @@ TEST_F(ChildCommandTest, AnOutputOfExactlyTheLimitIsKeptWhole)
 {
     const std::string size = std::to_string(CommandGroup::outputLimit - 2);
     const ChildLaunch launch = shell("printf é; head -c " + size + " /dev/zero | tr '\\0' o");
-    for (const auto& result : { runInGroup(launch), runInBackground(launch) }) {
+    for (const auto& result : { runInGroup(launch), runInGroup(launch, Kept::end) }) {
         ASSERT_TRUE(result && *result);
         EXPECT_EQ(result->value().output, "é" + std::string(CommandGroup::outputLimit - 2, 'o'));
     }
@@ -169,7 +163,7 @@ TEST_F(ChildCommandTest, AnOutputOfExactlyTheLimitIsKeptWhole)
 
 TEST_F(ChildCommandTest, TheKeptEndOfManySmallPiecesIsWhatCameLast)
 {
-    const auto result = runInBackground(shell("i=0; while [ $i -lt 20000 ]; do echo $i; i=$((i+1)); done"));
+    const auto result = runInGroup(shell("i=0; while [ $i -lt 20000 ]; do echo $i; i=$((i+1)); done"), Kept::end);
     ASSERT_TRUE(result && *result);
     std::string all;
     for (int number = 0; number < 20000; ++number)
@@ -180,7 +174,7 @@ TEST_F(ChildCommandTest, TheKeptEndOfManySmallPiecesIsWhatCameLast)
 
 TEST_F(ChildCommandTest, TheKeptEndBeginsAtAWholeCharacter)
 {
-    const auto result = runInBackground(shell("yes 🎈 | tr -d '\\n' | head -c 3000000; printf a"));
+    const auto result = runInGroup(shell("yes 🎈 | tr -d '\\n' | head -c 3000000; printf a"), Kept::end);
     ASSERT_TRUE(result && *result);
     EXPECT_EQ(result->value().output.size(), CommandGroup::outputLimit - 3);
     EXPECT_TRUE(isValidUtf8(result->value().output));
@@ -198,9 +192,9 @@ TEST_F(ChildCommandTest, AGroupThatIsStoppedEndsItsCommandsAndTellsNothingOfThem
 {
     CommandGroup group;
     int done = 0;
-    group.run(shell("exec yes"), mainThread, [&](const CommandResult&) { ++done; });
-    group.run(shell("exec sleep 1000"), mainThread, [&](const CommandResult&) { ++done; });
-    group.run({ .executable = "/nowhere/kimi" }, mainThread, [&](const CommandResult&) { ++done; });
+    group.run(shell("exec yes"), Kept::end, mainThread, [&](const CommandResult&) { ++done; });
+    group.run(shell("exec sleep 1000"), Kept::beginning, mainThread, [&](const CommandResult&) { ++done; });
+    group.run({ .executable = "/nowhere/kimi" }, Kept::beginning, mainThread, [&](const CommandResult&) { ++done; });
     group.stop();
     while (hasChildren())
         ASSERT_TRUE(mainThread.waitAndDrain(childTestBound));
@@ -210,9 +204,10 @@ TEST_F(ChildCommandTest, AGroupThatIsStoppedEndsItsCommandsAndTellsNothingOfThem
 
 TEST_F(ChildCommandTest, AGroupThatIsDroppedLeavesItsCommandsToTheirEnd)
 {
-    const auto result = runInGroup(shell("echo out"));
-    ASSERT_TRUE(result && *result);
-    EXPECT_EQ(result->value().output, "out\n");
+    std::string output;
+    CommandGroup().run(shell("echo out"), Kept::beginning, mainThread, [&](const CommandResult& done) { output = done.value().output; });
+    while (output.empty() && mainThread.waitAndDrain(childTestBound)) { }
+    EXPECT_EQ(output, "out\n");
 }
 
 TEST_F(ChildCommandTest, CommandsLeaveNothingBehind)
@@ -221,7 +216,7 @@ TEST_F(ChildCommandTest, CommandsLeaveNothingBehind)
     int done = 0;
     for (int round = 0; round < 100; ++round) {
         ASSERT_TRUE(runCommand(shell("echo x")));
-        runCommandInBackground(shell("echo y"), mainThread, [&](const CommandResult&) { ++done; });
+        CommandGroup().run(shell("echo y"), Kept::beginning, mainThread, [&](const CommandResult&) { ++done; });
     }
     while (done < 100 && mainThread.waitAndDrain(childTestBound)) { }
     EXPECT_EQ(done, 100);
