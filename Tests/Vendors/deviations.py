@@ -53,7 +53,7 @@ def full_access_as_root_needs_a_sandbox(person):
 
 
 def asks_again_after_full_access(person):
-    """A session in which a command has run unasked is resumed in Ask: the next command is asked for, and Kimi knows that mode by another name."""
+    """A session in which a command has run unasked is resumed in Ask: the next is asked for, and Kimi knows that mode by another name."""
     person.window.env['IS_SANDBOX'] = '1'
     person.allows('full_access')
     person.has()
@@ -191,6 +191,7 @@ def flood_of_output(person):
     person.allows_once()
     person.write('written meanwhile')
     person.window.wait(lambda: person.composer.text == 'written meanwhile', what='the keys')
+    person.assertFalse(person.is_read(FINISHED), 'the turn has ended before its command')
     person.makes('storm-seen')  # which ends the command
     person.finished_after(FINISHED)
     person.assertEqual(person.composer.text, 'written meanwhile')
