@@ -23,6 +23,7 @@ public:
     [[nodiscard]] Result<void, FileError> read(std::uint64_t offset, char* place, std::size_t count) const;
 
 private:
+    friend class ScratchFile;
     OpenedFile(Descriptor descriptor, std::uint64_t size) : m_descriptor(std::move(descriptor)), m_size(size) { }
 
     Descriptor m_descriptor;
