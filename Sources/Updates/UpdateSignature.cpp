@@ -1,7 +1,5 @@
 #include "Updates/UpdateSignature.h"
 
-#include "Platform/BackgroundWork.h"
-#include "Platform/OpenedFile.h"
 #include "Updates/StrictBase64.h"
 
 #include <openssl/err.h>
@@ -9,6 +7,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <string_view>
 
 namespace tessarin
@@ -48,33 +47,28 @@ Failure<UpdateSignatureError> refused(const std::string& reason)
     return { UpdateSignatureError{ "The update was not installed. " + reason } };
 }
 
-Failure<UpdateSignatureError> unreadable(const FileError& error)
+// All bytes of a file of this length, in pieces, so that nobody who ends it waits for a slow disk.
+Result<std::string, UpdateSignatureError> bytesOfFile(const OpenedFile& file, std::size_t length, const std::function<bool()>& isToEnd)
 {
-    return refused("It can't be read: " + error.description() + ".");
-}
-
-// All bytes of a file of this length, in pieces, so that the end of the program does not wait for a slow disk.
-Result<std::string, UpdateSignatureError> bytesOfFile(const std::string& path, std::size_t length)
-{
-    const auto file = OpenedFile::open(path);
-    if (!file) {
-        return unreadable(file.error());
-    }
-    if (file.value().size() != length) {
+    if (file.size() != length) {
         return refused("It is not as large as its feed says.");
     }
     std::string bytes;
-    bytes.reserve(length);
-    while (bytes.size() < length && !isBackgroundWorkEnding()) {
+    try {
+        bytes.reserve(length);
+    } catch (const std::bad_alloc&) {
+        return refused("There is not enough memory to verify it.");
+    }
+    while (bytes.size() < length && !isToEnd()) {
         const std::size_t start = bytes.size();
         const std::size_t count = std::min(pieceSize, length - start);
         bytes.resize(start + count);
-        if (const auto read = file.value().read(start, bytes.data() + start, count); !read) {
-            return unreadable(read.error());
+        if (const auto read = file.read(start, bytes.data() + start, count); !read) {
+            return refused("It can't be read: " + read.error().description() + ".");
         }
     }
-    if (isBackgroundWorkEnding()) {
-        return refused("The program is ending.");
+    if (isToEnd()) {
+        return refused("It was given up.");
     }
     return bytes;
 }
@@ -102,12 +96,12 @@ Result<void, UpdateSignatureError> UpdateSignature::mayVerify(const AppcastEnclo
 }
 
 Result<VerifiedArchive, UpdateSignatureError> UpdateSignature::verify(
-    const std::string& path, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key)
+    const OpenedFile& file, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key, const std::function<bool()>& isToEnd)
 {
     if (const auto may = mayVerify(stated, key); !may) {
         return Failure{ may.error() };
     }
-    auto read = bytesOfFile(path, static_cast<std::size_t>(*stated.length));
+    auto read = bytesOfFile(file, static_cast<std::size_t>(*stated.length), isToEnd);
     if (!read) {
         return Failure{ read.error() };
     }

@@ -4,6 +4,7 @@
 #include <QNetworkRequest>
 #include <QSslError>
 
+#include <algorithm>
 #include <array>
 #include <cassert>
 #include <utility>
@@ -30,6 +31,8 @@ QNetworkRequest requestFor(const HttpsDownload::Request& asked)
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    // Over HTTP/2 the library goes on taking what nobody reads.
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     // Set by ourselves, so that a small answer is not unpacked into a large one.
     request.setRawHeader("Accept-Encoding", "identity");
     return request;
@@ -42,16 +45,15 @@ QString withoutPeriod(const QString& text)
 
 } // namespace
 
-HttpsDownload::HttpsDownload(QNetworkAccessManager& network, QObject* parent) : QObject(parent), m_network(network)
+HttpsDownload::HttpsDownload(QNetworkAccessManager& network, MainThread& mainThread, QObject* parent)
+    : QObject(parent), m_network(network), m_mainThread(mainThread)
 {
-    m_wait.setSingleShot(true);
-    // Later, because the end may drop the timer.
-    connect(
-        &m_wait, &QTimer::timeout, this, [this] { endWait(); }, Qt::QueuedConnection);
 }
 
 HttpsDownload::~HttpsDownload()
 {
+    callOff(m_wait);
+    callOff(m_whole);
     if (m_reply) {
         m_reply->disconnect(this);
         m_reply->abort();
@@ -63,7 +65,7 @@ void HttpsDownload::start(const Request& request, Handlers handlers)
 {
     assert(!m_handlers.done && handlers.onBytes && handlers.done);
     m_handlers = std::move(handlers);
-    m_byteLimit = request.byteLimit;
+    m_request = request;
     if (request.url.scheme() != QLatin1String("https") || request.url.host().isEmpty()) {
         // Later, as every other end.
         QMetaObject::invokeMethod(
@@ -74,8 +76,13 @@ void HttpsDownload::start(const Request& request, Handlers handlers)
     // The network waits while we are behind.
     m_reply->setReadBufferSize(bufferSize);
     watch(*m_reply);
-    m_silenceLimit = request.silenceLimit;
-    m_wait.start(request.headLimit);
+    beginWait(request.headLimit);
+    if (request.wholeLimit) {
+        m_whole = m_mainThread.postDelayed(*request.wholeLimit, [this] {
+            m_whole.reset();
+            fail(QStringLiteral("The server took too long."));
+        });
+    }
 }
 
 void HttpsDownload::watch(QNetworkReply& reply)
@@ -93,11 +100,11 @@ void HttpsDownload::judgeHead()
 {
     // Of the file itself, not of a page that explains a failure.
     const bool isFile = m_reply && m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() == okStatus;
-    if (isFile) {
+    if (isFile && !m_hasHead) {
         m_hasHead = true;
-        m_wait.start(m_silenceLimit);
+        beginSpan();
     }
-    if (isFile && m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong() > m_byteLimit) {
+    if (isFile && m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong() > m_request.byteLimit) {
         fail(QStringLiteral("It is too large."));
     }
 }
@@ -106,25 +113,26 @@ void HttpsDownload::read()
 {
     std::array<char, 64 * 1024> buffer;
     while (!m_hasEnded && m_reply) {
+        const std::size_t room = m_handlers.room ? std::min(m_handlers.room(), buffer.size()) : buffer.size();
+        m_isHeldBack = room == 0;
+        if (m_isHeldBack) {
+            callOff(m_wait);
+            return;
+        }
         const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        const qint64 count = m_reply->read(buffer.data(), buffer.size());
+        const qint64 count = m_reply->read(buffer.data(), static_cast<qint64>(room));
         if (count <= 0) {
             return;
         }
         if (status != okStatus) {
             continue; // a page that explains a failure
         }
-        m_wait.start();
         m_received += count;
-        if (m_received > m_byteLimit) {
+        if (m_received > m_request.byteLimit) {
             fail(QStringLiteral("It is too large."));
             return;
         }
-        const auto taken = m_handlers.onBytes(QByteArrayView(buffer.data(), count));
-        if (!taken) {
-            fail(QStringLiteral("It can't be stored: %1.").arg(QString::fromStdString(taken.error().description())));
-            return;
-        }
+        m_handlers.onBytes(QByteArrayView(buffer.data(), count));
         if (m_handlers.onProgress) {
             const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
             m_handlers.onProgress(m_received, length.isValid() ? std::optional(length.toLongLong()) : std::nullopt);
@@ -132,13 +140,32 @@ void HttpsDownload::read()
     }
 }
 
-void HttpsDownload::finish()
+void HttpsDownload::resume()
 {
-    const QPointer<HttpsDownload> self(this);
-    read();
-    if (!self || m_hasEnded || !m_reply) {
+    if (!m_isHeldBack || m_hasEnded) {
         return;
     }
+    m_isHeldBack = false;
+    beginSpan();
+    if (m_hasFinished) {
+        finish();
+    } else {
+        read();
+    }
+}
+
+void HttpsDownload::finish()
+{
+    m_hasFinished = true;
+    const QPointer<HttpsDownload> self(this);
+    read();
+    if (self && !m_hasEnded && m_reply && !m_isHeldBack) {
+        judgeWhole();
+    }
+}
+
+void HttpsDownload::judgeWhole()
+{
     const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     const QVariant length = m_reply->header(QNetworkRequest::ContentLengthHeader);
     if (m_reply->error() != QNetworkReply::NoError) {
@@ -152,12 +179,42 @@ void HttpsDownload::finish()
     }
 }
 
+void HttpsDownload::beginWait(std::chrono::milliseconds limit)
+{
+    callOff(m_wait);
+    m_wait = m_mainThread.postDelayed(limit, [this] {
+        m_wait.reset();
+        // After what has come meanwhile, in case it is this program that stood still.
+        QMetaObject::invokeMethod(
+            this, [this] { endWait(); }, Qt::QueuedConnection);
+    });
+}
+
+void HttpsDownload::callOff(std::optional<MainThread::DelayID>& wait)
+{
+    if (wait) {
+        m_mainThread.cancelDelayed(*std::exchange(wait, std::nullopt));
+    }
+}
+
 void HttpsDownload::endWait()
 {
-    if (!m_wait.isActive()) { // nothing has come meanwhile
-        fail(m_hasHead ? QStringLiteral("The server stopped sending before all of it had come.")
-                       : QStringLiteral("The server did not answer in time."));
+    if (m_wait || m_isHeldBack || m_hasEnded) {
+        return; // another one has begun, or it waits for us
     }
+    if (!m_hasHead) {
+        fail(QStringLiteral("The server did not answer in time."));
+    } else if (m_received - m_receivedBeforeSpan < m_request.leastBytes) {
+        fail(QStringLiteral("The server stopped sending before all of it had come."));
+    } else {
+        beginSpan();
+    }
+}
+
+void HttpsDownload::beginSpan()
+{
+    m_receivedBeforeSpan = m_received;
+    beginWait(m_request.span);
 }
 
 void HttpsDownload::cancel()
@@ -180,7 +237,8 @@ void HttpsDownload::end(Result<void, HttpsDownloadError> outcome)
     if (std::exchange(m_hasEnded, true)) {
         return;
     }
-    m_wait.stop();
+    callOff(m_wait);
+    callOff(m_whole);
     if (m_reply) {
         m_reply->disconnect(this);
         m_reply->abort();

@@ -1,9 +1,8 @@
 #include "Views/UpdateFetch.h"
 
-#include "Platform/BackgroundWork.h"
-#include "Platform/Files.h"
 #include "Platform/MainThread.h"
 #include "Updates/Appcast.h"
+#include "Updates/BackgroundStep.h"
 
 #include <cassert>
 #include <utility>
@@ -14,7 +13,8 @@ namespace tessarin
 namespace
 {
 
-constexpr const char* fileName = "update.archive";
+// Of a feed, with all that leads to it. An archive has none: it may be large, and who waits for it sees how far it is.
+constexpr std::chrono::seconds feedLimit{ 60 };
 
 UpdateFetchError toldOf(const char* what, const HttpsDownloadError& error)
 {
@@ -39,11 +39,7 @@ UpdateFetch::Found newestIn(const QByteArray& xml, const std::string& runningVer
 
 UpdateFetch::UpdateFetch(Surroundings surroundings, QObject* parent) : QObject(parent), m_surroundings(std::move(surroundings)) { }
 
-UpdateFetch::~UpdateFetch()
-{
-    m_download.reset();
-    dropFile();
-}
+UpdateFetch::~UpdateFetch() = default;
 
 void UpdateFetch::findNewest(const QUrl& feed, std::string runningVersion, UpdateSystem system, std::function<void(Found)> done)
 {
@@ -51,10 +47,7 @@ void UpdateFetch::findNewest(const QUrl& feed, std::string runningVersion, Updat
     m_found = std::move(done);
     const auto xml = std::make_shared<QByteArray>();
     HttpsDownload::Handlers handlers;
-    handlers.onBytes = [xml](QByteArrayView bytes) -> Result<void, FileError> {
-        xml->append(bytes);
-        return {};
-    };
+    handlers.onBytes = [xml](QByteArrayView bytes) { xml->append(bytes); };
     handlers.done = [this, xml, runningVersion = std::move(runningVersion), system = std::move(system)](
                         const Result<void, HttpsDownloadError>& outcome) {
         const auto ended = std::move(m_download); // lives until this returns
@@ -64,20 +57,26 @@ void UpdateFetch::findNewest(const QUrl& feed, std::string runningVersion, Updat
             endFind(Failure{ toldOf("The update feed can't be fetched.", outcome.error()) });
         }
     };
-    m_download = std::make_unique<HttpsDownload>(m_network);
-    m_download->start({ feed, static_cast<qint64>(Appcast::byteLimit), m_surroundings.tls }, std::move(handlers));
+    HttpsDownload::Request request{ feed, static_cast<qint64>(Appcast::byteLimit), m_surroundings.tls };
+    request.wholeLimit = feedLimit;
+    m_download = std::make_unique<HttpsDownload>(m_network, m_surroundings.mainThread);
+    m_download->start(request, std::move(handlers));
 }
 
 void UpdateFetch::choose(std::shared_ptr<const QByteArray> xml, std::string runningVersion, UpdateSystem system)
 {
-    runInBackgroundThen([xml = std::move(xml), runningVersion = std::move(runningVersion),
-                            system = std::move(system)] { return newestIn(*xml, runningVersion, system); },
-        &UpdateFetch::endFind);
+    m_choosing = std::make_shared<bool>();
+    runInBackgroundThen(
+        m_surroundings.mainThread, m_choosing,
+        [xml = std::move(xml), runningVersion = std::move(runningVersion), system = std::move(system)] {
+            return newestIn(*xml, runningVersion, system);
+        },
+        [this](const Found& found) { endFind(found); }, AtEnd::dropped);
 }
 
 void UpdateFetch::endFind(Found found)
 {
-    m_work.reset();
+    m_choosing.reset();
     // Last, because it may drop this object.
     const auto done = std::exchange(m_found, {});
     done(std::move(found));
@@ -89,58 +88,46 @@ void UpdateFetch::fetchArchive(const AvailableUpdate& update, Progress onProgres
     m_update = update;
     m_onProgress = std::move(onProgress);
     m_done = std::move(done);
-    std::optional<UpdateFetchError> error;
-    if (const auto may = UpdateSignature::mayVerify(update.enclosure, m_surroundings.key); !may) {
-        error = UpdateFetchError{ QString::fromStdString(may.error().description()) };
-    } else if (const auto opened = openFile(); !opened) {
-        error = notStored(opened.error().description());
-    }
-    if (!error) {
-        download();
+    const auto may = UpdateSignature::mayVerify(update.enclosure, m_surroundings.key);
+    if (may) {
+        open();
         return;
     }
     // Later, as every other end.
     QMetaObject::invokeMethod(
-        this, [this, failure = *error] { endFetch(Failure{ failure }); }, Qt::QueuedConnection);
+        this, [this, failure = UpdateFetchError{ QString::fromStdString(may.error().description()) }] { endFetch(Failure{ failure }); },
+        Qt::QueuedConnection);
 }
 
-Result<void, FileError> UpdateFetch::openFile()
+void UpdateFetch::open()
 {
-    if (auto made = createDirectories(m_surroundings.folder); !made) {
-        return made;
-    }
-    const std::string path = m_surroundings.folder + '/' + fileName;
-    // A program that was killed may have left one.
-    if (auto removed = removeFile(path); !removed) {
-        return removed;
-    }
-    m_file.setFileName(QString::fromStdString(path));
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered, QFile::ReadOwner | QFile::WriteOwner)) {
-        return Failure{ FileError{ m_file.errorString().toStdString() } };
-    }
-    return {};
+    IncomingArchive::Handlers handlers;
+    handlers.onRoom = [this] {
+        if (m_download) {
+            m_download->resume();
+        }
+    };
+    handlers.onFailure = [this](const FileError& error) { endFetch(Failure{ notStored(error.description()) }); };
+    m_archive
+        = std::make_unique<IncomingArchive>(m_surroundings.mainThread, m_surroundings.folder, std::move(handlers), m_surroundings.write);
+    m_archive->open([this] { download(); });
 }
 
 void UpdateFetch::download()
 {
     HttpsDownload::Handlers handlers;
-    handlers.onBytes = [this](QByteArrayView bytes) -> Result<void, FileError> {
-        if (m_file.write(bytes.data(), bytes.size()) != bytes.size()) {
-            return Failure{ FileError{ m_file.errorString().toStdString() } };
-        }
-        return {};
-    };
+    handlers.onBytes = [this](QByteArrayView bytes) { m_archive->append({ bytes.data(), static_cast<std::size_t>(bytes.size()) }); };
+    handlers.room = [this] { return m_archive->room(); };
     handlers.onProgress = m_onProgress;
     handlers.done = [this](const Result<void, HttpsDownloadError>& outcome) {
         const auto ended = std::move(m_download); // lives until this returns
-        m_file.close();
         if (outcome) {
             verify();
         } else {
             endFetch(Failure{ toldOf("The update can't be fetched.", outcome.error()) });
         }
     };
-    m_download = std::make_unique<HttpsDownload>(m_network);
+    m_download = std::make_unique<HttpsDownload>(m_network, m_surroundings.mainThread);
     const QUrl url(QString::fromStdString(m_update.enclosure.url), QUrl::StrictMode);
     const auto length = static_cast<qint64>(m_update.enclosure.length.value_or(0));
     m_download->start({ url, length, m_surroundings.tls }, std::move(handlers));
@@ -148,38 +135,22 @@ void UpdateFetch::download()
 
 void UpdateFetch::verify()
 {
-    runInBackgroundThen(
-        [path = m_file.fileName().toStdString(), stated = m_update.enclosure, key = m_surroundings.key]() -> Fetched {
-            auto archive = UpdateSignature::verify(path, stated, key);
-            if (!archive) {
-                return Failure{ UpdateFetchError{ QString::fromStdString(archive.error().description()) } };
-            }
-            return std::move(archive).value();
-        },
-        &UpdateFetch::endFetch);
-}
-
-template <class Outcome, class Work>
-void UpdateFetch::runInBackgroundThen(Work work, void (UpdateFetch::*finish)(Outcome))
-{
-    m_work = std::make_shared<bool>();
-    runInBackground(
-        [this, work = std::move(work), finish, isWanted = std::weak_ptr<void>(m_work), &mainThread = m_surroundings.mainThread] {
-            mainThread.post([this, outcome = work(), finish, isWanted] {
-                if (!isWanted.expired()) {
-                    (this->*finish)(outcome);
-                }
-            });
-        },
-        AtEnd::dropped);
+    m_archive->verify(m_update.enclosure, m_surroundings.key, [this](IncomingArchive::Verified verified) {
+        if (verified) {
+            endFetch(std::move(verified).value());
+        } else {
+            endFetch(Failure{ UpdateFetchError{ QString::fromStdString(verified.error().description()) } });
+        }
+    });
 }
 
 void UpdateFetch::cancel()
 {
     if (m_download) {
         m_download->cancel();
-    } else if (m_work) {
-        m_work.reset();
+    } else if (m_choosing || m_archive) {
+        m_choosing.reset();
+        m_archive.reset();
         QMetaObject::invokeMethod(
             this, [this] { endCancelled(); }, Qt::QueuedConnection);
     }
@@ -197,21 +168,12 @@ void UpdateFetch::endCancelled()
 
 void UpdateFetch::endFetch(Fetched outcome)
 {
-    m_work.reset();
+    m_download.reset();
+    m_archive.reset();
     m_onProgress = {};
-    dropFile();
     // Last, because it may drop this object.
     const auto done = std::exchange(m_done, {});
     done(std::move(outcome));
-}
-
-void UpdateFetch::dropFile()
-{
-    if (!m_file.fileName().isEmpty()) {
-        m_file.close();
-        m_file.remove(); // one that stays is replaced by the next
-    }
-    m_file.setFileName({});
 }
 
 } // namespace tessarin

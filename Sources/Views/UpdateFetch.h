@@ -1,13 +1,13 @@
 #pragma once
 
 #include "Platform/Result.h"
+#include "Updates/IncomingArchive.h"
 #include "Updates/UpdateChoice.h"
 #include "Updates/UpdateKey.h"
 #include "Updates/UpdateSignature.h"
 #include "Views/HttpsDownload.h"
 
 #include <QByteArray>
-#include <QFile>
 #include <QNetworkAccessManager>
 #include <QObject>
 #include <QSslConfiguration>
@@ -32,16 +32,16 @@ struct UpdateFetchError {
 };
 
 // The way from the address of a feed to an archive that has been verified, in two halves between which a person may be asked. It installs
-// nothing. One half at a time. Dropping it cancels without calling `done`. The archive comes in a file of a fixed name, which is safe
-// because InstanceLock lets one program at a time have the folder, and a program has one of these at work. Main thread only.
+// nothing, and what it fetches nobody else gets to see. One half at a time. Dropping it cancels without calling `done`. Main thread only.
 class UpdateFetch : public QObject
 {
 public:
     struct Surroundings {
         MainThread& mainThread;
-        std::string folder; // for the archive while it comes; made when it is needed, for this account alone
+        std::string folder; // on whose disk the archive is while it comes; made when it is needed, for this account alone
         std::optional<UpdateKey> key = UpdateKey::builtIn();
         QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        IncomingArchive::Write write = &ScratchFile::append; // unless the disk is to be another
     };
     using Found = Result<std::optional<AvailableUpdate>, UpdateFetchError>;
     using Fetched = Result<VerifiedArchive, UpdateFetchError>;
@@ -53,8 +53,8 @@ public:
     // Reads the feed, in the background once it has come, and tells the newest release in it that is for this system and newer than what
     // runs; absent for none. Requires: nothing is under way.
     void findNewest(const QUrl& feed, std::string runningVersion, UpdateSystem system, std::function<void(Found)> done);
-    // Fetches the release's archive and verifies it, before anybody else can see it. What can't verify is not fetched. The file that it
-    // came in is gone by the end, whatever the end is. Requires: nothing is under way.
+    // Fetches the release's archive as fast as the disk takes it, and verifies it. What can't verify is not fetched. Nothing of it stays
+    // on the disk, whatever the end is. Requires: nothing is under way.
     void fetchArchive(const AvailableUpdate& update, Progress onProgress, std::function<void(Fetched)> done);
     // `done` of what is under way is called with wasCancelled, later.
     void cancel();
@@ -65,30 +65,25 @@ private:
     void endFind(Found found);
 
     // The steps of fetchArchive, in their order.
-    [[nodiscard]] Result<void, FileError> openFile();
+    void open();
     void download();
     void verify();
 
     void endFetch(Fetched outcome);
-    void dropFile();
-
-    // The outcome is not told to anybody once this was cancelled or is gone.
-    template <class Outcome, class Work>
-    void runInBackgroundThen(Work work, void (UpdateFetch::*finish)(Outcome));
     void endCancelled();
 
     const Surroundings m_surroundings;
     QNetworkAccessManager m_network;
-    std::unique_ptr<HttpsDownload> m_download; // while one is under way
-    std::shared_ptr<void> m_work; // while there is some in the background, which holds it weakly
-
     std::function<void(Found)> m_found; // while a feed is being looked at
+    std::shared_ptr<void> m_choosing; // while that is read in the background, which holds it weakly
 
     // While an archive is being fetched.
     AvailableUpdate m_update;
     Progress m_onProgress;
     std::function<void(Fetched)> m_done;
-    QFile m_file;
+    std::unique_ptr<IncomingArchive> m_archive;
+
+    std::unique_ptr<HttpsDownload> m_download; // while one is under way
 };
 
 } // namespace tessarin

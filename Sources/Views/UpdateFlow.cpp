@@ -5,6 +5,7 @@
 #include "Platform/MainThread.h"
 #include "Platform/Preferences.h"
 #include "Updates/ArchiveKeeping.h"
+#include "Updates/BackgroundStep.h"
 #include "Updates/VersionOrder.h"
 #include "Views/UpdateTexts.h"
 
@@ -136,29 +137,23 @@ void UpdateFlow::judge(const UpdateFetch::Fetched& fetched)
     }
 }
 
+// What was begun is brought to its end, also by the end of the program.
 template <class Outcome, class Work>
-void UpdateFlow::runInBackgroundThen(Work work, void (UpdateFlow::*finish)(const Outcome&))
+void UpdateFlow::putThen(Work work, void (UpdateFlow::*finish)(const Outcome&))
 {
-    runInBackground(
-        [this, work = std::move(work), finish, isAlive = std::weak_ptr<void>(m_isAlive), &mainThread = m_surroundings.mainThread] {
-            mainThread.post([this, outcome = work(), finish, isAlive] {
-                if (!isAlive.expired()) {
-                    (this->*finish)(outcome);
-                }
-            });
-        });
+    runInBackgroundThen(
+        m_surroundings.mainThread, m_isAlive, std::move(work), [this, finish](const Outcome& outcome) { (this->*finish)(outcome); },
+        AtEnd::finished);
 }
 
 void UpdateFlow::put(const VerifiedArchive& archive)
 {
     setStage(Installing);
     if (m_surroundings.appImage) {
-        runInBackgroundThen(
-            [archive, appImage = *m_surroundings.appImage] { return appImage.install(archive); }, &UpdateFlow::finishInstall);
+        putThen([archive, appImage = *m_surroundings.appImage] { return appImage.install(archive); }, &UpdateFlow::finishInstall);
     } else {
         const std::string name = ArchiveKeeping::fileName(m_update->enclosure.url, m_update->item.version);
-        runInBackgroundThen(
-            [archive, name, folder = keepFolder()] { return ArchiveKeeping::keep(archive, folder, name); }, &UpdateFlow::finishKeep);
+        putThen([archive, name, folder = keepFolder()] { return ArchiveKeeping::keep(archive, folder, name); }, &UpdateFlow::finishKeep);
     }
 }
 

@@ -118,7 +118,7 @@ private:
     [[nodiscard]] std::string keepFolder() const;
     // What the outcome of work in the background is to be handed to, on the main thread: nobody once this is gone.
     template <class Outcome, class Work>
-    void runInBackgroundThen(Work work, void (UpdateFlow::*finish)(const Outcome&));
+    void putThen(Work work, void (UpdateFlow::*finish)(const Outcome&));
 
     const Surroundings m_surroundings;
     const QString m_runningVersion;

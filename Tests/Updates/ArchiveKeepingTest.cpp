@@ -23,7 +23,7 @@ protected:
         AppcastEnclosure stated;
         stated.length = bytes.size();
         stated.edSignature = key.signatureOf(bytes);
-        return UpdateSignature::verify(outside / "archive", stated, key.updateKey()).value();
+        return UpdateSignature::verify(OpenedFile::open(outside / "archive").value(), stated, key.updateKey()).value();
     }
 
     const TemporaryFolder outside;

@@ -9,8 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <latch>
 #include <string>
+#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -37,9 +39,11 @@ protected:
     [[nodiscard]] std::string refusalOf(const AppcastEnclosure& enclosure) const { return refusalOf(enclosure, key.updateKey()); }
     [[nodiscard]] std::string refusalOf(const AppcastEnclosure& enclosure, const std::optional<UpdateKey>& publicKey) const
     {
-        const auto archive = UpdateSignature::verify(path, enclosure, publicKey);
+        const auto archive = UpdateSignature::verify(opened(), enclosure, publicKey);
         return archive ? "" : archive.error().description();
     }
+
+    [[nodiscard]] OpenedFile opened() const { return OpenedFile::open(path).value(); }
 
     const TemporaryFolder folder;
     const std::string path = folder / "archive";
@@ -49,7 +53,7 @@ protected:
 
 TEST_F(UpdateSignatureTest, AGoodSignatureGivesTheBytesThatWereVerified)
 {
-    const auto archive = UpdateSignature::verify(path, stated(), key.updateKey());
+    const auto archive = UpdateSignature::verify(opened(), stated(), key.updateKey());
     ASSERT_TRUE(archive) << archive.error().description();
     writeWholeFile(path, "other bytes, written later");
     EXPECT_EQ(archive.value().bytes().joined(), bytes);
@@ -127,11 +131,39 @@ TEST_F(UpdateSignatureTest, WhatIsTooLargeIsNotRead)
 
 TEST_F(UpdateSignatureTest, AFileThatCannotBeReadIsRefusedWithTheReason)
 {
-    std::filesystem::remove(path);
-    EXPECT_EQ(refusalOf(stated()), "The update was not installed. It can't be read: No such file or directory.");
-    std::filesystem::create_directory(path);
-    EXPECT_THAT(refusalOf(stated()), HasSubstr("can't be read"));
+    const OpenedFile file = opened();
+    std::filesystem::resize_file(path, bytes.size() - 1);
+    const auto archive = UpdateSignature::verify(file, stated(), key.updateKey());
+    ASSERT_FALSE(archive);
+    EXPECT_EQ(archive.error().description(), "The update was not installed. It can't be read: The file has become shorter.");
 }
+
+TEST_F(UpdateSignatureTest, WhoIsToEndItIsAskedBetweenThePieces)
+{
+    writeWholeFile(path, std::string(10'000'000, 'x'));
+    AppcastEnclosure enclosure = stated();
+    enclosure.length = 10'000'000;
+    int asked = 0;
+    const auto archive = UpdateSignature::verify(opened(), enclosure, key.updateKey(), [&] { return ++asked >= 3; });
+    ASSERT_FALSE(archive);
+    EXPECT_EQ(archive.error().description(), "The update was not installed. It was given up.");
+    EXPECT_LE(asked, 4);
+}
+
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(UpdateSignatureTest, WithoutEnoughMemoryItIsRefused)
+{
+    std::filesystem::resize_file(path, UpdateSignature::byteLimit); // with nothing in it
+    AppcastEnclosure enclosure = stated();
+    enclosure.length = UpdateSignature::byteLimit;
+    const auto inLittleMemory = [&] {
+        const rlimit little{ 300'000'000, 300'000'000 };
+        setrlimit(RLIMIT_AS, &little);
+        std::exit(refusalOf(enclosure) == "The update was not installed. There is not enough memory to verify it." ? 0 : 1);
+    };
+    EXPECT_EXIT(inLittleMemory(), testing::ExitedWithCode(0), "");
+}
+#endif
 
 TEST_F(UpdateSignatureTest, TheEndOfTheProgramGivesItUp)
 {
@@ -147,7 +179,7 @@ TEST_F(UpdateSignatureTest, TheEndOfTheProgramGivesItUp)
     });
     begun.wait();
     endBackgroundWork();
-    EXPECT_EQ(refusal, "The update was not installed. The program is ending.");
+    EXPECT_EQ(refusal, "The update was not installed. It was given up.");
     EXPECT_EQ(refusalOf(stated()), "");
 }
 
@@ -161,7 +193,7 @@ TEST_F(UpdateSignatureTest, AnArchiveOfManyPiecesIsReadWhole)
     AppcastEnclosure enclosure;
     enclosure.length = large.size();
     enclosure.edSignature = key.signatureOf(large);
-    const auto archive = UpdateSignature::verify(path, enclosure, key.updateKey());
+    const auto archive = UpdateSignature::verify(opened(), enclosure, key.updateKey());
     ASSERT_TRUE(archive) << archive.error().description();
     EXPECT_TRUE(archive.value().bytes().joined() == large);
 }

@@ -5,6 +5,7 @@
 #include "RecordingDesktop.h"
 #include "ReleaseServer.h"
 #include "TemporaryFolder.h"
+#include "Views/QtMainThread.h"
 #include "Views/UpdateFlow.h"
 
 #include <QTest>
@@ -31,7 +32,7 @@ protected:
         updater.reset();
         flow = std::make_unique<UpdateFlow>(UpdateFlow::Surroundings{ preferences, desktop, mainThread,
             [this] {
-                return UpdateFetch::Surroundings{ mainThread, folder / "incoming", UpdateKey::builtIn(), tls };
+                return UpdateFetch::Surroundings{ downloads.mainThread(), folder / "incoming", UpdateKey::builtIn(), tls };
             },
             "1.0", { "linux", "6.1" }, std::nullopt, { folder / "own" } });
         updater = std::make_unique<AppcastUpdater>(
@@ -61,6 +62,7 @@ protected:
     Preferences preferences{ { folder / "configuration", folder / "data" } };
     MainThread::Clock::time_point steady{};
     MainThread mainThread{ {}, [this] { return steady; } };
+    QtMainThread downloads; // by another clock, so that what waits here is what the updater waits for
     Instant clock{ 800'000'000 };
     testing::RecordingDesktop desktop;
     QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
@@ -277,14 +279,8 @@ TEST_F(AppcastUpdaterTest, WhoAsksAfterTheAddressHasChangedIsToldOfTheNewOneThou
     ASSERT_TRUE(server.https.isRunning()) << "the server did not start";
     server.publishArchive("tessarin-2.0.AppImage", "new");
     tls = server.https.trust();
-    const auto comesToAnOffer = [this] {
-        return QTest::qWaitFor(
-            [this] {
-                mainThread.drain();
-                return flow->stage() == UpdateFlow::Found;
-            },
-            HttpsServer::patience);
-    };
+    const auto comesToAnOffer
+        = [this] { return QTest::qWaitFor([this] { return flow->stage() == UpdateFlow::Found; }, HttpsServer::patience); };
     updater->startUpdater();
     for (const bool isSilent : { true, false }) {
         address = server.https.url("/slow").toString().toStdString();

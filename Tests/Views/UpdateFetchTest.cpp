@@ -1,20 +1,6 @@
-#include "Views/UpdateFetch.h"
-
-#include "Feeds.h"
-#include "HttpsServer.h"
-#include "Platform/BackgroundWork.h"
-#include "Printing.h"
-#include "SigningKey.h"
-#include "Views/QtMainThread.h"
-
-#include <QCoreApplication>
-#include <QDir>
-#include <QEventLoop>
-#include <QTimer>
-#include <gtest/gtest.h>
+#include "UpdateFetchFixture.h"
 
 #include <future>
-#include <memory>
 
 namespace tessarin
 {
@@ -22,138 +8,13 @@ namespace tessarin
 namespace
 {
 
-class UpdateFetchTest : public testing::Test
-{
-protected:
-    static void SetUpTestSuite() { server = std::make_unique<HttpsServer>(); }
-    static void TearDownTestSuite() { server.reset(); }
-    void SetUp() override
-    {
-        ASSERT_TRUE(server->isRunning()) << "the server did not start";
-        publish("archive", bytes);
-        length = bytes.size();
-        signature = key.signatureOf(bytes.toStdString());
-        address = server->url("/files/archive").toString();
-        makeFetch();
-    }
-
-    void makeFetch()
-    {
-        fetch = std::make_unique<UpdateFetch>(UpdateFetch::Surroundings{
-            mainThread.mainThread(), folder.filePath("updates").toStdString(), key.updateKey(), server->trust() });
-    }
-    static void publish(const QString& name, const QByteArray& content)
-    {
-        QFile file(server->fileNamed(name));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-    }
-    [[nodiscard]] std::string release(const std::string& version) const
-    {
-        return "<item><sparkle:version>" + version + "</sparkle:version><enclosure url=\"" + address.toStdString() + "\" length=\""
-            + std::to_string(length) + "\" sparkle:edSignature=\"" + signature + "\"/></item>";
-    }
-
-    // What a person would be told of the feed: the version, "none" for no newer one, or the reason of a failure.
-    void startFind(const QUrl& url, const std::string& running = "1.0")
-    {
-        looks = 0;
-        seen = "It did not end.";
-        fetch->findNewest(url, running, { "linux", "6.1" }, [this](const UpdateFetch::Found& found) {
-            ++looks;
-            update = found ? found.value() : std::nullopt;
-            seen = !found ? found.error().description() : update ? QString::fromStdString(update->item.version) : "none";
-            loop.quit();
-        });
-    }
-    QString find(const QUrl& url, const std::string& running = "1.0")
-    {
-        startFind(url, running);
-        EXPECT_EQ(looks, 0) << "the end is told later";
-        wait();
-        return seen;
-    }
-    QString find(const std::string& items, const std::string& running = "1.0")
-    {
-        publish("appcast.xml", QByteArray::fromStdString(feedOf(items)));
-        return find(server->url("/files/appcast.xml"), running);
-    }
-    // The reason why the release that was found is not installed, empty when it has been verified, goes to `told`.
-    void startFetch()
-    {
-        ends = 0;
-        told = "It did not end.";
-        fetch->fetchArchive(
-            update.value(), [this](qint64 count, std::optional<qint64>) { noteProgress(count); },
-            [this](const UpdateFetch::Fetched& fetched) {
-                ++ends;
-                told = fetched ? "" : fetched.error().description();
-                wasCancelled = !fetched && fetched.error().wasCancelled;
-                archive = fetched ? std::optional(fetched.value()) : std::nullopt;
-                loop.quit();
-            });
-    }
-    QString fetchFound()
-    {
-        startFetch();
-        EXPECT_EQ(ends, 0) << "the end is told later";
-        wait();
-        EXPECT_TRUE(QDir(folder.filePath("updates")).isEmpty()) << "the file that it came in is gone";
-        return told;
-    }
-    // Until the fetch has ended there is always another event to come.
-    static void letPass(int events, const int& ends)
-    {
-        for (int event = 0; event < events && ends == 0; ++event) {
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        }
-    }
-    QString findAndFetch() { return find(release("2.0")) == "2.0" ? fetchFound() : "It was not found."; }
-    void noteProgress(qint64 count)
-    {
-        received = count;
-        const QFileInfo file(folder.filePath("updates/update.archive"));
-        isPrivate = file.permissions() == (QFile::ReadOwner | QFile::WriteOwner | QFile::ReadUser | QFile::WriteUser);
-        if (cancels) {
-            fetch->cancel();
-        }
-    }
-    void wait()
-    {
-        QTimer::singleShot(HttpsServer::patience, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-
-    static std::unique_ptr<HttpsServer> server;
-    QTemporaryDir folder;
-    QtMainThread mainThread;
-    QEventLoop loop;
-    const SigningKey key;
-    const QByteArray bytes = QByteArray("release ").repeated(100'000);
-    qsizetype length = 0;
-    std::string signature;
-    QString address;
-    bool cancels = false;
-    std::unique_ptr<UpdateFetch> fetch;
-    std::optional<AvailableUpdate> update;
-    std::optional<VerifiedArchive> archive;
-    QString seen; // in the feed
-    int looks = 0; // that have ended
-    QString told;
-    int ends = 0;
-    bool wasCancelled = false;
-    bool isPrivate = false;
-    qint64 received = 0;
-};
-
-std::unique_ptr<HttpsServer> UpdateFetchTest::server;
-
 TEST_F(UpdateFetchTest, ASignedReleaseComesVerified)
 {
     EXPECT_EQ(findAndFetch(), "");
     ASSERT_TRUE(archive);
     EXPECT_EQ(archive->bytes().joined(), bytes.toStdString());
     EXPECT_EQ(received, bytes.size());
-    EXPECT_TRUE(isPrivate) << "nobody else reads or writes it meanwhile";
+    EXPECT_FALSE(hasName) << "nobody else reads or writes it meanwhile";
 }
 
 TEST_F(UpdateFetchTest, WhatRunsAndWhatIsOlderIsNoUpdate)
@@ -263,9 +124,9 @@ TEST_F(UpdateFetchTest, AFeedOfLongVersionsIsReadAtOnce)
     while (version.size() < 2'000'000) {
         version += ".1";
     }
-    std::string items = "<item><sparkle:version>" + version + "</sparkle:version><enclosure url='u'/></item>";
+    std::string items = "<item><sparkle:version>" + version + "</sparkle:version><enclosure url='u' sparkle:os='linux'/></item>";
     for (int item = 0; item < 9'990; ++item) {
-        items += "<item><sparkle:version>1</sparkle:version><enclosure url='u'/></item>";
+        items += "<item><sparkle:version>1</sparkle:version><enclosure url='u' sparkle:os='linux'/></item>";
     }
     EXPECT_EQ(find(items), "none");
 }
@@ -293,12 +154,8 @@ TEST_F(UpdateFetchTest, AFeedIsReadInTheBackground)
 TEST_F(UpdateFetchTest, ALookThatIsCancelledAtAnyMomentHasOneEnd)
 {
     publish("appcast.xml", QByteArray::fromStdString(feedOf(release("2.0"))));
-    const QUrl url = server->url("/files/appcast.xml");
-    bool hasEndedBefore = false;
-    for (int moment = 0; !hasEndedBefore; moment += 1 + moment / 10) {
-        startFind(url);
-        letPass(moment, looks);
-        hasEndedBefore = looks == 1;
+    const auto start = [this] { startFind(server->url("/files/appcast.xml")); };
+    atAnyMoment(start, looks, [this](bool) {
         fetch->cancel();
         if (looks == 0) {
             wait();
@@ -307,34 +164,27 @@ TEST_F(UpdateFetchTest, ALookThatIsCancelledAtAnyMomentHasOneEnd)
         QCoreApplication::processEvents();
         EXPECT_TRUE(seen == "2.0" || seen == "It was cancelled.") << seen.toStdString();
         EXPECT_EQ(looks, 1);
-    }
+    });
 }
 
 TEST_F(UpdateFetchTest, ALookThatIsDroppedAtAnyMomentIsSilent)
 {
     publish("appcast.xml", QByteArray::fromStdString(feedOf(release("2.0"))));
-    const QUrl url = server->url("/files/appcast.xml");
-    bool hasEndedBefore = false;
-    for (int moment = 0; !hasEndedBefore; moment += 1 + moment / 10) {
-        startFind(url);
-        letPass(moment, looks);
-        hasEndedBefore = looks == 1;
+    const auto start = [this] { startFind(server->url("/files/appcast.xml")); };
+    atAnyMoment(start, looks, [this](bool hasEnded) {
         makeFetch();
         finishBackgroundWork();
         QCoreApplication::processEvents();
-        EXPECT_EQ(looks, hasEndedBefore ? 1 : 0);
-    }
+        EXPECT_EQ(looks, hasEnded ? 1 : 0);
+    });
 }
 
 // While it connects, while bytes come, while they are verified, when the end is on its way.
 TEST_F(UpdateFetchTest, CancelledAtAnyMomentItHasOneEnd)
 {
     ASSERT_EQ(find(release("2.0")), "2.0");
-    bool hasEndedBefore = false;
-    for (int moment = 0; !hasEndedBefore; moment += 1 + moment / 10) {
-        startFetch();
-        letPass(moment, ends);
-        hasEndedBefore = ends == 1;
+    const auto start = [this] { startFetch(); };
+    atAnyMoment(start, ends, [this](bool) {
         fetch->cancel();
         if (ends == 0) {
             wait();
@@ -343,24 +193,21 @@ TEST_F(UpdateFetchTest, CancelledAtAnyMomentItHasOneEnd)
         EXPECT_TRUE(told == "" || told == "It was cancelled.") << told.toStdString();
         EXPECT_EQ(find(release("2.0")), "2.0") << "the loop has run on";
         EXPECT_EQ(ends, 1);
-        EXPECT_TRUE(QDir(folder.filePath("updates")).isEmpty());
-    }
+        EXPECT_TRUE(isNothingOnTheDisk());
+    });
 }
 
 TEST_F(UpdateFetchTest, DroppedAtAnyMomentItIsSilentAndLeavesNoFile)
 {
     ASSERT_EQ(find(release("2.0")), "2.0");
-    bool hasEndedBefore = false;
-    for (int moment = 0; !hasEndedBefore; moment += 1 + moment / 10) {
-        startFetch();
-        letPass(moment, ends);
-        hasEndedBefore = ends == 1;
+    const auto start = [this] { startFetch(); };
+    atAnyMoment(start, ends, [this](bool hasEnded) {
         makeFetch();
         finishBackgroundWork();
         EXPECT_EQ(find(release("2.0")), "2.0") << "the loop has run on";
-        EXPECT_EQ(ends, hasEndedBefore ? 1 : 0);
-        EXPECT_TRUE(QDir(folder.filePath("updates")).isEmpty());
-    }
+        EXPECT_EQ(ends, hasEnded ? 1 : 0);
+        EXPECT_TRUE(isNothingOnTheDisk());
+    });
 }
 
 TEST_F(UpdateFetchTest, AFolderThatCannotBeMadeIsToldAndNothingIsFetched)
@@ -369,18 +216,25 @@ TEST_F(UpdateFetchTest, AFolderThatCannotBeMadeIsToldAndNothingIsFetched)
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     fetch = std::make_unique<UpdateFetch>(UpdateFetch::Surroundings{
         mainThread.mainThread(), folder.filePath("file/updates").toStdString(), key.updateKey(), server->trust() });
-    EXPECT_EQ(findAndFetch(), "The update can't be stored: File exists.");
+    EXPECT_EQ(find(release("2.0")), "2.0");
+    startFetch();
+    wait();
+    EXPECT_EQ(told, "The update can't be stored: File exists.");
     EXPECT_EQ(received, 0);
 }
 
-TEST_F(UpdateFetchTest, WhatAKilledProgramLeftBehindIsReplaced)
+TEST_F(UpdateFetchTest, AFeedThatTakesTooLongIsGivenUp)
 {
-    ASSERT_TRUE(QDir(folder.path()).mkdir("updates"));
-    QFile file(folder.filePath("updates/update.archive"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write("half of a file") > 0);
-    file.close();
-    EXPECT_EQ(findAndFetch(), "");
-    EXPECT_TRUE(archive);
+    MainThread::Clock::time_point clock{};
+    MainThread slow({}, [&clock] { return clock; });
+    fetch = std::make_unique<UpdateFetch>(
+        UpdateFetch::Surroundings{ slow, folder.filePath("updates").toStdString(), key.updateKey(), server->trust() });
+    startFind(server->url("/slow"));
+    clock += std::chrono::seconds(60);
+    slow.drain();
+    EXPECT_EQ(looks, 1);
+    EXPECT_EQ(seen, "The update feed can't be fetched. The server took too long.");
+    fetch.reset();
 }
 
 } // namespace

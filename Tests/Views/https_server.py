@@ -16,6 +16,7 @@ import threading
 import time
 
 BODY = b'the bytes of a file\n' * 1000
+STEP = 60 * 1024  # bytes
 plain_requests = []
 requests = []  # the paths of all, in the order in which they came
 
@@ -24,6 +25,8 @@ class Paths(http.server.BaseHTTPRequestHandler):
     protocol_version = 'HTTP/1.1'
     ports = {}
     folder = ''
+    sent = 0
+    steps = threading.Semaphore(0)
 
     def log_message(self, *arguments):
         pass
@@ -45,6 +48,7 @@ class Paths(http.server.BaseHTTPRequestHandler):
         self.head(200, Connection='close')
         while True:
             self.wfile.write(b'x' * 65536)
+            Paths.sent += 65536
 
     def endless_head(self):
         self.wfile.write(b'HTTP/1.1 200 OK\r\n')
@@ -58,12 +62,18 @@ class Paths(http.server.BaseHTTPRequestHandler):
             self.wfile.write(b'sorry')
             time.sleep(0.01)
 
-    # Takes three times as long as a client with a bound of half a second waits at once.
-    def drips(self):
-        self.head(200, Content_Length=15)
-        for _ in range(15):
-            self.wfile.write(b'.')
-            time.sleep(0.1)
+    # Three pieces: the first at once, each other one for a request of /step.
+    def stepwise(self):
+        steps = Paths.steps = threading.Semaphore(0)
+        self.head(200, Content_Length=3 * STEP)
+        self.wfile.write(b'.' * STEP)
+        for _ in range(2):
+            steps.acquire()
+            self.wfile.write(b'.' * STEP)
+
+    def step(self):
+        Paths.steps.release()
+        self.whole(b'')
 
     def file(self):
         place = os.path.join(self.folder, os.path.basename(self.path))
@@ -98,7 +108,10 @@ class Paths(http.server.BaseHTTPRequestHandler):
             '/plain-requests': lambda: self.whole(str(len(plain_requests)).encode()),
             '/endless-head': self.endless_head,
             '/endless-failure': self.endless_failure,
-            '/drips': self.drips,
+            '/stepwise': self.stepwise,
+            '/step': self.step,
+            '/sent': lambda: self.whole(str(self.sent).encode()),  # of /endless, so far
+            '/protocol': lambda: self.whole((self.connection.selected_alpn_protocol() or 'none').encode()),
             '/silent': self.rfile.read,  # never answers
             # Begins and never goes on: only the client ends it.
             '/slow': lambda: (self.head(200, Content_Length=len(BODY)), self.wfile.write(BODY[:10]), self.rfile.read()),
@@ -135,6 +148,7 @@ class Authority:
                  '-days', str(days), '-extfile', own + '.ext', '-out', own + '.pem')
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(own + '.pem', own + '.key')
+        context.set_alpn_protocols(['h2', 'http/1.1'])  # it does not speak the first: a client that asks for that gets nothing
         return context
 
 
