@@ -169,12 +169,13 @@ QString withoutHome(const QString& text, const QString& home)
 
 QString onOneLine(const std::string& text, const QString& home)
 {
-    const QString line = shown(text, home).simplified();
-    if (line.size() <= versionLimit) {
-        return line;
+    QString line = shown(text, home).simplified();
+    if (line.size() > versionLimit) {
+        const bool cutsInTwo = line[versionLimit - 1].isHighSurrogate();
+        line.truncate(cutsInTwo ? versionLimit - 1 : versionLimit);
+        line += QStringLiteral("…");
     }
-    const bool cutsInTwo = line[versionLimit - 1].isHighSurrogate();
-    return line.first(cutsInTwo ? versionLimit - 1 : versionLimit) + QStringLiteral("…");
+    return line;
 }
 
 QString line(const QString& name, const QString& what)

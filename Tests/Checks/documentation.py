@@ -41,7 +41,6 @@ NOT_TOLD = {
     'Services/CodexLocator.cpp': {'not logged in'},
     'Services/GrokArguments.cpp': {"unexpected argument '--permission-mode' found"},
     'Views/PermissionRules.cpp': {'Agent'},  # in the place of a program's name
-    'Views/RuntimeLogRules.cpp': {'<>…'},
 }
 QUOTED = re.compile(r'"([^"]+)"')
 CODE = re.compile(r'`([^`]+)`')
