@@ -10,7 +10,7 @@ FocusScope {
     required property WindowModel windowModel
     property bool sidebarShown: true
     property SideWindow asksThere: null
-    readonly property bool asksHere: windowModel.quitting.isAsked && asksThere === null
+    readonly property bool asksHere: windowModel.quitting.isAsked && !(asksThere?.visible ?? false)
 
     function newTask() {
         windowModel.newTask()
@@ -50,7 +50,8 @@ FocusScope {
 
     // In the window that stands over the others, so that no other one hides it.
     function placeQuestion() {
-        const open = [settings.object as SideWindow, runtimeLog.object as SideWindow].filter(window => window !== null)
+        const beside = [settings.object as SideWindow, runtimeLog.object as SideWindow, softwareUpdate.object as SideWindow]
+        const open = beside.filter(window => window?.visible ?? false)
         asksThere = open.find(window => window.active) ?? open[0] ?? null
         if (asksThere !== null) {
             asksThere.present()
@@ -217,11 +218,14 @@ FocusScope {
     }
 
     LazyItem {
+        id: softwareUpdate
+
         active: root.windowModel.updateFlow?.isShown ?? false
 
         sourceComponent: UpdateWindow {
             windowModel: root.windowModel
             transientParent: root.Window.window
+            asksToQuit: root.asksThere === this
         }
     }
 

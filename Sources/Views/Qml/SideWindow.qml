@@ -11,6 +11,7 @@ Window {
 
     // Where a quit is asked about, when this window stands over the main one.
     property bool asksToQuit: false
+    readonly property QuitAlert quitAlert: question.object as QuitAlert
 
     signal closed()
 
@@ -34,8 +35,17 @@ Window {
 
     Shortcut { sequences: ["Escape", Shortcuts.closeWindow]; onActivated: root.close() }
 
+    // What changes behind the question may take the keys for itself, and a key that is meant for the question would press something there.
+    onActiveFocusItemChanged: {
+        if (active && quitAlert !== null && quitAlert.visible && !quitAlert.activeFocus) {
+            quitAlert.forceActiveFocus(Qt.PopupFocusReason)
+        }
+    }
+
     LazyItem {
-        active: root.asksToQuit && root.windowModel.quitting.isAsked
+        id: question
+
+        active: root.visible && root.asksToQuit && root.windowModel.quitting.isAsked
 
         sourceComponent: QuitAlert { quitting: root.windowModel.quitting }
     }

@@ -1,7 +1,8 @@
 import QtQuick
 import Tessarin
 
-// The window about updates, as high as what it says. One that nobody asked for comes without taking the keys from where they are going.
+// The window about updates, as high as what it says, and high enough for a question that stands over it. One that nobody asked for comes
+// without taking the keys from where they are going.
 SideWindow {
     id: root
 
@@ -9,6 +10,7 @@ SideWindow {
     // Read by the platform of Qt when the window is first shown.
     readonly property bool _q_showWithoutActivating: flow.isAutomatic
 
+    readonly property real leastHeight: Math.max(view.implicitHeight, quitAlert !== null ? quitAlert.height + 2 * Theme.space12 : 0)
     property bool hasAppeared: false
 
     function appear() {
@@ -21,9 +23,9 @@ SideWindow {
     width: Theme.updateWidth
     minimumWidth: width
     maximumWidth: width
-    height: view.implicitHeight
-    minimumHeight: view.implicitHeight
-    maximumHeight: view.implicitHeight
+    height: leastHeight
+    minimumHeight: leastHeight
+    maximumHeight: leastHeight
     onClosed: flow.close()
     Component.onCompleted: {
         if (flow.isAutomatic) {
