@@ -4,6 +4,9 @@
 #include "Views/ModelChanges.h"
 #include "Views/QuitRules.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+
 #include <utility>
 
 namespace tessarin
@@ -16,6 +19,7 @@ Quitting::~Quitting() = default;
 void Quitting::attach(std::shared_ptr<AppModel> model)
 {
     m_model = std::move(model);
+    QCoreApplication::instance()->installEventFilter(this);
 }
 
 // A handoff has no agent for a moment, so the state is read when all of a change has come.
@@ -31,7 +35,7 @@ void Quitting::note(const ModelChange& change)
 
 void Quitting::request()
 {
-    notePerson();
+    m_isSessionEnding = false;
     if (mayClose()) {
         emit decided();
     }
@@ -39,9 +43,8 @@ void Quitting::request()
 
 bool Quitting::mayClose()
 {
-    const QString question = currentQuestion();
-    if (!m_isDecided && !m_isSessionEnding && !m_isAsked && !question.isEmpty()) {
-        ask(question);
+    if (hasToAsk() && !m_isSessionEnding) {
+        ask(currentQuestion());
         return false;
     }
     m_isDecided = true;
@@ -68,9 +71,9 @@ void Quitting::end()
     emit decided();
 }
 
-bool Quitting::isAnythingAtWork() const
+bool Quitting::hasToAsk() const
 {
-    return !m_isDecided && !currentQuestion().isEmpty();
+    return !m_isDecided && !m_isAsked && isAnythingAtWork();
 }
 
 void Quitting::holdSession()
@@ -78,14 +81,23 @@ void Quitting::holdSession()
     ask(currentQuestion());
 }
 
+// Where nothing is at work nothing is given up: what begins later is asked about.
 void Quitting::yieldToSession()
 {
-    m_isSessionEnding = true;
+    m_isSessionEnding = isAnythingAtWork();
 }
 
-void Quitting::notePerson()
+bool Quitting::eventFilter(QObject* receiver, QEvent* event)
 {
-    m_isSessionEnding = false;
+    if (event->type() == QEvent::KeyPress || event->type() == QEvent::MouseButtonPress || event->type() == QEvent::TouchBegin) {
+        m_isSessionEnding = false;
+    }
+    return QObject::eventFilter(receiver, event);
+}
+
+bool Quitting::isAnythingAtWork() const
+{
+    return !currentQuestion().isEmpty();
 }
 
 QString Quitting::currentQuestion() const

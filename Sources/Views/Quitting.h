@@ -39,15 +39,16 @@ public:
 
     // Nobody is asked: a signal.
     void end();
-    // The session of the desktop ends while something is at work. Where the desktop lets the person be asked, the end of the session is
-    // called off by the caller: nothing here waits for the answer within the call, and they log out again when they have given it.
-    // Where nobody may be asked, the windows close without a question.
-    [[nodiscard]] bool isAnythingAtWork() const;
+    // The session of the desktop ends. Where that has to be asked about, and the desktop lets the person be asked, the end of the session
+    // is called off by the caller: nothing here waits for the answer within the call, and they log out again when they have given it, or
+    // instead of giving it: with the question in sight that says yes. Everywhere else the windows close without a question.
+    [[nodiscard]] bool hasToAsk() const;
     void holdSession();
     void yieldToSession();
-    // The person uses the window: a session that was to end has not, and they are asked again. That a window has the focus tells nothing,
-    // it gets it when those before it close.
-    void notePerson();
+
+    // The person uses a window of the program, any of them, once a model is there: a session that was to end has not, and they are asked
+    // again. That a window has the focus tells nothing, it gets it when those before it close.
+    bool eventFilter(QObject* receiver, QEvent* event) override;
 
 signals:
     void questionChanged();
@@ -55,6 +56,7 @@ signals:
     void decided(); // the program ends
 
 private:
+    [[nodiscard]] bool isAnythingAtWork() const;
     [[nodiscard]] QString currentQuestion() const;
     void ask(const QString& question);
     void readQuestion();

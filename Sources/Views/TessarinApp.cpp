@@ -253,14 +253,12 @@ void TessarinApp::openNotifications()
 }
 
 // The session manager wants its answer within this call, and a person takes longer than that. So the end of the session is called off
-// where they may be asked, and comes again when they have answered; where they may not, nothing holds it up.
+// where they may be asked, and comes again when they have answered; where they may not, and where they are being asked already, nothing
+// holds it up.
 void TessarinApp::endSession(QSessionManager& session)
 {
     Quitting* quitting = m_windowModel.quitting();
-    if (!quitting->isAnythingAtWork()) {
-        return;
-    }
-    if (session.allowsInteraction()) {
+    if (quitting->hasToAsk() && session.allowsInteraction()) {
         session.cancel();
         quitting->holdSession();
     } else {

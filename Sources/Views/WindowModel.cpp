@@ -244,9 +244,6 @@ bool WindowModel::eventFilter(QObject* window, QEvent* event)
     default:
         break;
     }
-    if (event->type() == QEvent::KeyPress || event->type() == QEvent::MouseButtonPress || event->type() == QEvent::TouchBegin) {
-        m_quitting.notePerson();
-    }
     return QObject::eventFilter(window, event);
 }
 

@@ -1,15 +1,31 @@
 #include "PresenterFixture.h"
+#include "QmlFixture.h"
+#include "Views/UpdateController.h"
+#include "Views/UpdateFlow.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
 
 namespace tessarin
 {
 
 namespace
 {
+
+// Looks for nothing.
+class RestingUpdater : public SoftwareUpdater
+{
+public:
+    void startUpdater() override { }
+    void checkForUpdates() override { }
+    void resetUpdateCycleAfterShortDelay() override { }
+    [[nodiscard]] bool automaticallyChecksForUpdates() const override { return false; }
+    void setAutomaticallyChecksForUpdates(bool /*checks*/) override { }
+};
 
 class QuittingTest : public PresenterTest
 {
@@ -155,10 +171,40 @@ TEST_F(QuittingTest, ASignInIsNoWork)
 TEST_F(QuittingTest, TheEndOfTheSessionAsksOnlyWhereItMay)
 {
     openWorking();
-    EXPECT_TRUE(quitting.isAnythingAtWork());
+    EXPECT_TRUE(quitting.hasToAsk());
     quitting.yieldToSession();
     EXPECT_TRUE(quitting.mayClose());
     EXPECT_EQ(asking.count(), 0);
+}
+
+TEST_F(QuittingTest, WhereNothingIsAtWorkTheEndOfTheSessionHasNothingToAskAndYieldsNothing)
+{
+    runtime.script("grok", testing::hangingTurn());
+    openWindow();
+    EXPECT_FALSE(quitting.hasToAsk());
+    quitting.yieldToSession();
+    model->send("go");
+    waitFor(ConnectionState::Kind::working);
+    EXPECT_FALSE(quitting.mayClose()) << "what has begun since then is asked about";
+}
+
+TEST_F(QuittingTest, AnEndOfTheSessionWhileTheQuestionStandsSaysYes)
+{
+    openWorking();
+    quitting.request();
+    EXPECT_FALSE(quitting.hasToAsk());
+    quitting.yieldToSession();
+    EXPECT_TRUE(isAsked()) << "until the windows close, which may not come about";
+    EXPECT_TRUE(quitting.mayClose());
+}
+
+TEST_F(QuittingTest, ASecondEndOfTheSessionSaysYesToTheQuestionOfTheFirst)
+{
+    openWorking();
+    quitting.holdSession();
+    EXPECT_FALSE(quitting.hasToAsk());
+    quitting.giveUp();
+    EXPECT_TRUE(quitting.hasToAsk()) << "who has said no is asked again";
 }
 
 TEST_F(QuittingTest, ASessionThatIsHeldShowsTheQuestion)
@@ -178,25 +224,120 @@ TEST_F(QuittingTest, APersonWhoQuitsAfterASessionThatDidNotEndIsAsked)
     EXPECT_EQ(decided.count(), 0);
 }
 
-TEST_F(QuittingTest, WhoUsesTheWindowAfterASessionThatDidNotEndIsAskedWhenTheyCloseIt)
+TEST_F(QuittingTest, WhoUsesAnyWindowAfterASessionThatDidNotEndIsAskedWhenTheyClose)
 {
     openWorking();
-    QObject frame;
-    frame.installEventFilter(&window);
+    QWindow beside;
     QEvent activated(QEvent::WindowActivate);
     QEvent focused(QEvent::FocusIn);
     QKeyEvent key(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier);
     QMouseEvent press(QEvent::MouseButtonPress, {}, {}, {}, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     for (QEvent* use : { static_cast<QEvent*>(&key), static_cast<QEvent*>(&press) }) {
         quitting.yieldToSession();
-        QCoreApplication::sendEvent(&frame, use);
+        QCoreApplication::sendEvent(&beside, use);
         EXPECT_FALSE(quitting.mayClose());
         quitting.giveUp();
     }
     quitting.yieldToSession();
-    QCoreApplication::sendEvent(&frame, &activated);
-    QCoreApplication::sendEvent(&frame, &focused);
+    QCoreApplication::sendEvent(&beside, &activated);
+    QCoreApplication::sendEvent(&beside, &focused);
     EXPECT_TRUE(quitting.mayClose()) << "it is on its way to its end";
+}
+
+// Where the question stands while the window about updates is there, which looks at a server that lets it wait.
+class QuittingPlaceTest : public QuittingTest
+{
+protected:
+    ~QuittingPlaceTest() override { qml.view().setSource({}); }
+
+    void openWorkingBesideUpdates()
+    {
+        ASSERT_TRUE(server.listen(QHostAddress::LocalHost));
+        runtime.script("grok", testing::hangingTurn());
+        openProject({ "grok" });
+        window.setUpdates(updates, flow);
+        window.attach(model);
+        root = qml.show("RootView", { { "windowModel", QVariant::fromValue(&window) } }, QSize(1180, 760));
+        model->send("go");
+        waitFor(ConnectionState::Kind::working);
+        flow.lookForPerson(QUrl(QStringLiteral("https://127.0.0.1:%1/appcast.xml").arg(server.serverPort())));
+        ASSERT_TRUE(QmlFixture::becomes([this] { return updateWindow() != nullptr && updateWindow()->isVisible(); }));
+    }
+    static QQuickWindow* updateWindow()
+    {
+        for (QWindow* each : QGuiApplication::topLevelWindows()) {
+            if (each->title() == "Software Update") {
+                return qobject_cast<QQuickWindow*>(each);
+            }
+        }
+        return nullptr;
+    }
+    // Absent: it does not stand there.
+    static QObject* questionBeside()
+    {
+        return updateWindow() == nullptr ? nullptr : updateWindow()->property("quitAlert").value<QObject*>();
+    }
+    bool standsInTheMainWindow() const { return root->property("asksHere").toBool(); }
+
+    QTcpServer server;
+    UpdateFlow flow{ { preferences, desktop, mainThread,
+        [this] {
+            return UpdateFetch::Surroundings{ mainThread, runtime.directory() + "/incoming" };
+        },
+        "1.0", { "linux", "6.1" }, std::nullopt, { runtime.directory() } } };
+    UpdateController updates{ preferences, [](SoftwareUpdaterDelegate&) { return std::make_unique<RestingUpdater>(); } };
+    QmlFixture qml;
+    QQuickItem* root = nullptr;
+};
+
+TEST_F(QuittingPlaceTest, OverTheUpdateWindowTheQuestionStandsInItWithAllThatItSays)
+{
+    openWorkingBesideUpdates();
+    const int height = updateWindow()->height();
+    quitting.request();
+    EXPECT_FALSE(standsInTheMainWindow());
+    ASSERT_NE(questionBeside(), nullptr);
+    EXPECT_TRUE(QmlFixture::becomes([] { return questionBeside()->property("opened").toBool(); }));
+    EXPECT_GT(updateWindow()->height(), questionBeside()->property("height").toReal());
+    quitting.giveUp();
+    EXPECT_EQ(questionBeside(), nullptr);
+    EXPECT_EQ(updateWindow()->height(), height);
+}
+
+TEST_F(QuittingPlaceTest, WhatChangesInTheWindowBehindTheQuestionTakesNoKeysFromIt)
+{
+    openWorkingBesideUpdates();
+    quitting.request();
+    ASSERT_TRUE(QmlFixture::becomes([] { return questionBeside()->property("activeFocus").toBool(); }));
+    server.close();
+    while (QTcpSocket* connection = server.nextPendingConnection()) {
+        connection->abort();
+    }
+    ASSERT_TRUE(QmlFixture::becomes([this] { return flow.stage() == UpdateFlow::Failed; }));
+    QCoreApplication::processEvents(); // the window gives the keys to its button
+    EXPECT_TRUE(questionBeside()->property("activeFocus").toBool());
+    QTest::keyClick(updateWindow(), Qt::Key_Escape);
+    EXPECT_FALSE(isAsked());
+    EXPECT_TRUE(flow.isShown()) << "the key was meant for the question";
+}
+
+TEST_F(QuittingPlaceTest, AQuestionWhoseWindowIsClosedStandsInTheMainWindow)
+{
+    openWorkingBesideUpdates();
+    quitting.request();
+    EXPECT_FALSE(standsInTheMainWindow());
+    updateWindow()->close();
+    EXPECT_TRUE(standsInTheMainWindow());
+    EXPECT_TRUE(isAsked());
+}
+
+TEST_F(QuittingPlaceTest, AWindowThatIsNotShownIsNotAskedIn)
+{
+    openWorkingBesideUpdates();
+    updateWindow()->setVisible(false);
+    quitting.request();
+    EXPECT_TRUE(standsInTheMainWindow());
+    EXPECT_EQ(questionBeside(), nullptr);
 }
 
 } // namespace
