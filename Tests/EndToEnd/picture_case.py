@@ -17,7 +17,7 @@ class PictureCase(WindowCase):
             self.window.place(TITLE, 0, 0, width, height)
             bring()
             self.window.move(width - 4, height // 2)
-            self.window.still(timeout=3)
+            self.window.still((0, 0, width, height), timeout=3)
             name = f'{state}-{self.appearance}-{width}x{height}.png'
             self.window.shot(os.path.join(SCREENSHOTS, name), of=(0, 0, width, height))
             self.assertGreater(self.window.colours((0, 0, width, height)), 20)

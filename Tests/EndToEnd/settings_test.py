@@ -84,7 +84,7 @@ class RuntimesCase(SettingsCase):
     def keep(self, state, size):
         left, top, width, height = self.place()
         self.window.move(left + width + 20, top + height // 2)
-        self.window.still(timeout=3)
+        self.window.still((left, top, width, height), timeout=3)
         self.window.shot(os.path.join(SCREENSHOTS, f'{state}-{self.appearance}-{size[0]}x{size[1]}.png'), of=(left, top, width, height))
         self.assertGreater(self.window.colours((left, top, width, height)), 20)
         found = self.window.find_all(('push button', 'label', 'text', 'radio button'), within=self.window.find('frame', '=Settings'))
