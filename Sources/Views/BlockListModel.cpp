@@ -85,6 +85,8 @@ QVariant BlockListModel::data(const QModelIndex& index, int role) const
         return block.language;
     case ContinuedRole:
         return block.isContinued;
+    case EndlessRole:
+        return block.isEndless;
     case TableRole:
         return QVariant::fromValue(block.table);
     case GapRole:
@@ -94,7 +96,7 @@ QVariant BlockListModel::data(const QModelIndex& index, int role) const
     case LeadRole:
         return block.lead();
     case SeparatorRole:
-        return gapAbove(index.row()) >= BlockGap::Block ? QStringLiteral("\n\n") : QStringLiteral("\n");
+        return block.isContinued ? block.joint : gapAbove(index.row()) >= BlockGap::Block ? QStringLiteral("\n\n") : QStringLiteral("\n");
     default:
         return {};
     }
@@ -104,7 +106,7 @@ QHash<int, QByteArray> BlockListModel::roleNames() const
 {
     return { { KindRole, "kind" }, { LevelRole, "level" }, { ListDepthRole, "listDepth" }, { QuoteDepthRole, "quoteDepth" },
         { MarkerRole, "marker" }, { ContentRole, "content" }, { LanguageRole, "language" }, { ContinuedRole, "continued" },
-        { TableRole, "table" }, { GapRole, "gap" }, { RightToLeftRole, "rightToLeft" }, { LeadRole, "lead" },
+        { EndlessRole, "endless" }, { TableRole, "table" }, { GapRole, "gap" }, { RightToLeftRole, "rightToLeft" }, { LeadRole, "lead" },
         { SeparatorRole, "separator" } };
 }
 

@@ -39,6 +39,7 @@ public:
         ContentRole,
         LanguageRole,
         ContinuedRole,
+        EndlessRole,
         TableRole,
         GapRole,
         RightToLeftRole,

@@ -43,6 +43,9 @@ void PagedText::countLines(std::string_view text)
     for (std::size_t at = text.find('\n'); at != std::string_view::npos && lines < mostCountedLines; at = text.find('\n', at + 1)) {
         lines += at + 1 < text.size() ? 1 : 0;
     }
+    for (std::size_t page = 1; page < m_segments.begins().size() && lines < mostCountedLines; ++page) {
+        lines = isCutBefore(page) ? mostCountedLines : lines;
+    }
     if (std::exchange(m_lineCount, lines) != lines) {
         emit lineCountChanged();
     }
@@ -81,9 +84,20 @@ StyledRuns PagedText::content(int page) const
 
 bool PagedText::isContinued(int page) const
 {
-    const std::vector<std::size_t>& begins = m_segments.begins();
+    return isCutBefore(static_cast<std::size_t>(page));
+}
+
+bool PagedText::isEndless(int page) const
+{
     const auto row = static_cast<std::size_t>(page);
-    const std::size_t begin = row < begins.size() ? begins[row] : 0;
+    return isCutBefore(row) || isCutBefore(row + 1);
+}
+
+// Whether the page before it ends in the midst of a line.
+bool PagedText::isCutBefore(std::size_t page) const
+{
+    const std::vector<std::size_t>& begins = m_segments.begins();
+    const std::size_t begin = page < begins.size() ? begins[page] : 0;
     const std::string_view whole = text();
     return begin > 0 && begin <= whole.size() && whole[begin - 1] != '\n';
 }
@@ -101,12 +115,12 @@ QVariant PagedText::data(const QModelIndex& index, int role) const
     if (role == ContentRole) {
         return QVariant::fromValue(content(index.row()));
     }
-    return role == ContinuedRole ? QVariant(isContinued(index.row())) : QVariant();
+    return role == ContinuedRole ? QVariant(isContinued(index.row())) : role == EndlessRole ? QVariant(isEndless(index.row())) : QVariant();
 }
 
 QHash<int, QByteArray> PagedText::roleNames() const
 {
-    return { { ContentRole, "content" }, { ContinuedRole, "continued" } };
+    return { { ContentRole, "content" }, { ContinuedRole, "continued" }, { EndlessRole, "endless" } };
 }
 
 } // namespace tessarin

@@ -18,7 +18,7 @@ class PagedText : public QAbstractListModel
     QML_ELEMENT
     QML_UNCREATABLE("Those that know where their text is are made")
     Q_PROPERTY(int count READ count NOTIFY countChanged)
-    // How many lines there are, as far as they are counted.
+    // How many lines there are, as far as they are counted. One that is in pieces is as good as many, since it is wrapped.
     Q_PROPERTY(int lineCount READ lineCount NOTIFY lineCountChanged)
 public:
     // Enough to know whether the text fills its view.
@@ -26,7 +26,8 @@ public:
 
     enum Role {
         ContentRole = Qt::UserRole,
-        ContinuedRole // it begins in the midst of a line
+        ContinuedRole, // it begins in the midst of a line
+        EndlessRole // it is a part of a line that is too long for a page, and has no other
     };
 
     enum class Growth { atItsEnd, anew };
@@ -38,6 +39,7 @@ public:
     // For what shows pages without asking for roles. Empty, and not continued, for one that is not there.
     [[nodiscard]] Q_INVOKABLE tessarin::StyledRuns content(int page) const;
     [[nodiscard]] Q_INVOKABLE bool isContinued(int page) const;
+    [[nodiscard]] Q_INVOKABLE bool isEndless(int page) const;
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
@@ -59,6 +61,7 @@ protected:
 
 private:
     void countLines(std::string_view text);
+    [[nodiscard]] bool isCutBefore(std::size_t page) const;
     [[nodiscard]] std::string_view pageText(std::size_t page) const;
 
     TextSegments m_segments{ TextSegments::Format::plain };

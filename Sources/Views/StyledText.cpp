@@ -24,6 +24,14 @@ bool isSameStyle(TextRun left, TextRun right)
     return left == right;
 }
 
+// How far both texts begin alike, in whole characters.
+qsizetype sameCharacters(const QString& left, const QString& right)
+{
+    const auto end = std::mismatch(left.begin(), left.end(), right.begin(), right.end()).first;
+    const qsizetype same = end - left.begin();
+    return same > 0 && left[same - 1].isHighSurrogate() ? same - 1 : same;
+}
+
 // What `now` adds behind the longest common begin: the number of characters that stay, and the runs behind them.
 std::pair<qsizetype, QList<TextRun>> difference(const QList<TextRun>& before, const QList<TextRun>& now)
 {
@@ -34,9 +42,10 @@ std::pair<qsizetype, QList<TextRun>> difference(const QList<TextRun>& before, co
         ++at;
     }
     QList<TextRun> rest = now.mid(at);
-    if (!rest.isEmpty() && at < before.size() && isSameStyle(before[at], rest.front()) && rest.front().text.startsWith(before[at].text)) {
-        kept += before[at].text.size();
-        rest.front().text.remove(0, before[at].text.size());
+    if (!rest.isEmpty() && at < before.size() && isSameStyle(before[at], rest.front())) {
+        const qsizetype same = sameCharacters(before[at].text, rest.front().text);
+        kept += same;
+        rest.front().text.remove(0, same);
     }
     return { kept, rest };
 }

@@ -90,7 +90,9 @@ struct TextBlock {
     bool isItem = false; // in a list, where blocks stand closer
     StyledRuns content; // of all but a table; code without its last line end
     QString language; // of a code block, as it was written
-    bool isContinued = false; // goes on with the code of the block before, or in the midst of a line of plain text
+    bool isContinued = false; // goes on with the code of the block before, or in the midst of a line
+    QString joint; // what stands between the two then: the end of a line, a blank or nothing
+    bool isEndless = false; // a part of a line that is too long for a block
     TableCells table;
 
     // Whether it is read from right to left, which its first letters decide; code and tables never are.

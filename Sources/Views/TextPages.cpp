@@ -20,6 +20,30 @@ TextSegments segmentsFor(TextPages::Format format)
     return TextSegments(format == TextPages::Markdown ? TextSegments::Format::markdown : TextSegments::Format::plain);
 }
 
+QList<TextBlock> plainBlocks(std::string_view part)
+{
+    if (part.ends_with('\n')) {
+        part.remove_suffix(1); // what follows begins on a line of its own
+    }
+    return part.empty() ? QList<TextBlock>() : QList<TextBlock>{ plainBlock(part) };
+}
+
+// Takes the one character away that was put in front of the first paragraph.
+void takeGuard(QList<TextBlock>& blocks)
+{
+    if (blocks.isEmpty() || blocks.front().content.runs.isEmpty()) {
+        return;
+    }
+    QList<TextRun>& runs = blocks.front().content.runs;
+    runs.front().text.remove(0, 1);
+    if (runs.front().text.isEmpty()) {
+        runs.removeFirst();
+    }
+    if (runs.isEmpty()) {
+        blocks.removeFirst();
+    }
+}
+
 } // namespace
 
 TextPages::TextPages(QObject* parent) : QObject(parent), m_segments(segmentsFor(Markdown)) { }
@@ -159,22 +183,41 @@ QList<TextBlock> TextPages::parsed(std::size_t segment) const
     const std::string_view whole = text();
     const std::size_t begin = std::min(begins[segment], whole.size());
     const std::size_t end = segment + 1 < begins.size() ? std::min(begins[segment + 1], whole.size()) : whole.size();
-    std::string_view part = whole.substr(begin, end - begin);
-    if (m_format == Plain) {
-        if (part.ends_with('\n')) {
-            part.remove_suffix(1); // what follows begins on a line of its own
-        }
-        TextBlock block = plainBlock(part);
-        block.isContinued = begin > 0 && whole[begin - 1] != '\n';
-        return part.empty() ? QList<TextBlock>() : QList<TextBlock>{ std::move(block) };
+    const std::string_view part = whole.substr(begin, end - begin);
+    const bool isInLine = begin > 0 && whole[begin - 1] != '\n';
+    QList<TextBlock> blocks = m_format == Plain ? plainBlocks(part) : markdownBlocks(segment, part, isInLine);
+    if (!blocks.isEmpty() && isInLine) {
+        TextBlock& first = blocks.front();
+        first.isContinued = true;
+        // The blank where a paragraph was cut is not part of its blocks.
+        first.joint = m_format == Markdown && first.kind != BlockKind::Code && whole[begin - 1] == ' ' ? QStringLiteral(" ") : QString();
+        first.isEndless = true;
     }
+    if (!blocks.isEmpty() && end < whole.size() && whole[end - 1] != '\n') {
+        blocks.back().isEndless = true;
+    }
+    return blocks;
+}
+
+QList<TextBlock> TextPages::markdownBlocks(std::size_t segment, std::string_view part, bool isInLine) const
+{
     const std::string opening(m_segments.fenceOpening(segment));
-    if (opening.empty() && m_segments.definitions().empty()) {
+    if (opening.empty() && !isInLine && m_segments.definitions().empty()) {
         return parseMarkdown(part);
     }
-    QList<TextBlock> blocks = parseMarkdown(m_segments.definitions() + "\n" + opening + std::string(part));
-    if (!opening.empty() && !blocks.isEmpty()) {
-        blocks.front().isContinued = true;
+    // What goes on in the midst of a line begins no item and no heading, whatever it looks like.
+    const std::string_view guard = opening.empty() && isInLine ? "\\!" : "";
+    QList<TextBlock> blocks = parseMarkdown(m_segments.definitions() + "\n" + opening + std::string(guard) + std::string(part));
+    if (!guard.empty()) {
+        takeGuard(blocks);
+    } else if (!opening.empty() && !blocks.isEmpty()) {
+        TextBlock& first = blocks.front();
+        first.isContinued = true;
+        first.joint = QStringLiteral("\n");
+        const std::size_t mark = part.find_first_not_of(" \t");
+        if (mark != std::string_view::npos && part[mark] == opening.front() && first.content.plainText().isEmpty()) {
+            blocks.removeFirst(); // the fence is closed at once
+        }
     }
     return blocks;
 }
@@ -234,7 +277,7 @@ QString TextPages::code(int page, int block) const
             if (!isFirst && !blocks[i].isContinued) {
                 return code;
             }
-            code += (isFirst ? QString() : QStringLiteral("\n")) + blocks[i].content.plainText();
+            code += (isFirst ? QString() : blocks[i].joint) + blocks[i].content.plainText();
             isFirst = false;
         }
     }

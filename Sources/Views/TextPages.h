@@ -77,6 +77,7 @@ private:
     void fill(std::size_t page);
     [[nodiscard]] std::optional<TextBlock> blockBefore(std::size_t page) const;
     [[nodiscard]] QList<TextBlock> parsed(std::size_t segment) const;
+    [[nodiscard]] QList<TextBlock> markdownBlocks(std::size_t segment, std::string_view part, bool isInLine) const;
     [[nodiscard]] QList<TextBlock> parsedPage(std::size_t page) const;
     [[nodiscard]] std::string_view text() const;
 

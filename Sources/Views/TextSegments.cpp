@@ -78,53 +78,71 @@ bool isContinuationByte(char byte)
 
 void TextSegments::scan(std::string_view text)
 {
+    cutBehindLongLine(text);
     if (m_format == Format::plain) {
         skipFullSegments(text);
     }
     for (std::size_t end = text.find('\n', m_scanned); end != std::string_view::npos; end = text.find('\n', m_scanned)) {
         const std::size_t begin = m_scanned;
         m_scanned = end + 1;
-        if (m_scanned - m_begins.back() > openByteLimit && begin > m_begins.back()) {
+        if (m_scanned - m_begins.back() > openByteLimit && begin > m_begins.back() && begin != m_fenceBegin) {
             cutByForce(begin);
         }
         cutLongLine(text.substr(0, m_scanned), begin);
+        m_followsLongLine = m_begins.back() > begin && (m_format == Format::plain || m_fence.character != 0);
         if (m_format == Format::markdown) {
             scanLine(text.substr(begin, m_scanned - begin), begin);
         }
+        cutBehindLongLine(text);
     }
     cutLongLine(text, m_scanned);
 }
 
 // A plain text needs no look at each of its lines: it is cut behind the last one that fits. What is left is enough for the line behind the
-// cut to be one that does not.
+// cut to be one that does not. A line that is too long leaves one of the parts without an end of a line.
 void TextSegments::skipFullSegments(std::string_view text)
 {
-    while (text.size() - m_begins.back() > 2 * openByteLimit) {
+    while (text.size() - m_begins.back() > 2 * openByteLimit && m_begins.back() <= m_scanned) {
         const std::size_t begin = m_begins.back();
-        const std::size_t end = text.substr(begin, openByteLimit).rfind('\n');
-        if (end == std::string_view::npos) {
-            return;
+        std::size_t end = 0;
+        for (std::size_t part = 0; part < openByteLimit; part += lineByteLimit) {
+            const std::size_t last = text.substr(begin + part, lineByteLimit).rfind('\n');
+            if (last == std::string_view::npos) {
+                return;
+            }
+            end = begin + part + last + 1;
         }
-        m_scanned = begin + end + 1;
+        m_scanned = end;
         cutByForce(m_scanned);
     }
 }
 
-// An endless line is laid out piece by piece as well.
+// An endless line is laid out piece by piece as well. The first one of a fence stays with the opening, which would be a block of no code.
 void TextSegments::cutLongLine(std::string_view text, std::size_t lineBegin)
 {
-    while (text.size() - m_begins.back() > 2 * openByteLimit) {
-        const std::size_t begin = m_begins.back();
-        std::size_t at = begin + openByteLimit;
-        if (lineBegin > begin) {
-            at = lineBegin;
-        } else if (const std::size_t blank = text.substr(begin, openByteLimit).rfind(' '); blank != std::string_view::npos && blank > 0) {
+    const auto isTooLong = [&] { return text.size() - std::max(m_begins.back(), lineBegin) > 2 * lineByteLimit; };
+    if (isTooLong() && lineBegin > m_begins.back() && lineBegin != m_fenceBegin) {
+        cutByForce(lineBegin);
+    }
+    while (isTooLong()) {
+        const std::size_t begin = std::max(m_begins.back(), lineBegin);
+        std::size_t at = begin + lineByteLimit;
+        if (const std::size_t blank = text.substr(begin, lineByteLimit).rfind(' '); blank != std::string_view::npos && blank > 0) {
             at = begin + blank + 1;
         }
         while (at < text.size() && isContinuationByte(text[at])) {
             ++at;
         }
         cutByForce(at);
+    }
+}
+
+// Not before there is something behind it.
+void TextSegments::cutBehindLongLine(std::string_view text)
+{
+    if (m_followsLongLine && text.size() > m_scanned) {
+        m_followsLongLine = false;
+        cutByForce(m_scanned);
     }
 }
 
@@ -152,6 +170,7 @@ void TextSegments::scanLine(std::string_view line, std::size_t begin)
     const auto mark = fenceMark(line);
     if (mark && (isInList || indent < codeIndent)) {
         m_fence = { mark->character, mark->length, isInList, std::string(line.substr(line.find(mark->character))) };
+        m_fenceBegin = begin + line.size();
     }
 }
 

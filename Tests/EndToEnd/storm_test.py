@@ -1,8 +1,11 @@
 """A running tool that sends its whole text again and again, as fast as it can."""
+import json
+
 from acp import opening, says, script, turn, until
 from window_case import WIDE, WindowCase, main
 
 OUTPUT = 'Output of make'
+# A single line in the card, which writes the ends of lines as "\\n".
 LINES = ''.join(f'[ 42%] Building object {number}\n' for number in range(5000))  # some 150 KB
 
 
@@ -56,6 +59,19 @@ class Storm(WindowCase):
         self.window.wait(lambda: '"a" : "again 499"' in self.output(), what='the last text')
         self.assertEqual('one more thing', self.composer.text)
         self.assertEqual([], self.window.audit())
+
+    def test_ATextInASingleLineIsCopiedWhole(self):
+        self.start({'repeat': 300, 'steps': [whole('time {n}')]})
+        self.card.click()
+        self.window.wait(lambda: '"a" : "first"' in self.output(), what='the output')
+        self.desk.release('go')
+        self.reads('Done.')
+        self.window.wait(lambda: '"a" : "time 299"' in self.output(), what='the last text')
+        self.window.click_on('panel', '=' + OUTPUT)
+        self.window.key('Ctrl+A')
+        self.window.key('Ctrl+C')
+        self.window.wait(lambda: '"a" : "time 299"' in self.window.clipboard(), what='the text on the pasteboard')
+        self.assertIn(json.dumps(LINES), self.window.clipboard())
 
     def test_WhoReadsInTheOutputIsLeftThere(self):
         self.start({'repeat': 300, 'steps': [whole('time {n}')]})

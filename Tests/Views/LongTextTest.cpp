@@ -182,6 +182,120 @@ TEST_F(LongTextTest, AnOutputOfMegabytesHasOnlyThePagesInSight)
     EXPECT_EQ(selected.toStdString(), output);
 }
 
+std::string endlessLine()
+{
+    std::string line = "begin";
+    for (int word = 0; line.size() < 150'000; ++word) {
+        line += line.size() < 75'000 ? "solid" + std::to_string(word) : " word" + std::to_string(word);
+    }
+    return line;
+}
+
+class EndlessLineTest : public LongTextTest
+{
+protected:
+    // What is laid out of the text at this moment.
+    [[nodiscard]] static qsizetype charactersIn(const QQuickItem* item)
+    {
+        qsizetype characters = 0;
+        for (const QQuickItem* text : QmlFixture::items(item, "SelectableText")) {
+            characters += text->property("length").toInt();
+        }
+        return characters;
+    }
+    [[nodiscard]] QQuickItem* openOutput(std::string text)
+    {
+        open(ChatEntryKind::tool, std::move(text));
+        QMetaObject::invokeMethod(QmlFixture::items(list, "ToolCardHead").value(0), "clicked");
+        frame();
+        return QmlFixture::items(list, "ToolOutput").value(0);
+    }
+    [[nodiscard]] static std::string selectedAllOf(QQuickItem* selection)
+    {
+        QMetaObject::invokeMethod(selection, "selectAll");
+        QString selected;
+        QMetaObject::invokeMethod(selection, "selectedText", Q_RETURN_ARG(QString, selected));
+        return selected.toStdString();
+    }
+
+    // What a window laid out in the time of a few frames may hold.
+    static constexpr qsizetype fewCharacters = 30'000;
+};
+
+TEST_F(EndlessLineTest, OfTheOutputOnlyWhatIsSeenIsLaidOut)
+{
+    QQuickItem* shown = openOutput(endlessLine());
+    ASSERT_NE(shown, nullptr);
+    EXPECT_EQ(shown->height(), 260);
+    EXPECT_GT(charactersIn(shown), 1000);
+    EXPECT_LT(charactersIn(shown), fewCharacters / 2);
+    const QQuickItem* view = QmlFixture::items(shown, "QQuickListView").value(0);
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(view->property("contentWidth").toDouble(), view->width()) << "it is wrapped";
+    for (const QQuickItem* text : QmlFixture::items(shown, "SelectableText")) {
+        EXPECT_LE(text->property("contentWidth").toDouble(), view->width());
+    }
+    EXPECT_EQ(selectedAllOf(QmlFixture::items(shown, "tessarin::TextSelection").value(0)), endlessLine());
+}
+
+TEST_F(EndlessLineTest, TheOtherLinesOfTheOutputAreNotWrapped)
+{
+    const std::string wide(1000, 'w');
+    QQuickItem* shown = openOutput(wide + "\n" + endlessLine());
+    ASSERT_NE(shown, nullptr);
+    const QQuickItem* view = QmlFixture::items(shown, "QQuickListView").value(0);
+    const QQuickItem* first = QmlFixture::items(shown, "SelectableText").value(0);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->property("text").toString().toStdString(), wide);
+    EXPECT_EQ(first->property("lineCount").toInt(), 1);
+    EXPECT_GT(first->width(), view->width());
+    EXPECT_GE(view->property("contentWidth").toDouble(), first->width()) << "it can be scrolled to its end";
+}
+
+TEST_F(EndlessLineTest, OfAPromptAnAnswerAndCodeOnlyWhatIsNearIsLaidOut)
+{
+    const std::string line = endlessLine();
+    struct Row {
+        ChatEntryKind kind;
+        std::string before;
+        const char* pages;
+    };
+    for (const Row& row : { Row{ ChatEntryKind::user, "", "PlainPages" }, Row{ ChatEntryKind::assistant, "", "MarkdownPages" },
+             Row{ ChatEntryKind::assistant, "```cpp\n", "MarkdownPages" }, Row{ ChatEntryKind::system, "", "PlainPages" } }) {
+        entries.clear();
+        open(row.kind, row.before + line);
+        frame();
+        EXPECT_TRUE(QmlFixture::becomes([&] { return charactersIn(list) < fewCharacters; })) << row.pages << charactersIn(list);
+        for (int step = 0; step < 30; ++step) {
+            scrollBy(-200);
+            EXPECT_LT(charactersIn(list), fewCharacters) << step;
+        }
+        for (const QQuickItem* text : QmlFixture::items(list, "SelectableText")) {
+            EXPECT_LE(text->property("contentWidth").toDouble(), list->width());
+        }
+        QQuickItem* pages = QmlFixture::items(list, row.pages).value(0);
+        ASSERT_NE(pages, nullptr);
+        EXPECT_EQ(selectedAllOf(pages), line);
+    }
+}
+
+TEST_F(EndlessLineTest, OfReasoningThatGrowsOnlyTheEndIsLaidOutAgain)
+{
+    open(ChatEntryKind::thought, "begin");
+    QMetaObject::invokeMethod(QmlFixture::items(list, "DisclosureButton").value(0), "clicked");
+    const std::string line = endlessLine();
+    for (std::size_t size = 0; size < line.size(); size += 5000) {
+        entries.back().text = line.substr(0, size + 5000);
+        model.noteTextAppended(0);
+        model.flush();
+        frame();
+        EXPECT_TRUE(QmlFixture::becomes([this] { return charactersIn(list) < fewCharacters; })) << size;
+    }
+    QQuickItem* pages = QmlFixture::items(list, "PlainPages").value(0);
+    ASSERT_NE(pages, nullptr);
+    EXPECT_EQ(selectedAllOf(pages), entries.back().text);
+}
+
 TEST_F(LongTextTest, AShortOutputIsAsHighAsItsLines)
 {
     open(ChatEntryKind::tool, "one\ntwo\nthree\n");

@@ -4,6 +4,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace tessarin
@@ -85,8 +86,26 @@ TEST_F(OutputPagesTest, AnEndlessLineGoesOnFromPageToPage)
     EXPECT_GT(pages.rowCount(), 3);
     EXPECT_FALSE(isContinued(0));
     EXPECT_TRUE(isContinued(1));
+    EXPECT_TRUE(pages.isEndless(0) && pages.isEndless(1) && pages.isEndless(pages.rowCount() - 1));
     EXPECT_EQ(joined(), text);
-    EXPECT_EQ(pages.lineCount(), 1);
+    EXPECT_EQ(pages.lineCount(), OutputPages::mostCountedLines) << "it is wrapped";
+}
+
+TEST_F(OutputPagesTest, OnlyTheLineThatIsTooLongIsWrapped)
+{
+    const std::string lineThatFits(2 * TextSegments::lineByteLimit - 1, 'x');
+    print(lineThatFits + "\nbefore\n" + std::string(100'000, 'y') + "\n" + lineThatFits + "\nafter\n");
+    const int last = pages.rowCount() - 1;
+    ASSERT_GT(last, 10);
+    EXPECT_FALSE(pages.isEndless(0));
+    EXPECT_EQ(pageText(0), lineThatFits + "\nbefore");
+    for (int page = 1; page < last; ++page) {
+        EXPECT_TRUE(pages.isEndless(page)) << page;
+        EXPECT_LE(pageText(page).size(), 2 * TextSegments::lineByteLimit);
+        EXPECT_TRUE(pages.index(page).data(OutputPages::EndlessRole).toBool());
+    }
+    EXPECT_FALSE(pages.isEndless(last));
+    EXPECT_EQ(pageText(last), lineThatFits + "\nafter");
 }
 
 TEST_F(OutputPagesTest, OutputThatIsReplacedByMoreOrLessIsReadAnew)
@@ -98,10 +117,36 @@ TEST_F(OutputPagesTest, OutputThatIsReplacedByMoreOrLessIsReadAnew)
     EXPECT_GT(pages.rowCount(), before);
     EXPECT_EQ(joined() + "\n", lines(9000));
     replace("short");
-    EXPECT_EQ(pages.rowCount(), 1);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return pages.rowCount() == 1; }));
     EXPECT_EQ(joined(), "short");
     EXPECT_EQ(pages.lineCount(), 1);
     EXPECT_TRUE(resets.isEmpty());
+}
+
+TEST_F(OutputPagesTest, ALongOutputThatIsReplacedAgainAndAgainIsReadNoOftenerThanItCanBe)
+{
+    print(lines(3000));
+    QSignalSpy changes(&pages, &QAbstractItemModel::dataChanged);
+    for (int time = 0; time < 20; ++time) {
+        replace("time " + std::to_string(time) + "\n" + lines(3000));
+    }
+    EXPECT_EQ(changes.size(), 1) << "the first at once";
+    EXPECT_TRUE(pageText(0).starts_with("time 19")) << "what is asked for is as it is now";
+    ASSERT_TRUE(changes.wait());
+    EXPECT_EQ(changes.size(), 2);
+    EXPECT_EQ(joined() + "\n", "time 19\n" + lines(3000));
+    EXPECT_FALSE(changes.wait(2 * OutputPages::pauseMilliseconds)) << "nothing has come since";
+}
+
+TEST_F(OutputPagesTest, AShortOutputThatIsReplacedIsReadAtOnce)
+{
+    print("begin");
+    for (int time = 0; time < 20; ++time) {
+        replace("time " + std::to_string(time));
+        EXPECT_EQ(pageText(0), "time " + std::to_string(time));
+    }
+    replace("one\ntwo\nthree");
+    EXPECT_EQ(pages.lineCount(), 3);
 }
 
 TEST_F(OutputPagesTest, OnlyTheOpenPageChangesWhileTheOutputGrows)

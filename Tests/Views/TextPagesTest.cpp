@@ -182,6 +182,101 @@ TEST(TextPages, CodeThatIsLaidOutInPiecesIsCopiedWhole)
     EXPECT_FALSE(blocks.back().isContinued);
 }
 
+// Words without a line end.
+std::string endlessLine()
+{
+    std::string line = "0. begins";
+    for (int word = 1; line.size() < 50000; ++word) {
+        line += word % 500 < 100 ? "solid" + std::to_string(word) : " " + std::to_string(word) + ". - # word";
+    }
+    return line;
+}
+
+TEST(TextPages, ACodeLineThatIsLaidOutInPiecesIsCopiedWhole)
+{
+    const std::string line = endlessLine();
+    TextPages pages(TextPages::Markdown);
+    pages.setText("before\n\n```cpp\n" + line + "\nnext\n```\n\nafter\n");
+    EXPECT_EQ(pages.code(0, 1).toStdString(), line + "\nnext");
+    const QList<TextBlock> blocks = allBlocks(pages);
+    ASSERT_GT(blocks.size(), 10);
+    EXPECT_FALSE(blocks[1].isContinued);
+    EXPECT_TRUE(blocks[1].isEndless);
+    EXPECT_TRUE(blocks[2].isContinued && blocks[2].isEndless);
+    const TextBlock& next = blocks[blocks.size() - 2];
+    EXPECT_EQ(next.content.plainText(), "next");
+    EXPECT_TRUE(next.isContinued);
+    EXPECT_FALSE(next.isEndless);
+    EXPECT_EQ(next.joint, "\n");
+}
+
+TEST(TextPages, AFenceThatEndsWithALongLineLeavesNoEmptyBlock)
+{
+    const std::string line = endlessLine();
+    TextPages pages(TextPages::Markdown);
+    pages.setText("```\n" + line + "\n```\n\nafter");
+    const QList<TextBlock> blocks = allBlocks(pages);
+    for (const TextBlock& block : blocks) {
+        EXPECT_FALSE(block.content.plainText().isEmpty());
+    }
+    EXPECT_EQ(blocks.back().content.plainText(), "after");
+    EXPECT_FALSE(blocks.back().isContinued);
+    EXPECT_EQ(pages.code(0, 0).toStdString(), line);
+    pages.setText("```\n" + line + "\n\n```\n\nafter");
+    EXPECT_EQ(pages.code(0, 0).toStdString(), line + "\n") << "an empty line is a line";
+}
+
+TEST(TextPages, AnEndlessParagraphIsReadAsOne)
+{
+    const std::string line = endlessLine();
+    TextPages pages(TextPages::Markdown);
+    pages.setText("before\n\n" + line);
+    const QList<TextBlock> blocks = allBlocks(pages).mid(1);
+    ASSERT_GT(blocks.size(), 10);
+    QString whole;
+    for (const TextBlock& block : blocks) {
+        EXPECT_EQ(block.kind, BlockKind::Paragraph);
+        EXPECT_EQ(block.isContinued, &block != &blocks.front());
+        whole += (block.isContinued ? block.joint : QString()) + block.content.plainText();
+    }
+    // The first piece is an item, as its begin says.
+    EXPECT_EQ(blocks.front().marker, "0.");
+    EXPECT_EQ("0. " + whole.toStdString(), line);
+}
+
+TEST(TextPages, WhatGoesOnWithinALineStandsCloseAndIsCopiedWithoutALineEnd)
+{
+    TextPages pages(TextPages::Markdown);
+    pages.setText("x" + endlessLine());
+    ASSERT_GT(pages.count(), 3);
+    for (int at = 1; at < pages.count(); ++at) {
+        const QModelIndex first = page(pages, at)->index(0);
+        EXPECT_EQ(first.data(BlockListModel::GapRole).toInt(), BlockGap::None);
+        EXPECT_TRUE(first.data(BlockListModel::EndlessRole).toBool());
+        EXPECT_FALSE(first.data(BlockListModel::SeparatorRole).toString().contains('\n'));
+    }
+}
+
+TEST(TextPages, OnlyTheLastPieceOfALineChangesWhileItGrows)
+{
+    std::string text = "x" + endlessLine();
+    TextPages pages(TextPages::Markdown);
+    pages.setText(text);
+    std::vector<std::unique_ptr<QSignalSpy>> spies;
+    for (int row = 0; row < pages.count(); ++row) {
+        spies.push_back(std::make_unique<QSignalSpy>(page(pages, row), &QAbstractItemModel::dataChanged));
+    }
+    const int before = pages.count();
+    text += " grows";
+    pages.growText(text);
+    ASSERT_EQ(pages.count(), before);
+    for (int row = 0; row + 1 < before; ++row) {
+        EXPECT_EQ(spies[static_cast<std::size_t>(row)]->count(), 0) << row;
+    }
+    EXPECT_EQ(spies.back()->count(), 1);
+    EXPECT_LE(page(pages, before - 1)->blocks().back().content.plainText().size(), static_cast<qsizetype>(2 * TextSegments::lineByteLimit));
+}
+
 TEST(TextPages, ATextThatIsReplacedIsLaidOutAnew)
 {
     TextPages pages(TextPages::Markdown);

@@ -90,7 +90,7 @@ TEST(TextSegments, AnEndlessLineIsCutAtBlanksAndNeverInACharacter)
         words += "wörter ";
     }
     for (const std::string& piece : pieces(words)) {
-        EXPECT_LE(piece.size(), 2 * TextSegments::openByteLimit + 4);
+        EXPECT_LE(piece.size(), 2 * TextSegments::lineByteLimit + 4);
     }
     EXPECT_TRUE(pieces(words).front().ends_with(' '));
     std::string solid;
@@ -100,6 +100,29 @@ TEST(TextSegments, AnEndlessLineIsCutAtBlanksAndNeverInACharacter)
     for (const std::string& piece : pieces(solid)) {
         EXPECT_EQ(piece.size() % 3, 0U);
     }
+}
+
+TEST(TextSegments, ALineIsCutOnlyWhenItIsLongerThanTwoPieces)
+{
+    for (const Format format : { Format::markdown, Format::plain }) {
+        const std::string line(2 * TextSegments::lineByteLimit - 1, 'x');
+        EXPECT_EQ(pieces(line + "\n" + line, format).size(), 1U);
+        EXPECT_EQ(pieces("before\n" + line + "xx\n", format).size(), 3U);
+        EXPECT_EQ(pieces("before\n" + line + "xx\n", format).front(), "before\n");
+    }
+}
+
+TEST(TextSegments, WhatFollowsALongLineOfAPlainTextOrOfCodeIsASegmentOfItsOwn)
+{
+    const std::string line(3 * TextSegments::lineByteLimit - 1, 'x');
+    const Pieces plain = pieces(line + "\nafter\n", Format::plain);
+    ASSERT_EQ(plain.size(), 3U);
+    EXPECT_EQ(plain[2], "after\n");
+    EXPECT_EQ(pieces(line + "\n", Format::plain).size(), 2U) << "there is nothing behind it";
+    const Pieces code = pieces("```cpp\n" + line + "\nafter\n```\n");
+    ASSERT_EQ(code.size(), 3U);
+    EXPECT_TRUE(code[0].starts_with("```cpp\nx")) << "no piece is the opening alone";
+    EXPECT_EQ(code[2], "after\n```\n");
 }
 
 TEST(TextSegments, APlainTextIsCutByItsSizeAlone)
@@ -134,6 +157,10 @@ TEST_P(SegmentsOfAFormat, TheCutsDoNotDependOnTheStepsInWhichTheTextGrew)
     text += "```\n\n- x\n\n  ```\n  y\n\nend " + std::string(30000, 'z') + " of it\n\nlast";
     for (std::size_t line = 0; line < 40; ++line) {
         text += std::string(line * 641 % 20000, 'l') + "\n";
+        text += line % 10 == 9 ? "```\n" : "";
+    }
+    for (std::size_t line = 0; line < 200; ++line) {
+        text += std::string(line * 641 % 5000, 'm') + "\n";
     }
     for (const std::size_t step : { 1U, 7U, 1000U, 20000U }) {
         TextSegments grown(GetParam());

@@ -3,13 +3,15 @@ import QtQuick.Templates as T
 import Tessarin
 
 // A block of code: its language and a copy button above, its own horizontal scroll below. One that goes on with the block before has no
-// head of its own.
+// head of its own. A line that is in several blocks is wrapped.
 BlockRow {
     id: root
 
     required property styledRuns content
     required property string language
     required property bool continued
+    required property bool endless
+    required property string separator
     required property int index
     required property int page
     required property TextPages pages
@@ -57,12 +59,13 @@ BlockRow {
             SelectableText {
                 id: code
 
-                wrapMode: TextEdit.NoWrap
+                width: root.endless ? view.width : undefined
+                wrapMode: root.endless ? TextEdit.WrapAnywhere : TextEdit.NoWrap
                 leftToRight: true
                 font: Theme.codeFont
                 lineHeight: Theme.lineCode
                 content: root.content
-                separator: root.continued ? "\n" : "\n\n"
+                separator: root.continued ? root.separator : "\n\n"
                 label: root.language === "" ? "Code" : "Code, " + root.language
             }
         }

@@ -180,6 +180,7 @@ QtObject {
     readonly property int rowMenu: 30
     readonly property int rowThought: 28
     readonly property int outputMaximum: 260
+    readonly property int outputAhead: 4 * lineCodeSmall // of it is made before it is seen: all that exists is made anew when it changes
     readonly property int rowsKept: 50
     readonly property int rowsKeptWithin: 1000000
     readonly property int outputKeptWithin: 40000 // around what is seen of an output of which a part is selected
@@ -220,6 +221,8 @@ QtObject {
     readonly property int progressLine: 8
     readonly property int logWidth: 760
     readonly property int logHeight: 620
+    readonly property int logLeast: 96
+    readonly property int versionsLeast: 3 * lineCodeSmall
 
     // Motion.
     readonly property int durationShort: reducedMotion ? 0 : 150

@@ -5,7 +5,8 @@ import QtQuick.Templates as T
 import Tessarin
 
 // What a tool printed, line by line as it stands. It scrolls both ways and leaves the wheel to the list at its ends. Only the pages that are
-// seen exist, so that it opens at once, however much it is.
+// seen exist, so that it opens at once, however much it is. A line that is in several pages is wrapped: as one it would be laid out as a
+// whole to show its begin, and nobody reads across a hundred widths of a window.
 Item {
     id: root
 
@@ -62,7 +63,7 @@ Item {
             currentIndex: -1
             keyNavigationEnabled: false
             // What is selected stays, wherever it is scrolled to.
-            cacheBuffer: selection.hasSelection ? Theme.outputKeptWithin : Theme.outputMaximum
+            cacheBuffer: selection.hasSelection ? Theme.outputKeptWithin : Theme.outputAhead
             model: printed
             activeFocusOnTab: contentWidth > width || contentHeight > height
             Accessible.role: Accessible.Pane
@@ -83,6 +84,7 @@ Item {
                 required property int index
                 required property styledRuns content
                 required property bool continued
+                required property bool endless
 
                 order: index
                 width: view.contentWidth
@@ -95,9 +97,10 @@ Item {
                     label: root.label
                     separator: page.continued ? "" : "\n"
                     lineHeight: Theme.lineCodeSmall
-                    wrapMode: TextEdit.NoWrap
+                    width: page.endless ? view.width : undefined
+                    wrapMode: page.endless ? TextEdit.WrapAnywhere : TextEdit.NoWrap
                     font: Theme.codeSmallFont
-                    onImplicitWidthChanged: view.widest = Math.max(view.widest, implicitWidth)
+                    onImplicitWidthChanged: if (!page.endless) view.widest = Math.max(view.widest, implicitWidth)
                 }
             }
         }
