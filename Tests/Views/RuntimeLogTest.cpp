@@ -63,7 +63,7 @@ protected:
         root->forceActiveFocus();
     }
     QQuickItem* item(const char* name) const { return QmlFixture::items(root, name).value(0); }
-    QQuickItem* view() const { return item("QQuickFlickable"); }
+    QQuickItem* view() const { return QmlFixture::items(item("RuntimeLogText"), "QQuickFlickable").value(0); }
     double end() const { return view()->property("end").toDouble(); }
     double place() const { return view()->property("contentY").toDouble(); }
     // What the existing pages say, from top to bottom.
@@ -243,6 +243,86 @@ TEST_F(RuntimeLogTest, SelectingAllOfItCopiesAllOfIt)
     QTest::keyClick(&qml.view(), Qt::Key_A, Qt::ControlModifier);
     QTest::keyClick(&qml.view(), Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), lines(5000));
+}
+
+TEST_F(RuntimeLogTest, WhoHasNotClickedIntoItSelectsAndCopiesAllOfItByKeys)
+{
+    start({ lines(5000) });
+    show();
+    ASSERT_TRUE(QmlFixture::becomes([&] { return isSeen("line 4999") && place() == end() && view()->hasActiveFocus(); }));
+    QGuiApplication::clipboard()->setText("before");
+    QTest::keyClick(&qml.view(), Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), "before") << "nothing is selected";
+    QTest::keyClick(&qml.view(), Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(&qml.view(), Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), lines(5000));
+}
+
+TEST_F(RuntimeLogTest, OfAnEndlessLineOnlyWhatIsNearIsLaidOutAndAllIsCopied)
+{
+    const std::string line(150'000, 'x');
+    start({ line });
+    show();
+    ASSERT_TRUE(QmlFixture::becomes([&] { return end() > 1000 && place() == end(); }));
+    qsizetype characters = 0;
+    for (const QQuickItem* page : QmlFixture::items(root, "RuntimeLogPage")) {
+        characters += page->property("length").toInt();
+    }
+    EXPECT_GT(characters, 2000);
+    EXPECT_LT(characters, 30'000);
+    QTest::keyClick(&qml.view(), Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(&qml.view(), Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), line);
+}
+
+// The pages of the first log go on within a line, those of the next one do not. Who has read elsewhere is at the end of the next one.
+TEST_F(RuntimeLogTest, TheNextLogHasItsOwnLinesAndIsShownAtItsEnd)
+{
+    Scenario first = hangingTurn();
+    first.standardError(std::string(100'000, 'x')).waitForFile("end").exit(0);
+    Scenario second;
+    second.waitForFile("go").standardError(lines(6000)).expect("initialize");
+    runtime.script("grok", 1, first);
+    runtime.script("grok", 2, second);
+    openWindow();
+    model->send("Hi");
+    awaitLog(std::string(100'000, 'x'));
+    show();
+    ASSERT_TRUE(QmlFixture::becomes([&] { return end() > 1000 && place() == end(); }));
+    QTest::keyClick(&qml.view(), Qt::Key_Home);
+    EXPECT_TRUE(QmlFixture::becomes([&] { return place() == 0; }));
+    runtime.touch("end");
+    waitFor(ConnectionState::Kind::failed);
+    model->send("Again");
+    ASSERT_TRUE(QmlFixture::becomes([&] { return !view()->isVisible(); }));
+    runtime.touch("go");
+    awaitLog(lines(6000));
+    EXPECT_TRUE(QmlFixture::becomes([&] { return isSeen("line 5999") && end() > 1000 && place() == end(); }));
+    for (const QQuickItem* page : QmlFixture::items(root, "RuntimeLogPage")) {
+        EXPECT_EQ(page->property("separator").toString(), "\n");
+    }
+}
+
+TEST_F(RuntimeLogTest, InALowWindowTheVersionsScrollAndSomeLinesOfTheLogAreSeen)
+{
+    start({ lines(100) });
+    show({ 520, 320 });
+    ASSERT_TRUE(QmlFixture::becomes([&] { return isSeen("line 99") && place() == end(); }));
+    const QList<QQuickItem*> views = QmlFixture::items(root, "QQuickFlickable");
+    ASSERT_EQ(views.size(), 2);
+    const QQuickItem* versions = views[0];
+    const QQuickItem* log = item("RuntimeLogText");
+    EXPECT_GE(log->height(), 4 * 18 + 24);
+    EXPECT_GE(versions->height(), 3 * 18);
+    EXPECT_LT(versions->height(), versions->property("contentHeight").toDouble());
+    EXPECT_TRUE(versions->property("activeFocusOnTab").toBool());
+    const QRectF button = item("PushButton")->mapRectToScene({ {}, item("PushButton")->size() });
+    EXPECT_LE(button.bottom(), 320);
+    EXPECT_LE(log->mapRectToScene({ {}, log->size() }).bottom(), button.top());
+    EXPECT_GE(log->mapRectToScene({}).top(), versions->mapRectToScene({ {}, versions->size() }).bottom());
+    qml.view().resize(760, 620);
+    EXPECT_TRUE(QmlFixture::becomes([&] { return versions->height() == versions->property("contentHeight").toDouble(); }));
+    EXPECT_FALSE(versions->property("activeFocusOnTab").toBool()) << "all of them are seen";
 }
 
 } // namespace

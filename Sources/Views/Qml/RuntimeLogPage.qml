@@ -8,6 +8,11 @@ SelectableText {
     required property int index
     required property RuntimeLogPages log
 
+    function read() {
+        content = log.content(index)
+        separator = log.isContinued(index) ? "" : "\n"
+    }
+
     content: log.content(index)
     label: "Runtime log"
     separator: log.isContinued(index) ? "" : "\n"
@@ -20,7 +25,7 @@ SelectableText {
 
         function onDataChanged(first, last) {
             if (root.index >= first.row && root.index <= last.row) {
-                root.content = root.log.content(root.index)
+                root.read()
             }
         }
     }

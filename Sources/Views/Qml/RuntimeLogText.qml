@@ -26,6 +26,13 @@ FocusScope {
         text: "Nothing has been written yet.\nMost agents write here only when something is wrong."
     }
 
+    // Another log begins at its end.
+    Connections {
+        target: root.log
+
+        function onEmptyChanged() { view.atEnd = view.atEnd || root.log.isEmpty }
+    }
+
     TextSelection {
         id: selection
 
@@ -45,6 +52,19 @@ FocusScope {
                 atEnd = contentY >= end - Theme.hairline
             }
 
+            // All of it is selected and copied also by who has not clicked into it.
+            function press(event) {
+                const letter = event.modifiers === Qt.ControlModifier ? event.key : 0
+                event.accepted = letter === Qt.Key_A || (letter === Qt.Key_C && selection.hasSelection)
+                if (!event.accepted) {
+                    keys.press(event)
+                } else if (letter === Qt.Key_A) {
+                    selection.selectAll()
+                } else {
+                    selection.copy()
+                }
+            }
+
             function stay() {
                 if (atEnd && !moving && !bar.pressed) {
                     contentY = end
@@ -60,7 +80,7 @@ FocusScope {
             activeFocusOnTab: true
             Accessible.role: Accessible.Pane
             Accessible.name: "Runtime log"
-            Keys.onPressed: event => keys.press(event)
+            Keys.onPressed: event => press(event)
             onEndChanged: Qt.callLater(view.stay)
             onMovementEnded: readPlace()
             T.ScrollBar.vertical: ThinScrollBar {

@@ -1,14 +1,18 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
+import QtQuick.Templates as T
 import Tessarin
 
-// What a person sends along with the report of a problem: the versions, and what the runtimes wrote beside their messages.
+// What a person sends along with the report of a problem: the versions, and what the runtimes wrote beside their messages. In a low window
+// the versions scroll, so that some lines of the log are always seen.
 FocusScope {
     id: root
 
     required property WindowModel windowModel
     property bool copied: false
+    // What the versions may take.
+    readonly property real room: height - words.height - copy.height - 3 * Theme.space12 - 2 * Theme.space18 - Theme.logLeast
 
     RuntimeLogPages {
         id: log
@@ -24,13 +28,41 @@ FocusScope {
         anchors.right: parent.right
         anchors.margins: Theme.space18
 
-        SelectableText {
-            content: log.versions
-            label: "Versions"
-            lineHeight: Theme.lineCodeSmall
-            wrapMode: TextEdit.Wrap
-            font: Theme.codeSmallFont
+        Flickable {
+            id: told
+
+            height: Math.min(contentHeight, Math.max(root.room, Theme.versionsLeast))
+            contentHeight: lines.height
+            boundsBehavior: Flickable.StopAtBounds
+            clip: true
+            activeFocusOnTab: contentHeight > height
+            Accessible.role: Accessible.Pane
+            Accessible.name: lines.label
+            Keys.onPressed: event => keys.press(event)
+            T.ScrollBar.vertical: ThinScrollBar { steady: true }
+
+            ScrollKeys {
+                id: keys
+
+                view: told
+            }
+
+            SelectableText {
+                id: lines
+
+                width: told.width - Theme.space12 // beside the scroll bar
+                content: log.versions
+                label: "Versions"
+                lineHeight: Theme.lineCodeSmall
+                wrapMode: TextEdit.Wrap
+                font: Theme.codeSmallFont
+            }
         }
+    }
+
+    ScrollFocus {
+        view: told
+        inset: Theme.space6
     }
 
     Prose {
