@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -20,9 +21,9 @@ void say(JsonObject message)
     std::cout << compactJson(message) << std::endl;
 }
 
-void stream(std::size_t chunks, const std::string& id)
+void stream(const std::string& text, const std::string& id)
 {
-    const std::string text = markdownOf(chunks * chunkBytes);
+    const std::size_t chunks = text.size() / chunkBytes;
     const auto start = std::chrono::steady_clock::now();
     for (std::size_t i = 0; i < chunks; ++i) {
         std::this_thread::sleep_until(start + std::chrono::duration<double>(static_cast<double>(i) / chunksPerSecond));
@@ -32,12 +33,12 @@ void stream(std::size_t chunks, const std::string& id)
     }
 }
 
-void storm(std::size_t updates)
+void storm(std::size_t updates, TextShape shape)
 {
     const auto start = std::chrono::steady_clock::now();
     for (std::size_t i = 0; i < updates; ++i) {
         const JsonObject update{ { "sessionUpdate", "tool_call_update" }, { "toolCallId", stormCall }, { "title", "Run command" },
-            { "status", "in_progress" }, { "rawInput", stormInput(i) } };
+            { "status", "in_progress" }, { "rawInput", stormInput(i, shape) } };
         std::this_thread::sleep_until(start + std::chrono::duration<double>(static_cast<double>(i) / stormUpdatesPerSecond));
         say({ { "method", "session/update" }, { "params", JsonObject{ { "sessionId", "s" }, { "update", update } } } });
     }
@@ -55,11 +56,16 @@ std::string promptOf(const JsonObject& request)
 void answerPrompt(const std::string& prompt, std::size_t turn)
 {
     const std::string_view text = prompt;
-    const auto count = static_cast<std::size_t>(std::strtoull(prompt.c_str() + std::min(prompt.find(' '), prompt.size()), nullptr, 10));
+    const auto count = static_cast<std::size_t>(std::strtoull(prompt.c_str() + prompt.find_last_of(' ') + 1, nullptr, 10));
+    const std::string id = "answer-" + std::to_string(turn);
     if (text.starts_with("stream ")) {
-        stream(count, "answer-" + std::to_string(turn));
+        stream(markdownOf(count * chunkBytes), id);
+    } else if (text.starts_with("line ")) {
+        stream(lineOf(count * chunkBytes), id);
+    } else if (text.starts_with("code ")) {
+        stream("```cpp\n" + lineOf(count * chunkBytes), id);
     } else if (text.starts_with("storm ")) {
-        storm(count);
+        storm(count, text.starts_with("storm line ") ? TextShape::line : TextShape::lines);
     } else if (text.starts_with("wait ")) {
         std::this_thread::sleep_for(std::chrono::seconds(count));
     }
@@ -84,16 +90,32 @@ int play()
 
 } // namespace
 
-JsonObject stormInput(std::size_t update)
+JsonObject stormInput(std::size_t update, TextShape shape)
 {
     JsonArray lines;
+    std::string whole;
     for (std::size_t bytes = 0; bytes < stormBytes;) {
         const std::string line = "[ 42%] Building CXX object src/CMakeFiles/queue.dir/upload_queue.cpp.o: byte " + std::to_string(bytes);
         bytes += line.size();
-        lines.emplace_back(line);
+        shape == TextShape::lines ? static_cast<void>(lines.emplace_back(line)) : static_cast<void>(whole += line + '\n');
     }
-    lines.emplace_back("update " + std::to_string(update));
-    return { { "command", "make" }, { "output", std::move(lines) } };
+    if (shape == TextShape::lines) {
+        lines.emplace_back("update " + std::to_string(update));
+        return { { "command", "make" }, { "output", std::move(lines) } };
+    }
+    constexpr std::size_t bytesAnUpdate = 7;
+    std::rotate(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(update * bytesAnUpdate % whole.size()), whole.end());
+    return { { "command", "make" }, { "output", std::move(whole) } };
+}
+
+std::string lineOf(std::size_t bytes)
+{
+    std::string text;
+    for (std::size_t part = 0; text.size() < bytes; ++part) {
+        text += text.size() < bytes / 2 ? "aGVsbG8" + std::to_string(part) : " the " + std::to_string(part) + "th attempt waits no longer";
+    }
+    text.resize(bytes);
+    return text;
 }
 
 std::string markdownOf(std::size_t bytes)
