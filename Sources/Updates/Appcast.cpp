@@ -1,6 +1,7 @@
 #include "Updates/Appcast.h"
 
 #include "Platform/Text.h"
+#include "Updates/ReleaseStatement.h"
 
 #include <expat.h>
 
@@ -18,6 +19,13 @@ namespace
 // Stands between a namespace and a name, in what the parser reports. No namespace can hold it.
 constexpr char separator = '\n';
 constexpr std::string_view sparkle = "http://www.andymatuschak.org/xml-namespaces/sparkle\n";
+
+bool isReleaseSignature(std::string_view name)
+{
+    constexpr std::string_view space = ReleaseStatement::attributeNamespace;
+    return name.size() > space.size() && name.substr(0, space.size()) == space && name[space.size()] == separator
+        && name.substr(space.size() + 1) == ReleaseStatement::attribute;
+}
 
 struct ParserDeleter {
     void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
@@ -87,6 +95,8 @@ AppcastEnclosure enclosureFrom(const char** attributes)
             enclosure.type = std::move(value);
         } else if (own == "edSignature") {
             enclosure.edSignature = std::move(value);
+        } else if (isReleaseSignature(name)) {
+            enclosure.releaseSignature = std::move(value);
         } else if (own == "os") {
             enclosure.os = std::move(value);
         } else if (own == "version") {

@@ -18,7 +18,8 @@ struct AppcastEnclosure {
     std::optional<std::uint64_t> length; // in bytes; absent also when it is no plain number
     std::string type; // media type
     std::string edSignature; // Base64 of the Ed25519 signature over the archive; empty when the feed states none
-    std::string os; // empty: any
+    std::string releaseSignature; // likewise over what is stated of it (ReleaseStatement)
+    std::string os; // empty: not said
     std::string version; // the attributes: they count where the item has no elements of these names
     std::string shortVersionString;
     bool operator==(const AppcastEnclosure&) const = default;
@@ -44,9 +45,9 @@ struct AppcastError {
     [[nodiscard]] const std::string& description() const { return text; }
 };
 
-// A feed of releases: RSS 2.0 with the elements and attributes of http://www.andymatuschak.org/xml-namespaces/sparkle, whatever prefix
-// the feed gives that namespace. The feed is hostile until read: nothing is fetched that it names, a document type (with which
-// entities would come) is refused, and so is what goes beyond the limits.
+// A feed of releases: RSS 2.0 with the elements and attributes of http://www.andymatuschak.org/xml-namespaces/sparkle and the attribute of
+// ReleaseStatement, whatever prefixes the feed gives their namespaces. The feed is hostile until read: nothing is fetched that it names, a
+// document type (with which entities would come) is refused, and so is what goes beyond the limits.
 struct Appcast {
     static constexpr std::size_t byteLimit = std::size_t{ 4 } * 1024 * 1024;
     static constexpr int depthLimit = 64;

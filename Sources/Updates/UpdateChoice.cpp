@@ -11,9 +11,15 @@ namespace tessarin
 namespace
 {
 
-bool isFor(std::string_view os, const UpdateSystem& system)
+bool isFor(const AppcastItem& item, const AppcastEnclosure& enclosure, const UpdateSystem& system)
 {
-    return os.empty() || lowerCased(os) == system.os;
+    constexpr std::string_view unsaid = "macos";
+    const std::string ofItem = lowerCased(item.os);
+    const std::string ofFile = lowerCased(enclosure.os);
+    if (ofItem.empty() && ofFile.empty()) {
+        return system.os == unsaid;
+    }
+    return (ofItem.empty() || ofItem == system.os) && (ofFile.empty() || ofFile == system.os);
 }
 
 bool meetsMinimum(const AppcastItem& item, const UpdateSystem& system)
@@ -29,7 +35,7 @@ const AppcastEnclosure* enclosureFor(const AppcastItem& item, const UpdateSystem
     const AppcastEnclosure* found = nullptr;
     for (const AppcastEnclosure& enclosure : item.enclosures) {
         const bool isBetter = found == nullptr || (found->os.empty() && !enclosure.os.empty());
-        if (!enclosure.url.empty() && isFor(enclosure.os, system) && isBetter) {
+        if (!enclosure.url.empty() && isFor(item, enclosure, system) && isBetter) {
             found = &enclosure;
         }
     }
@@ -49,13 +55,18 @@ UpdateSystem UpdateSystem::current()
 #endif
 }
 
+ReleaseStatement AvailableUpdate::statement() const
+{
+    return { item.version, item.shortVersionString, os, enclosure.length, enclosure.edSignature, enclosure.releaseSignature };
+}
+
 std::optional<AvailableUpdate> UpdateChoice::newest(const Appcast& feed, std::string_view runningVersion, const UpdateSystem& system)
 {
     const AppcastItem* best = nullptr;
     const AppcastEnclosure* file = nullptr;
     for (const AppcastItem& item : feed.items) {
         const AppcastEnclosure* const enclosure = enclosureFor(item, system);
-        if (enclosure == nullptr || !item.channel.empty() || !isFor(item.os, system) || !meetsMinimum(item, system)) {
+        if (enclosure == nullptr || !item.channel.empty() || !meetsMinimum(item, system)) {
             continue;
         }
         if (compareVersions(item.version, best == nullptr ? runningVersion : best->version) > 0) {
@@ -63,7 +74,7 @@ std::optional<AvailableUpdate> UpdateChoice::newest(const Appcast& feed, std::st
             file = enclosure;
         }
     }
-    return best == nullptr ? std::nullopt : std::optional(AvailableUpdate{ *best, *file });
+    return best == nullptr ? std::nullopt : std::optional(AvailableUpdate{ *best, *file, system.os });
 }
 
 } // namespace tessarin

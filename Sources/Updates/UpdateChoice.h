@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Updates/Appcast.h"
+#include "Updates/ReleaseStatement.h"
 
 #include <optional>
 #include <string>
@@ -21,15 +22,20 @@ struct UpdateSystem {
 struct AvailableUpdate {
     AppcastItem item;
     AppcastEnclosure enclosure;
+    std::string os; // that of the system
+
+    // What the feed states of it, as its publisher would have to have signed it.
+    [[nodiscard]] ReleaseStatement statement() const;
 };
 
 namespace UpdateChoice
 {
 
 // The newest item of the feed that is newer than the running version, by compareVersions: the same version and an older one are never
-// offered. Of two equal ones the first in the feed. Only the default channel counts, and only items for this system or for any, with a
-// minimum that the system meets; when the system's version is not known, only items without a minimum. Of an item's files that for
-// this system by name comes before one for any. Absent for none. Pure.
+// offered. Of two equal ones the first in the feed. Only the default channel counts, and only files for this system: a file is for the one
+// that it names, else for the one that its item names, else, as Sparkle has it, for macOS; what names two is for neither. The item's
+// minimum has to be met; when the system's version is not known, only items without one count. Of an item's files one that names the
+// system itself comes first. Absent for none. Pure.
 [[nodiscard]] std::optional<AvailableUpdate> newest(const Appcast& feed, std::string_view runningVersion, const UpdateSystem& system);
 
 } // namespace UpdateChoice

@@ -6,6 +6,7 @@
 #include "Updates/VersionOrder.h"
 
 #include <algorithm>
+#include <cstddef>
 
 const tessarin::LongTextInput tessarin::longTextInput{ "<rss><channel><item><title>", "</title></item></channel></rss>" };
 
@@ -13,6 +14,8 @@ namespace
 {
 
 using namespace tessarin;
+
+constexpr std::ptrdiff_t statementLines = 6;
 
 void holdTheOrder(std::string_view first, std::string_view second, std::string_view third)
 {
@@ -53,6 +56,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (chosen) {
         fuzzRequire(compareVersions(chosen->item.version, "1.0") > 0, "no downgrade");
         fuzzRequire(chosen->item.channel.empty(), "the default channel only");
+        fuzzRequire(!chosen->item.os.empty() || !chosen->enclosure.os.empty(), "only what names the system");
+        const auto text = chosen->statement().text();
+        const auto lines = text ? std::count(text->begin(), text->end(), '\n') : statementLines;
+        fuzzRequire(lines == statementLines, "a statement is of so many lines, whatever the feed says");
         const auto& files = chosen->item.enclosures;
         fuzzRequire(std::find(files.begin(), files.end(), chosen->enclosure) != files.end(), "the file is one of the item");
     }

@@ -32,10 +32,10 @@ TEST(AppcastTest, ReadsAllThatAnItemSays)
         <sparkle:version>2.0.1</sparkle:version><sparkle:shortVersionString>2.0</sparkle:shortVersionString>
         <sparkle:minimumSystemVersion>5.10</sparkle:minimumSystemVersion><sparkle:os>linux</sparkle:os><sparkle:channel>beta</sparkle:channel>
         <sparkle:releaseNotesLink>https://example.com/notes</sparkle:releaseNotesLink><description><![CDATA[<b>New</b> & good]]></description>
-        <enclosure url="https://example.com/a?b=1&amp;c=2" length="42" type="application/octet-stream" sparkle:edSignature="c2ln" sparkle:os="linux"/>
-        </item>)"));
+        <enclosure url="https://example.com/a?b=1&amp;c=2" length="42" type="application/octet-stream" sparkle:edSignature="c2ln" tessarin:releaseSignature="cmVs"
+            sparkle:os="linux"/></item>)"));
     ASSERT_EQ(items.size(), 1U);
-    const AppcastEnclosure file{ "https://example.com/a?b=1&c=2", 42, "application/octet-stream", "c2ln", "linux", "", "" };
+    const AppcastEnclosure file{ "https://example.com/a?b=1&c=2", 42, "application/octet-stream", "c2ln", "cmVs", "linux", "", "" };
     const AppcastItem wanted{ "Version 2", "2.0.1", "2.0", "5.10", "linux", "beta", "<b>New</b> & good", "https://example.com/notes",
         "Sat, 21 Nov 2026 08:30:00 +0000", { file } };
     EXPECT_EQ(items.front(), wanted);
@@ -106,6 +106,19 @@ TEST(AppcastTest, TheNamespaceCountsAndNotItsPrefix)
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items.front().enclosures.front().edSignature, "x");
     EXPECT_TRUE(itemsOf("<rss xmlns:s='http://example.com/sparkle'>" + rest).empty());
+}
+
+TEST(AppcastTest, TheSignatureOfTheReleaseIsInANamespaceOfItsOwn)
+{
+    const auto signatureIn = [](const std::string& space) {
+        const auto items = itemsOf("<rss xmlns:sparkle='http://www.andymatuschak.org/xml-namespaces/sparkle' xmlns:t='" + space
+            + "'><channel><item><sparkle:version>2</sparkle:version><enclosure t:releaseSignature='x' releaseSignature='bare'/></item>"
+              "</channel></rss>");
+        return items.empty() ? "no item" : items.front().enclosures.front().releaseSignature;
+    };
+    EXPECT_EQ(signatureIn("urn:tessarin:release"), "x");
+    EXPECT_EQ(signatureIn("urn:tessarin:released"), "");
+    EXPECT_EQ(signatureIn("http://www.andymatuschak.org/xml-namespaces/sparkle"), "");
 }
 
 TEST(AppcastTest, OnlyWhatStandsDirectlyInAnItemOfTheChannelCounts)

@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 
 #include <array>
+#include <utility>
 
 namespace tessarin
 {
@@ -42,6 +43,17 @@ std::string SigningKey::signatureOf(std::string_view bytes) const
     EVP_DigestSignInit(context.get(), nullptr, nullptr, nullptr, m_key.get());
     EVP_DigestSign(context.get(), signature.data(), &count, bytesOf(bytes), bytes.size());
     return base64Of(signature.data(), count);
+}
+
+ReleaseStatement SigningKey::signedStatement(ReleaseStatement statement) const
+{
+    statement.signature = signatureOf(statement.text().value());
+    return statement;
+}
+
+ReleaseStatement SigningKey::statementOf(std::string_view archive, const std::string& version) const
+{
+    return signedStatement({ version, "", "linux", archive.size(), signatureOf(archive), "" });
 }
 
 } // namespace tessarin

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Updates/ReleaseStatement.h"
 #include "Updates/UpdateKey.h"
 
 #include <cstddef>
@@ -22,6 +23,10 @@ public:
     [[nodiscard]] std::string publicKey() const; // Base64
     [[nodiscard]] std::optional<UpdateKey> updateKey() const { return UpdateKey::fromBase64(publicKey()); }
     [[nodiscard]] std::string signatureOf(std::string_view bytes) const; // Base64
+    // The statement with its signature.
+    [[nodiscard]] ReleaseStatement signedStatement(ReleaseStatement statement) const;
+    // One of an archive for Linux, with all that is stated of it right.
+    [[nodiscard]] ReleaseStatement statementOf(std::string_view archive, const std::string& version = "2.0") const;
 
 private:
     std::shared_ptr<evp_pkey_st> m_key;

@@ -51,12 +51,42 @@ TEST(UpdateChoiceTest, AnItemForAnotherSystemDoesNotCount)
         chosenOf(itemOf("3", "<sparkle:os>macos</sparkle:os>") + itemOf("2", "<sparkle:os>Linux</sparkle:os>")), "2 https://example.com/2");
 }
 
-TEST(UpdateChoiceTest, AFileForThisSystemComesBeforeOneForAny)
+TEST(UpdateChoiceTest, WhatNamesNoSystemIsForMacOS)
+{
+    const std::string item = "<item><sparkle:version>2</sparkle:version><enclosure url='u'/></item>";
+    EXPECT_EQ(chosenOf(item), "none");
+    EXPECT_EQ(chosenOf(item, "1.0", { "macos", "14.0" }), "2 u");
+    EXPECT_EQ(chosenOf(itemOf("2"), "1.0", { "macos", "14.0" }), "none");
+}
+
+TEST(UpdateChoiceTest, AFileThatNamesNoSystemIsForThatOfItsItem)
+{
+    const auto itemFor = [](const std::string& os, const std::string& file) {
+        return "<item><sparkle:version>2</sparkle:version><sparkle:os>" + os + "</sparkle:os><enclosure url='u'" + file + "/></item>";
+    };
+    EXPECT_EQ(chosenOf(itemFor("linux", "")), "2 u");
+    EXPECT_EQ(chosenOf(itemFor("linux", ""), "1.0", { "macos", "14.0" }), "none");
+    EXPECT_EQ(chosenOf(itemFor("linux", " sparkle:os='windows'")), "none");
+    EXPECT_EQ(chosenOf(itemFor("windows", " sparkle:os='linux'")), "none");
+}
+
+TEST(UpdateChoiceTest, AFileThatNamesThisSystemComesBeforeOneThatNamesNone)
 {
     const std::string files
         = "<enclosure url='windows' sparkle:os='windows'/><enclosure url='any'/><enclosure url='first' sparkle:os='linux'/>"
           "<enclosure url='second' sparkle:os='linux'/>";
-    EXPECT_EQ(chosenOf("<item><sparkle:version>2</sparkle:version>" + files + "</item>"), "2 first");
+    EXPECT_EQ(chosenOf("<item><sparkle:version>2</sparkle:version><sparkle:os>linux</sparkle:os>" + files + "</item>"), "2 first");
+}
+
+TEST(UpdateChoiceTest, TheStatementHoldsWhatTheFeedSaysAndTheSystemThatItIsFor)
+{
+    const auto feed
+        = Appcast::parse(feedOf("<item><sparkle:version>2</sparkle:version><sparkle:shortVersionString>two</"
+                                "sparkle:shortVersionString><enclosure url='u' length='5'"
+                                " sparkle:os='LINUX' sparkle:edSignature='archive' tessarin:releaseSignature='release'/></item>"));
+    const auto chosen = UpdateChoice::newest(feed.value(), "1.0", debian);
+    ASSERT_TRUE(chosen);
+    EXPECT_EQ(chosen->statement(), (ReleaseStatement{ "2", "two", "linux", 5, "archive", "release" }));
 }
 
 TEST(UpdateChoiceTest, AnItemWithFilesForOtherSystemsOnlyDoesNotCount)

@@ -7,6 +7,7 @@
 #include <QFile>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace tessarin
@@ -18,7 +19,8 @@ struct ReleaseServer {
     SigningKey key;
     std::string archive;
     std::size_t length = 0; // as it is stated
-    std::string signature;
+    std::string signature; // of the archive; what is stated is signed as it is stated, unless there is another
+    std::optional<ReleaseStatement> otherStatement; // of which only the signature is published
     std::string address; // of the archive
 
     // The archive under this name, signed, and what is stated of it right.
@@ -33,9 +35,11 @@ struct ReleaseServer {
     // A feed with one release of this version; its address.
     QUrl publishFeed(const std::string& version, const std::string& more = {})
     {
-        write("appcast.xml",
-            feedOf("<item><sparkle:version>" + version + "</sparkle:version>" + more + "<enclosure url=\"" + address + "\" length=\""
-                + std::to_string(length) + "\" sparkle:edSignature=\"" + signature + "\"/></item>"));
+        ReleaseStatement stated = key.signedStatement({ version, "", "linux", length, signature, "" });
+        if (otherStatement) {
+            stated.signature = otherStatement->signature;
+        }
+        write("appcast.xml", feedOf(itemOf(stated, address, more)));
         return https.url("/files/appcast.xml");
     }
     void write(const std::string& name, const std::string& bytes) const

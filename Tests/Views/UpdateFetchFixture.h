@@ -57,8 +57,7 @@ protected:
     }
     [[nodiscard]] std::string release(const std::string& version) const
     {
-        return "<item><sparkle:version>" + version + "</sparkle:version><enclosure url=\"" + address.toStdString() + "\" length=\""
-            + std::to_string(length) + "\" sparkle:edSignature=\"" + signature + "\"/></item>";
+        return itemOf(key.signedStatement({ version, "", "linux", static_cast<std::uint64_t>(length), signature, "" }), address.toStdString());
     }
 
     // What a person would be told of the feed: the version, "none" for no newer one, or the reason of a failure.
