@@ -34,7 +34,8 @@ def _text_field(code, kind, text):
 
 @functools.lru_cache(None)
 def _fields_but_the_path(bus, interface, member, signature):
-    fields = _padded(_text_field(_DESTINATION, 's', bus)) + _padded(_text_field(_INTERFACE, 's', interface)) + _text_field(_MEMBER, 's', member)
+    fields = _padded(_text_field(_DESTINATION, 's', bus)) + _padded(_text_field(_INTERFACE, 's', interface))
+    fields += _text_field(_MEMBER, 's', member)
     if signature:
         fields = _padded(fields) + bytes((_SIGNATURE, 1, ord('g'), 0, len(signature))) + signature.encode() + b'\0'
     return fields
@@ -148,8 +149,8 @@ class Questions:
         self._socket.close()
 
     def ask(self, calls):
-        """The answers to all calls in their order, each call (bus, path, interface, member[, signature, values]). None stands for a failure,
-        and for an answer that did not come in time."""
+        """The answers to all calls in their order, each call (bus, path, interface, member[, signature, values]). None stands for a
+        failure, and for an answer that did not come in time."""
         answers = []
         for first in range(0, len(calls), _AT_ONCE):
             answers += self._ask(calls[first:first + _AT_ONCE])

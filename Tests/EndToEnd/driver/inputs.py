@@ -26,8 +26,8 @@ def _combination(keys):
 
 
 class Inputs:
-    """Part of a session. The short pauses are between events of one gesture, as a hand makes them; nothing is awaited by them. At the end of
-    each the program has read it."""
+    """Part of a session. The short pauses are between events of one gesture, as a hand makes them; nothing is awaited by them. At the end
+    of each the program has read it."""
 
     def xdotool(self, *arguments):
         done = subprocess.run(['xdotool', *map(str, arguments)], env=self.env, capture_output=True, text=True, timeout=60)

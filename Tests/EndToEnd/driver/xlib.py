@@ -122,7 +122,8 @@ class Screen:
             if there is None or there.map_state != _VIEWABLE:
                 continue
             title, x, y, child = self.title(window), c_int(), c_int(), c_ulong()
-            placed = self._x.XTranslateCoordinates(self._display, c_ulong(window), c_ulong(self.root), 0, 0, *map(ctypes.byref, (x, y, child)))
+            placed = self._x.XTranslateCoordinates(self._display, c_ulong(window), c_ulong(self.root), 0, 0,
+                                                   *map(ctypes.byref, (x, y, child)))
             # A window manager keeps windows of its own beyond the edges.
             if title and placed and x.value + there.width > 0 and y.value + there.height > 0:
                 out[window] = (title, (x.value, y.value, there.width, there.height))
