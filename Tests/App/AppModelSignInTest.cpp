@@ -1,5 +1,6 @@
 #include "App/ShellCommands.h"
 #include "AppModelFixture.h"
+#include "Platform/CommandGroup.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -204,6 +205,23 @@ TEST_F(AppModelSignInTest, AFailedGrokLogInShowsWhatTheProgramSaid)
     waitFor(ConnectionState::Kind::failed);
     EXPECT_EQ(model->connectionState(), ConnectionState::failed("The browser said no."));
     EXPECT_EQ(model->errorMessage(), "The browser said no.");
+}
+
+TEST_F(AppModelSignInTest, OfAFailedGrokLogInThatTalksWithoutEndTheLastWordsAreShown)
+{
+    preferences.setText("grokExecutablePath",
+        makeProgram("grok",
+            "[ \"$1\" = login ] || exit\n"
+            "head -c 100000000 /dev/zero | tr '\\0' o & head -c 100000000 /dev/zero | tr '\\0' e >&2\n"
+            "wait; echo; echo The browser said no.; exit 3\n"));
+    openModel();
+    model->logIn();
+    waitFor(ConnectionState::Kind::failed);
+    const std::string& message = model->errorMessage().value();
+    EXPECT_THAT(message, ::testing::EndsWith("\nThe browser said no."));
+    EXPECT_LT(message.size(), CommandGroup::outputLimit);
+    EXPECT_GT(message.size(), CommandGroup::outputLimit / 2);
+    EXPECT_EQ(model->connectionState(), ConnectionState::failed(message));
 }
 
 TEST_F(AppModelSignInTest, AFailedGrokLogInThatSaidNothingHasAnEmptyMessage)
