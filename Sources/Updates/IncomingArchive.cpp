@@ -91,7 +91,7 @@ void IncomingArchive::finishWrite(const Result<void, FileError>& outcome)
     }
 }
 
-void IncomingArchive::verify(AppcastEnclosure stated, std::optional<UpdateKey> key, std::function<void(Verified)> done)
+void IncomingArchive::verify(ReleaseStatement stated, std::optional<UpdateKey> key, std::function<void(Verified)> done)
 {
     m_stated = std::move(stated);
     m_key = key;

@@ -2,7 +2,7 @@
 
 #include "Platform/Files.h"
 #include "Platform/ScratchFile.h"
-#include "Updates/Appcast.h"
+#include "Updates/ReleaseStatement.h"
 #include "Updates/UpdateKey.h"
 #include "Updates/UpdateSignature.h"
 
@@ -47,7 +47,7 @@ public:
     void append(std::string_view bytes);
     [[nodiscard]] std::size_t room() const { return waitingLimit - m_waiting.size() - m_writing; }
     // Once all is written. `done` is called later. Requires: nothing is appended from here on.
-    void verify(AppcastEnclosure stated, std::optional<UpdateKey> key, std::function<void(Verified)> done);
+    void verify(ReleaseStatement stated, std::optional<UpdateKey> key, std::function<void(Verified)> done);
 
 private:
     // Of whatever work is under way, of which there is one at a time.
@@ -78,7 +78,7 @@ private:
     std::size_t m_writing = 0; // bytes
     std::function<void()> m_opened; // until it is open
     // From verify on.
-    AppcastEnclosure m_stated;
+    ReleaseStatement m_stated;
     std::optional<UpdateKey> m_key;
     std::function<void(Verified)> m_done;
 };

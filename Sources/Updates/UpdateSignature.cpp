@@ -75,15 +75,16 @@ Result<std::string, UpdateSignatureError> bytesOfFile(const OpenedFile& file, st
 
 } // namespace
 
-Result<void, UpdateSignatureError> UpdateSignature::mayVerify(const AppcastEnclosure& stated, const std::optional<UpdateKey>& key)
+Result<void, UpdateSignatureError> UpdateSignature::mayVerify(const ReleaseStatement& stated, const std::optional<UpdateKey>& key)
 {
     if (!key) {
         return refused("This build of tessarin has no key to verify updates with.");
     }
-    if (stated.edSignature.empty()) {
+    if (stated.archiveSignature.empty() || stated.signature.empty()) {
         return refused("It is not signed.");
     }
-    if (!bytesFromBase64(stated.edSignature, signatureByteCount)) {
+    const auto signature = bytesFromBase64(stated.signature, signatureByteCount);
+    if (!signature || !bytesFromBase64(stated.archiveSignature, signatureByteCount)) {
         return refused("Its signature is not valid.");
     }
     if (!stated.length || *stated.length == 0) {
@@ -92,11 +93,15 @@ Result<void, UpdateSignatureError> UpdateSignature::mayVerify(const AppcastEnclo
     if (*stated.length > byteLimit) {
         return refused("It is too large.");
     }
+    const auto text = stated.text();
+    if (!text || !isGood(*text, *signature, *key)) {
+        return refused("Its signature is not valid.");
+    }
     return {};
 }
 
 Result<VerifiedArchive, UpdateSignatureError> UpdateSignature::verify(
-    const OpenedFile& file, const AppcastEnclosure& stated, const std::optional<UpdateKey>& key, const std::function<bool()>& isToEnd)
+    const OpenedFile& file, const ReleaseStatement& stated, const std::optional<UpdateKey>& key, const std::function<bool()>& isToEnd)
 {
     if (const auto may = mayVerify(stated, key); !may) {
         return Failure{ may.error() };
@@ -105,7 +110,7 @@ Result<VerifiedArchive, UpdateSignatureError> UpdateSignature::verify(
     if (!read) {
         return Failure{ read.error() };
     }
-    const auto signature = bytesFromBase64(stated.edSignature, signatureByteCount);
+    const auto signature = bytesFromBase64(stated.archiveSignature, signatureByteCount);
     if (!signature || !isGood(read.value(), *signature, *key)) {
         return refused("Its signature is not valid.");
     }

@@ -4,7 +4,7 @@
 #include "Platform/Files.h"
 #include "Platform/OpenedFile.h"
 #include "Platform/Result.h"
-#include "Updates/Appcast.h"
+#include "Updates/ReleaseStatement.h"
 #include "Updates/UpdateKey.h"
 
 #include <cstdint>
@@ -44,13 +44,13 @@ public:
     // and the work on its signature can't be interrupted: one second for so many bytes on an old machine.
     static constexpr std::uint64_t byteLimit = std::uint64_t{ 512 } * 1024 * 1024;
 
-    // Whether an archive of which this is stated can verify at all, so that what can't need not be fetched: the program has a key, and
-    // the feed states a length within the limit and a signature that has the form of one.
-    [[nodiscard]] static Result<void, UpdateSignatureError> mayVerify(const AppcastEnclosure& stated, const std::optional<UpdateKey>& key);
+    // Whether an archive of which this is stated can verify at all, so that what can't need not be fetched: the program has a key, the
+    // feed states a length within the limit and a signature that has the form of one, and all that it states is signed by this key.
+    [[nodiscard]] static Result<void, UpdateSignatureError> mayVerify(const ReleaseStatement& stated, const std::optional<UpdateKey>& key);
     // Reads the file once. Refused is also what differs from its stated length, and what the signature is not good for: exactly these
     // bytes under this key. Blocks while the disk and the processor work; any thread. Gives up reading when `isToEnd` says so, which is
     // asked between the pieces: what may still be waited for then is the work on the signature, once all has been read.
-    [[nodiscard]] static Result<VerifiedArchive, UpdateSignatureError> verify(const OpenedFile& file, const AppcastEnclosure& stated,
+    [[nodiscard]] static Result<VerifiedArchive, UpdateSignatureError> verify(const OpenedFile& file, const ReleaseStatement& stated,
         const std::optional<UpdateKey>& key, const std::function<bool()>& isToEnd = isBackgroundWorkEnding);
 };
 

@@ -88,7 +88,7 @@ void UpdateFetch::fetchArchive(const AvailableUpdate& update, Progress onProgres
     m_update = update;
     m_onProgress = std::move(onProgress);
     m_done = std::move(done);
-    const auto may = UpdateSignature::mayVerify(update.enclosure, m_surroundings.key);
+    const auto may = UpdateSignature::mayVerify(update.statement(), m_surroundings.key);
     if (may) {
         open();
         return;
@@ -135,7 +135,7 @@ void UpdateFetch::download()
 
 void UpdateFetch::verify()
 {
-    m_archive->verify(m_update.enclosure, m_surroundings.key, [this](IncomingArchive::Verified verified) {
+    m_archive->verify(m_update.statement(), m_surroundings.key, [this](IncomingArchive::Verified verified) {
         if (verified) {
             endFetch(std::move(verified).value());
         } else {

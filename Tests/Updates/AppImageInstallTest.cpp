@@ -41,10 +41,7 @@ protected:
     {
         const std::string download = folder / "download";
         writeWholeFile(download, bytes);
-        AppcastEnclosure stated;
-        stated.length = bytes.size();
-        stated.edSignature = key.signatureOf(bytes);
-        return UpdateSignature::verify(OpenedFile::open(download).value(), stated, key.updateKey()).value();
+        return UpdateSignature::verify(OpenedFile::open(download).value(), key.statementOf(bytes), key.updateKey()).value();
     }
     // The reason why nothing was installed, empty when it was.
     [[nodiscard]] std::string outcomeOf(const std::string& appImage, const std::string& bytes) const

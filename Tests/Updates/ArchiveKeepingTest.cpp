@@ -20,10 +20,7 @@ protected:
     [[nodiscard]] VerifiedArchive archiveOf(const std::string& bytes) const
     {
         writeWholeFile(outside / "archive", bytes);
-        AppcastEnclosure stated;
-        stated.length = bytes.size();
-        stated.edSignature = key.signatureOf(bytes);
-        return UpdateSignature::verify(OpenedFile::open(outside / "archive").value(), stated, key.updateKey()).value();
+        return UpdateSignature::verify(OpenedFile::open(outside / "archive").value(), key.statementOf(bytes), key.updateKey()).value();
     }
 
     const TemporaryFolder outside;

@@ -69,10 +69,7 @@ protected:
     }
     void verify(const std::string& bytes)
     {
-        AppcastEnclosure stated;
-        stated.length = bytes.size();
-        stated.edSignature = key.signatureOf(bytes);
-        archive->verify(stated, key.updateKey(), [this](const IncomingArchive::Verified& outcome) {
+        archive->verify(key.statementOf(bytes), key.updateKey(), [this](const IncomingArchive::Verified& outcome) {
             ++ends;
             told = outcome ? "" : outcome.error().description();
             verified = outcome ? outcome.value().bytes().joined() : "";

@@ -27,6 +27,15 @@ std::string base64Of(const unsigned char* bytes, std::size_t count)
 
 SigningKey::SigningKey() : m_key(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519"), EVP_PKEY_free) { }
 
+SigningKey SigningKey::ofSecret(const std::string& secret)
+{
+    std::array<unsigned char, 33> bytes{}; // of which the padding makes the last
+    EVP_DecodeBlock(bytes.data(), bytesOf(secret), static_cast<int>(secret.size()));
+    SigningKey key;
+    key.m_key.reset(EVP_PKEY_new_raw_private_key(EVP_PKEY_ED25519, nullptr, bytes.data(), bytes.size() - 1), EVP_PKEY_free);
+    return key;
+}
+
 std::string SigningKey::publicKey() const
 {
     std::array<unsigned char, UpdateKey::byteCount> bytes{};

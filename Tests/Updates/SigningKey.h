@@ -19,6 +19,8 @@ class SigningKey
 {
 public:
     SigningKey();
+    // Of the 32 bytes that RFC 8032 calls the secret key, in Base64.
+    [[nodiscard]] static SigningKey ofSecret(const std::string& secret);
 
     [[nodiscard]] std::string publicKey() const; // Base64
     [[nodiscard]] std::optional<UpdateKey> updateKey() const { return UpdateKey::fromBase64(publicKey()); }

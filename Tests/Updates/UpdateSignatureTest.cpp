@@ -28,18 +28,12 @@ class UpdateSignatureTest : public testing::Test
 protected:
     void SetUp() override { writeWholeFile(path, bytes); }
 
-    [[nodiscard]] AppcastEnclosure stated() const
-    {
-        AppcastEnclosure enclosure;
-        enclosure.length = bytes.size();
-        enclosure.edSignature = key.signatureOf(bytes);
-        return enclosure;
-    }
+    [[nodiscard]] ReleaseStatement stated() const { return key.statementOf(bytes); }
     // Why the archive is refused, empty when it verifies.
-    [[nodiscard]] std::string refusalOf(const AppcastEnclosure& enclosure) const { return refusalOf(enclosure, key.updateKey()); }
-    [[nodiscard]] std::string refusalOf(const AppcastEnclosure& enclosure, const std::optional<UpdateKey>& publicKey) const
+    [[nodiscard]] std::string refusalOf(const ReleaseStatement& statement) const { return refusalOf(statement, key.updateKey()); }
+    [[nodiscard]] std::string refusalOf(const ReleaseStatement& statement, const std::optional<UpdateKey>& publicKey) const
     {
-        const auto archive = UpdateSignature::verify(opened(), enclosure, publicKey);
+        const auto archive = UpdateSignature::verify(opened(), statement, publicKey);
         return archive ? "" : archive.error().description();
     }
 
@@ -70,32 +64,36 @@ TEST_F(UpdateSignatureTest, OneChangedByteIsRefused)
 TEST_F(UpdateSignatureTest, ASignatureByAnotherKeyIsRefused)
 {
     EXPECT_THAT(refusalOf(stated(), SigningKey().updateKey()), HasSubstr("signature is not valid"));
+    ReleaseStatement statement = stated();
+    statement.archiveSignature = SigningKey().signatureOf(bytes);
+    EXPECT_THAT(refusalOf(key.signedStatement(statement)), HasSubstr("signature is not valid"));
 }
 
 TEST_F(UpdateSignatureTest, ASignatureOfOtherBytesIsRefused)
 {
-    AppcastEnclosure enclosure = stated();
-    enclosure.edSignature = key.signatureOf("other bytes");
-    EXPECT_THAT(refusalOf(enclosure), HasSubstr("signature is not valid"));
+    ReleaseStatement statement = stated();
+    statement.archiveSignature = key.signatureOf("other bytes");
+    EXPECT_THAT(refusalOf(key.signedStatement(statement)), HasSubstr("signature is not valid"));
 }
 
 TEST_F(UpdateSignatureTest, NoSignatureIsRefused)
 {
-    AppcastEnclosure enclosure = stated();
-    enclosure.edSignature.clear();
-    EXPECT_EQ(refusalOf(enclosure), "The update was not installed. It is not signed.");
+    ReleaseStatement statement = stated();
+    statement.archiveSignature.clear();
+    EXPECT_EQ(refusalOf(key.signedStatement(statement)), "The update was not installed. It is not signed.");
 }
 
 TEST_F(UpdateSignatureTest, ASignatureThatIsNotExactly64BytesInBase64IsRefused)
 {
-    const std::string good = stated().edSignature;
+    const std::string good = stated().archiveSignature;
     const std::vector<std::string> wrong{ good.substr(0, 84), good.substr(0, 87), good + "AAAA", " " + good.substr(1),
         good.substr(0, 87) + "A", std::string(88, '='), "-" + good.substr(1), "\n" + good, good.substr(0, 86),
         std::string(86, 'A') + "==" };
     for (const std::string& signature : wrong) {
-        AppcastEnclosure enclosure = stated();
-        enclosure.edSignature = signature;
-        EXPECT_THAT(refusalOf(enclosure), HasSubstr("signature is not valid")) << signature;
+        ReleaseStatement statement = stated();
+        statement.archiveSignature = signature;
+        EXPECT_THAT(refusalOf(statement.text() ? key.signedStatement(statement) : statement), HasSubstr("signature is not valid"))
+            << signature;
     }
 }
 
@@ -106,27 +104,28 @@ TEST_F(UpdateSignatureTest, ABuildWithoutAKeyRefusesEverything)
 
 TEST_F(UpdateSignatureTest, ALengthOtherThanTheStatedOneIsRefusedThoughTheSignatureIsGood)
 {
-    AppcastEnclosure enclosure = stated();
+    ReleaseStatement statement = stated();
     for (const std::uint64_t length : { bytes.size() - 1, bytes.size() + 1, std::size_t{ 1 } }) {
-        enclosure.length = length;
-        EXPECT_EQ(refusalOf(enclosure), "The update was not installed. It is not as large as its feed says.") << length;
+        statement.length = length;
+        EXPECT_EQ(refusalOf(key.signedStatement(statement)), "The update was not installed. It is not as large as its feed says.")
+            << length;
     }
 }
 
 TEST_F(UpdateSignatureTest, AFeedThatStatesNoLengthIsRefused)
 {
-    AppcastEnclosure enclosure = stated();
-    enclosure.length.reset();
-    EXPECT_THAT(refusalOf(enclosure), HasSubstr("does not say how large"));
-    enclosure.length = 0;
-    EXPECT_THAT(refusalOf(enclosure), HasSubstr("does not say how large"));
+    ReleaseStatement statement = stated();
+    statement.length.reset();
+    EXPECT_THAT(refusalOf(statement), HasSubstr("does not say how large"));
+    statement.length = 0;
+    EXPECT_THAT(refusalOf(statement), HasSubstr("does not say how large"));
 }
 
 TEST_F(UpdateSignatureTest, WhatIsTooLargeIsNotRead)
 {
-    AppcastEnclosure enclosure = stated();
-    enclosure.length = UpdateSignature::byteLimit + 1;
-    EXPECT_THAT(refusalOf(enclosure), HasSubstr("too large"));
+    ReleaseStatement statement = stated();
+    statement.length = UpdateSignature::byteLimit + 1;
+    EXPECT_THAT(refusalOf(key.signedStatement(statement)), HasSubstr("too large"));
 }
 
 TEST_F(UpdateSignatureTest, AFileThatCannotBeReadIsRefusedWithTheReason)
@@ -141,10 +140,11 @@ TEST_F(UpdateSignatureTest, AFileThatCannotBeReadIsRefusedWithTheReason)
 TEST_F(UpdateSignatureTest, WhoIsToEndItIsAskedBetweenThePieces)
 {
     writeWholeFile(path, std::string(10'000'000, 'x'));
-    AppcastEnclosure enclosure = stated();
-    enclosure.length = 10'000'000;
+    ReleaseStatement statement = stated();
+    statement.length = 10'000'000;
+    statement = key.signedStatement(statement);
     int asked = 0;
-    const auto archive = UpdateSignature::verify(opened(), enclosure, key.updateKey(), [&] { return ++asked >= 3; });
+    const auto archive = UpdateSignature::verify(opened(), statement, key.updateKey(), [&] { return ++asked >= 3; });
     ASSERT_FALSE(archive);
     EXPECT_EQ(archive.error().description(), "The update was not installed. It was given up.");
     EXPECT_LE(asked, 4);
@@ -154,12 +154,13 @@ TEST_F(UpdateSignatureTest, WhoIsToEndItIsAskedBetweenThePieces)
 TEST_F(UpdateSignatureTest, WithoutEnoughMemoryItIsRefused)
 {
     std::filesystem::resize_file(path, UpdateSignature::byteLimit); // with nothing in it
-    AppcastEnclosure enclosure = stated();
-    enclosure.length = UpdateSignature::byteLimit;
+    ReleaseStatement statement = stated();
+    statement.length = UpdateSignature::byteLimit;
+    statement = key.signedStatement(statement);
     const auto inLittleMemory = [&] {
         const rlimit little{ 300'000'000, 300'000'000 };
         setrlimit(RLIMIT_AS, &little);
-        std::exit(refusalOf(enclosure) == "The update was not installed. There is not enough memory to verify it." ? 0 : 1);
+        std::exit(refusalOf(statement) == "The update was not installed. There is not enough memory to verify it." ? 0 : 1);
     };
     EXPECT_EXIT(inLittleMemory(), testing::ExitedWithCode(0), "");
 }
@@ -190,10 +191,7 @@ TEST_F(UpdateSignatureTest, AnArchiveOfManyPiecesIsReadWhole)
         large += std::to_string(large.size());
     }
     writeWholeFile(path, large);
-    AppcastEnclosure enclosure;
-    enclosure.length = large.size();
-    enclosure.edSignature = key.signatureOf(large);
-    const auto archive = UpdateSignature::verify(opened(), enclosure, key.updateKey());
+    const auto archive = UpdateSignature::verify(opened(), key.statementOf(large), key.updateKey());
     ASSERT_TRUE(archive) << archive.error().description();
     EXPECT_TRUE(archive.value().bytes().joined() == large);
 }
@@ -201,11 +199,12 @@ TEST_F(UpdateSignatureTest, AnArchiveOfManyPiecesIsReadWhole)
 // RFC 8032, section 7.1, test 3: so that a mistake of ours that signs and verifies alike would show.
 TEST_F(UpdateSignatureTest, AgreesWithAPublishedVector)
 {
+    const SigningKey published = SigningKey::ofSecret("xaqN9D+fg3vtt0QvMdy3sWbThTUHbwlLhc46LgtEWPc=");
+    EXPECT_EQ(published.publicKey(), "/FHNjmIYoaONpH7QAjDwWAgW7RO6MwOsXeuRFUiQgCU=");
     writeWholeFile(path, "\xAF\x82");
-    AppcastEnclosure enclosure;
-    enclosure.length = 2;
-    enclosure.edSignature = "YpHWV97sJAJIJ+acOr4BowzlSKKEdDpEXjaA19taw6wY/5tTjRbykK5n92CYTcZZSnwV6XFu0o3AJ77O6h7ECg==";
-    EXPECT_EQ(refusalOf(enclosure, UpdateKey::fromBase64("/FHNjmIYoaONpH7QAjDwWAgW7RO6MwOsXeuRFUiQgCU=")), "");
+    const ReleaseStatement statement = published.statementOf("\xAF\x82");
+    EXPECT_EQ(statement.archiveSignature, "YpHWV97sJAJIJ+acOr4BowzlSKKEdDpEXjaA19taw6wY/5tTjRbykK5n92CYTcZZSnwV6XFu0o3AJ77O6h7ECg==");
+    EXPECT_EQ(refusalOf(statement, published.updateKey()), "");
 }
 
 TEST(UpdateKeyTest, IsExactly32BytesInBase64)

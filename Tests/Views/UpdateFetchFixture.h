@@ -57,7 +57,8 @@ protected:
     }
     [[nodiscard]] std::string release(const std::string& version) const
     {
-        return itemOf(key.signedStatement({ version, "", "linux", static_cast<std::uint64_t>(length), signature, "" }), address.toStdString());
+        return itemOf(
+            key.signedStatement({ version, "", "linux", static_cast<std::uint64_t>(length), signature, "" }), address.toStdString());
     }
 
     // What a person would be told of the feed: the version, "none" for no newer one, or the reason of a failure.

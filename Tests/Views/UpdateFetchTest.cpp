@@ -42,6 +42,19 @@ TEST_F(UpdateFetchTest, AMissingOrTruncatedSignatureIsRefusedBeforeAnythingIsFet
     EXPECT_EQ(received, 0);
 }
 
+TEST_F(UpdateFetchTest, AnOldArchiveUnderANewVersionIsRefusedBeforeAnythingIsFetched)
+{
+    ReleaseStatement stated = key.statementOf(bytes.toStdString(), "0.5");
+    EXPECT_EQ(find(itemOf(stated, address.toStdString())), "none");
+    stated.version = "99.0";
+    EXPECT_EQ(find(itemOf(stated, address.toStdString())), "99.0");
+    EXPECT_EQ(fetchFound(), "The update was not installed. Its signature is not valid.");
+    stated.signature.clear();
+    EXPECT_EQ(find(itemOf(stated, address.toStdString())), "99.0");
+    EXPECT_EQ(fetchFound(), "The update was not installed. It is not signed.");
+    EXPECT_EQ(received, 0);
+}
+
 TEST_F(UpdateFetchTest, WithoutAKeyNothingIsFetched)
 {
     fetch = std::make_unique<UpdateFetch>(

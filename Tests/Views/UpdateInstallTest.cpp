@@ -49,6 +49,9 @@ TEST_F(UpdateInstallTest, WhatDoesNotVerifyIsNeitherInstalledNorKeptNorShown)
         ++server->length;
         EXPECT_EQ(refusal(server->publishFeed("2.0")), "The update was not installed. It is not as large as its feed says.");
         server->length = server->archive.size();
+        server->otherStatement = server->key.statementOf(server->archive, "0.9");
+        EXPECT_EQ(refusal(server->publishFeed("2.0")), "The update was not installed. Its signature is not valid.");
+        server->otherStatement.reset();
         finishBackgroundWork();
         EXPECT_EQ(faultOfWhatIsThere(), "");
     }
