@@ -5,6 +5,7 @@
 #include "Platform/FreedMemory.h"
 #include "Platform/InstanceLock.h"
 #include "Platform/Preferences.h"
+#include "Services/ProgramVersion.h"
 #include "Views/ButtonAccessible.h"
 #include "Views/CaretRest.h"
 #include "Views/FrameReport.h"
@@ -59,7 +60,7 @@ int TessarinApp::run(int argc, char** argv)
     Preferences preferences(locations);
     WorkspaceStore store(preferences);
     QGuiApplication::setApplicationName(QStringLiteral("tessarin"));
-    QGuiApplication::setApplicationVersion(QStringLiteral(TESSARIN_VERSION));
+    QGuiApplication::setApplicationVersion(QString::fromLatin1(programVersion().data(), static_cast<qsizetype>(programVersion().size())));
     QGuiApplication::setDesktopFileName(QStringLiteral("tessarin"));
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     QGuiApplication application(argc, argv);
@@ -130,7 +131,7 @@ void TessarinApp::finishFirstFrame()
         m_window, &QQuickWindow::frameSwapped, this,
         [this] {
             report("first content");
-            m_updateFlow->dropPreviousVersion();
+            m_updateFlow->dropLeftOvers();
         },
         static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
     m_turns = m_model->observe([this](const ModelChange& change) {
