@@ -68,7 +68,7 @@ ROWS = (
         {'kimi': ('no, the command runs (K2)', deviations.own_denial_is_not_heeded)}),
     Row('the mode is an argument', deviations.mode_is_an_argument,
         {'grok': ('yes, before "agent"', deviations.mode_is_an_argument_in_front_of_agent),
-         **{program: ('has no such argument', deviations.mode_is_no_argument) for program in ('codex', 'kimi', 'opencode')}}),
+         **{program: ('no, started alike in each', deviations.mode_is_no_argument) for program in ('codex', 'kimi', 'opencode')}}),
     Row('asks with no settings of its own', deviations.asks_with_no_settings_of_its_own,
         {'opencode': ('no, runs unasked (O2)', deviations.asks_only_when_told_to)}),
     Row('version in the settings', deviations.version_in_the_settings),
