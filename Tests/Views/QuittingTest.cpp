@@ -1,5 +1,6 @@
 #include "PresenterFixture.h"
 #include "QmlFixture.h"
+#include "Views/SystemUpdater.h"
 #include "Views/UpdateController.h"
 #include "Views/UpdateFlow.h"
 
@@ -280,11 +281,7 @@ protected:
     bool standsInTheMainWindow() const { return root->property("asksHere").toBool(); }
 
     QTcpServer server;
-    UpdateFlow flow{ { preferences, desktop, mainThread,
-        [this] {
-            return UpdateFetch::Surroundings{ mainThread, runtime.directory() + "/incoming" };
-        },
-        "1.0", { "linux", "6.1" }, std::nullopt, { runtime.directory() } } };
+    UpdateFlow flow{ systemUpdateSurroundings(preferences, mainThread, desktop) };
     UpdateController updates{ preferences, [](SoftwareUpdaterDelegate&) { return std::make_unique<RestingUpdater>(); } };
     QmlFixture qml;
     QQuickItem* root = nullptr;
