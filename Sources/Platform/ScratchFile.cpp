@@ -3,7 +3,9 @@
 #include "Platform/Uuid.h"
 
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
+#include <filesystem>
 #include <unistd.h>
 
 namespace tessarin
@@ -21,6 +23,22 @@ Result<ScratchFile, FileError> ScratchFile::make(const std::string& folder)
         return Failure{ lastFileError() };
     }
     return ScratchFile(std::move(descriptor));
+}
+
+void ScratchFile::removeLeftOvers(const std::string& folder)
+{
+    namespace fs = std::filesystem;
+    constexpr std::chrono::minutes leastAge{ 1 }; // the one that is just being made is not taken away from its maker
+    std::error_code ignored;
+    const auto newest = fs::file_time_type::clock::now() - leastAge;
+    for (fs::directory_iterator entry(folder, ignored), end; entry != end; entry.increment(ignored)) {
+        const std::string name = entry->path().filename().string();
+        const bool isOurs = name.starts_with('.') && Uuid::parse(name.substr(1)) && fs::is_regular_file(entry->symlink_status(ignored))
+            && entry->file_size(ignored) == 0 && entry->last_write_time(ignored) < newest;
+        if (isOurs) {
+            fs::remove(entry->path(), ignored);
+        }
+    }
 }
 
 Result<void, FileError> ScratchFile::append(std::string_view bytes)

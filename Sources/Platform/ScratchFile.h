@@ -17,6 +17,9 @@ class ScratchFile
 public:
     // On the disk of this folder, which is made if needed.
     [[nodiscard]] static Result<ScratchFile, FileError> make(const std::string& folder);
+    // A program that is killed while it makes one may leave its empty file: such are removed unless they are new. What is anything else
+    // stays, and what can't be removed too.
+    static void removeLeftOvers(const std::string& folder);
 
     // Blocks while the disk works. On failure a part of them may have been written.
     [[nodiscard]] Result<void, FileError> append(std::string_view bytes);

@@ -201,12 +201,15 @@ void UpdateFlow::showKept()
     }
 }
 
-void UpdateFlow::dropPreviousVersion() const
+void UpdateFlow::dropLeftOvers() const
 {
-    if (m_surroundings.appImage) {
-        // What stays is tried again at the next start, and does no harm until then.
-        runInBackground([appImage = *m_surroundings.appImage] { static_cast<void>(appImage.removePrevious()); });
-    }
+    // What stays is tried again at the next start, and does no harm until then.
+    runInBackground([appImage = m_surroundings.appImage, folder = m_surroundings.incomingFolder] {
+        ScratchFile::removeLeftOvers(folder);
+        if (appImage) {
+            static_cast<void>(appImage->dropLeftOvers());
+        }
+    });
 }
 
 void UpdateFlow::fail(const QString& reason)

@@ -58,6 +58,7 @@ public:
         UpdateSystem system;
         std::optional<AppImageInstall> appImage; // what this program runs from
         std::vector<std::string> keepFolders; // where an archive goes that can't be installed: the first that is there, else the last
+        std::string incomingFolder; // where an archive is while it comes, as `fetch` says too
     };
 
     explicit UpdateFlow(Surroundings surroundings, QObject* parent = nullptr);
@@ -81,8 +82,9 @@ public:
     // Requires: the stage is Kept.
     Q_INVOKABLE void showKept();
 
-    // Removes what was kept of the version before, in the background. To be called once this one stands.
-    void dropPreviousVersion() const;
+    // Removes what was kept of the version before and what a fetch or an installation that was interrupted has left, in the background.
+    // To be called once this version stands.
+    void dropLeftOvers() const;
 
     [[nodiscard]] bool isShown() const { return m_stage != Idle && !m_isSilent; }
     [[nodiscard]] Stage stage() const { return m_stage; }

@@ -199,6 +199,23 @@ class AskedFor(UpdateCase):
         self.window.wait(lambda: not os.path.exists(self.program + '.previous'), what='the version before to be removed')
         self.assertEqual(NEW, self.content(self.program))
 
+    def test_AFileOfThePersonBesideTheProgramIsLeftAlone(self):
+        own = self.program + '.previous'
+        with open(own, 'wb') as file:
+            file.write(b'mine')
+        self.publish()
+        self.start()
+        self.ask()
+        self.window.click_on('~button', '=Install')
+        self.window.find('heading', '=tessarin 99.0 is installed')
+        self.assertEqual(b'mine', self.content(own))
+        self.assertEqual(OLD, self.content(own + '-2'))
+        self.window.key('Escape')
+        self.end()
+        self.open()
+        self.window.wait(lambda: not os.path.exists(own + '-2'), what='the version before to be removed')
+        self.assertEqual(b'mine', self.content(own))
+
     def test_KeysAloneLeadFromTheMenuToTheInstall(self):
         self.publish()
         self.start()
@@ -236,6 +253,21 @@ class AskedFor(UpdateCase):
         self.publish()
         self.window.click_on('~button', '=Try Again')
         self.window.find('heading', '=tessarin 99.0 is available')
+
+    def test_AnOldReleaseUnderANewVersionIsNotInstalled(self):
+        """It is genuine, and whoever has the server but not the key can say anything else of it."""
+        feed = self.publish('0.1')
+        with open(feed, encoding='utf-8') as file:
+            told = file.read()
+        self.assertEqual(1, told.count('<sparkle:version>0.1<'))
+        with open(feed, 'w', encoding='utf-8') as file:
+            file.write(told.replace('<sparkle:version>0.1<', '<sparkle:version>99.0<'))
+        self.start()
+        self.ask()
+        self.window.click_on('~button', '=Install')
+        self.window.find(says='=The update was not installed. Its signature is not valid.')
+        self.assertEqual(['/files/appcast.xml'], https_server.requests, 'it is not even fetched')
+        self.assert_nothing_was_installed()
 
     def test_BytesThatWereChangedAfterwardsAreNotInstalled(self):
         self.publish()

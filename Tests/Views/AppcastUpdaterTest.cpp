@@ -34,7 +34,7 @@ protected:
             [this] {
                 return UpdateFetch::Surroundings{ downloads.mainThread(), folder / "incoming", UpdateKey::builtIn(), tls };
             },
-            "1.0", { "linux", "6.1" }, std::nullopt, { folder / "own" } });
+            "1.0", { "linux", "6.1" }, std::nullopt, { folder / "own" }, folder / "incoming" });
         updater = std::make_unique<AppcastUpdater>(
             *this, AppcastUpdater::Surroundings{ preferences, mainThread, *flow, [this] { return clock; } });
     }

@@ -37,10 +37,15 @@ protected:
         std::filesystem::create_directory(folder / "bin");
         writeWholeFile(program, appImageOf("old"));
         server->publishArchive("tessarin-2.0.AppImage", appImageOf("new"));
-        launch(AppImageInstall::at(program));
+        launch(installation());
     }
     ~UpdateFlowTest() override { finishBackgroundWork(); }
 
+    // The installation, as a start finds it.
+    [[nodiscard]] std::optional<AppImageInstall> installation() const
+    {
+        return AppImageInstall::at(program, folder / "record/installed.json");
+    }
     // As at a start from this AppImage, or from none.
     void launch(std::optional<AppImageInstall> appImage)
     {
@@ -48,7 +53,7 @@ protected:
             [this] {
                 return UpdateFetch::Surroundings{ mainThread.mainThread(), folder / "incoming", key, server->https.trust() };
             },
-            "1.0", { "linux", "6.1" }, std::move(appImage), { downloads, folder / "own" } });
+            "1.0", { "linux", "6.1" }, std::move(appImage), { downloads, folder / "own" }, folder / "incoming" });
         wasShown = false;
         QObject::connect(flow.get(), &UpdateFlow::changed, [this] { wasShown = wasShown || flow->isShown(); });
     }

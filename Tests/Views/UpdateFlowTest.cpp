@@ -73,7 +73,7 @@ TEST_F(UpdateFlowTest, ABuildWithoutAKeyTellsOfAReleaseAndDoesNotOfferToInstallI
     EXPECT_TRUE(flow->property("canInstall").toBool());
     key.reset();
     for (const bool isAppImage : { true, false }) {
-        launch(isAppImage ? AppImageInstall::at(program) : std::nullopt);
+        launch(isAppImage ? installation() : std::nullopt);
         EXPECT_EQ(look(feed), Stage::Found);
         EXPECT_EQ(flow->heading(), "tessarin 2.0 is available");
         EXPECT_EQ(flow->message(), "You have 1.0. This build can't verify updates, so it can't install this one.");
@@ -104,7 +104,7 @@ TEST_F(UpdateFlowTest, ASkippedVersionIsOfferedToWhoAsksOnly)
     lookByItself(feed);
     flow->skip();
     EXPECT_EQ(flow->stage(), Stage::Idle);
-    launch(AppImageInstall::at(program));
+    launch(installation());
     lookByItself(feed);
     EXPECT_EQ(flow->stage(), Stage::Idle);
     EXPECT_FALSE(wasShown);

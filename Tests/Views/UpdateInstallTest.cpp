@@ -26,8 +26,8 @@ TEST_F(UpdateInstallTest, TheVerifiedBytesReplaceTheAppImageAndTheOldOneIsKeptUn
     EXPECT_TRUE(namesIn(downloads).empty());
     EXPECT_TRUE(namesIn(folder / "incoming").empty());
 
-    launch(AppImageInstall::at(program));
-    flow->dropPreviousVersion();
+    launch(installation());
+    flow->dropLeftOvers();
     finishBackgroundWork();
     EXPECT_EQ(namesIn(folder / "bin"), Names{ "tessarin.AppImage" });
 }
@@ -36,7 +36,7 @@ TEST_F(UpdateInstallTest, WhatDoesNotVerifyIsNeitherInstalledNorKeptNorShown)
 {
     const std::string good = server->signature;
     for (const bool isAppImage : { true, false }) {
-        launch(isAppImage ? AppImageInstall::at(program) : std::nullopt);
+        launch(isAppImage ? installation() : std::nullopt);
         server->signature = SigningKey().signatureOf(server->archive);
         EXPECT_EQ(refusal(server->publishFeed("2.0")), "The update was not installed. Its signature is not valid.");
         server->signature = server->key.signatureOf("other bytes");
@@ -55,6 +55,34 @@ TEST_F(UpdateInstallTest, WhatDoesNotVerifyIsNeitherInstalledNorKeptNorShown)
         finishBackgroundWork();
         EXPECT_EQ(faultOfWhatIsThere(), "");
     }
+}
+
+TEST_F(UpdateInstallTest, AFileOfThePersonBesideTheProgramIsNotTakenForTheOldOne)
+{
+    writeWholeFile(program + ".previous", "mine");
+    flow->dropLeftOvers();
+    finishBackgroundWork();
+    EXPECT_EQ(look(server->publishFeed("2.0")), Stage::Found);
+    flow->install();
+    ASSERT_TRUE(comesTo(Stage::Installed));
+    EXPECT_EQ(wholeFile(program + ".previous-2"), appImageOf("old"));
+    launch(installation());
+    flow->dropLeftOvers();
+    finishBackgroundWork();
+    EXPECT_EQ(wholeFile(program + ".previous"), "mine");
+    EXPECT_EQ(namesIn(folder / "bin").size(), 2U);
+}
+
+TEST_F(UpdateInstallTest, WhatAnInterruptedFetchLeftGoesWithTheNextStart)
+{
+    fs::create_directory(folder / "incoming");
+    const std::string left = folder / "incoming/.0F8FAD5B-D9CB-469F-A165-70867728950E";
+    writeWholeFile(left, "");
+    fs::last_write_time(left, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    writeWholeFile(folder / "incoming/mine", "");
+    flow->dropLeftOvers();
+    finishBackgroundWork();
+    EXPECT_EQ(namesIn(folder / "incoming"), Names{ "mine" });
 }
 
 TEST_F(UpdateInstallTest, WhatIsSignedAndNoAppImageDoesNotReplaceOne)
@@ -164,11 +192,11 @@ TEST_F(UpdateInstallTest, WhatIsInstalledIsToldOfThoughALaterReleaseWasOnOffer)
 TEST_F(UpdateInstallTest, DroppedAtAnyStageItIsSilent)
 {
     flow->lookForPerson(server->publishFeed("2.0"));
-    launch(AppImageInstall::at(program));
+    launch(installation());
     EXPECT_EQ(look(server->publishFeed("2.0")), Stage::Found);
     flow->install();
     ASSERT_TRUE(QTest::qWaitFor([&] { return flow->stage() == Stage::Installing; }, HttpsServer::patience));
-    launch(AppImageInstall::at(program));
+    launch(installation());
     finishBackgroundWork();
     EXPECT_EQ(look(server->publishFeed("1.0")), Stage::UpToDate) << "the loop has run on";
     EXPECT_EQ(wholeFile(program), server->archive) << "what was begun is brought to its end";

@@ -74,7 +74,7 @@ TEST_F(UpdateViewTest, ABuildWithoutAKeyOffersToInstallNothing)
     for (const bool isAppImage : { true, false }) {
         key.reset();
         qml.view().setSource({});
-        launch(isAppImage ? AppImageInstall::at(program) : std::nullopt);
+        launch(isAppImage ? installation() : std::nullopt);
         show();
         EXPECT_EQ(look(feed), Stage::Found);
         EXPECT_EQ(buttons(), (QStringList{ "Skip This Version", "Not Now" }));
