@@ -39,7 +39,8 @@ public:
     // Puts the archive in the place of the program, whole or not at all: through a new file in the same folder, on the disk before it
     // gets the name, with the access rights of the old one. The old one stays as "<name>.previous" or, where something has that name, as
     // the first free of "<name>.previous-2", "-3"...; if an installation has kept one already, that is what has proven to start, and it
-    // stays instead. On failure the program is what it was, and no file is left behind.
+    // stays instead. On failure the program is what it was, and no file is left behind; only where such a one stays and the disk would
+    // not say that it keeps the new name, the new file has it.
     // Refused when the archive is no AppImage (by the magic numbers of type 1 and 2).
     [[nodiscard]] Result<void, AppImageInstallError> install(const VerifiedArchive& archive) const;
 
