@@ -10,6 +10,7 @@ from begun import Begun
 from desk import task
 from dialects import codex_opening, codex_script
 from driver.session_manager import SessionManager
+from settings_case import SettingsCase
 from window_case import TITLE, WindowCase, main
 
 QUESTION = 'Quit tessarin?'
@@ -38,6 +39,14 @@ class QuittingCase(Begun, WindowCase):
 
     def shown_texts(self):
         return [one['text'] for one in self.desk.stored()[0]['threads'][0]['entries']]
+
+    def ended(self, pid):
+        """Gone, or a zombie that this test has adopted."""
+        try:
+            with open(f'/proc/{pid}/stat', 'rb') as file:
+                return file.read().rpartition(b')')[2].split()[0] in (b'Z', b'X')
+        except OSError:
+            return True
 
     def runtime_pid(self, name='grok'):
         return self.desk.record(name, self.desk.sessions(name)[-1])[0]['start']['pid']
@@ -204,14 +213,6 @@ class End(QuittingCase):
         self.window.wait(lambda: self.ended(pid), what='the end of the runtime')
         self.assertIn({'stdinClosed': True}, self.desk.record('grok', start))
 
-    def ended(self, pid):
-        """Gone, or a zombie that this test has adopted."""
-        try:
-            with open(f'/proc/{pid}/stat', 'rb') as file:
-                return file.read().rpartition(b')')[2].split()[0] in (b'Z', b'X')
-        except OSError:
-            return True
-
     def test_AGrandchildThatKeepsTheStreamsHoldsUpNothing(self):
         self.open_working({'grandchild': 'let-go'})
         pid = self.runtime_pid()
@@ -278,6 +279,62 @@ class End(QuittingCase):
         self.ends()
 
 
+class SignIns(SettingsCase, QuittingCase):
+    BUTTONS = {'grok': 'Log in with SuperGrok', 'codex': 'Log in with ChatGPT', 'kimi': 'Log in with Kimi'}
+
+    def begin(self, name):
+        """Signs in from the settings; the number of the process, and the record that it writes."""
+        self.see('push button', '=' + self.BUTTONS[name]).click()
+
+        def sign_in():
+            starts = [(start, self.desk.record(name + '-command', start)) for start in range(1, 10)]
+            return next(((lines[0]['start']['pid'], start) for start, lines in starts
+                         if lines and lines[0]['start']['argv'][1:] == ['login']), None)
+        return self.window.wait(sign_in, what=f'the sign-in of {name}')
+
+    def open_person_terminal(self):
+        """With the command to sign in to Claude; its number."""
+        place = os.path.join(self.desk.home, 'terminal')
+        terminal = os.path.join(self.desk.runtimes, 'xdg-terminal-exec')
+        with open(terminal, 'w') as file:
+            file.write(f'#!/bin/sh\necho $$ > "{place}.new"\nmv "{place}.new" "{place}"\nexec sleep 600\n')
+        os.chmod(terminal, 0o755)
+        self.see('push button', '=Log in with Claude').click()
+        self.window.wait(lambda: os.path.exists(place), what='the terminal')
+        with open(place) as file:
+            return int(file.read())
+
+    def test_SignInsEndWithTheProgramAndAreNotAskedAboutButThePersonsTerminalStays(self):
+        for name in self.BUTTONS:
+            self.desk.install(name, {'commands': {'--version': {'output': '1'}, 'login status': {'output': 'Not logged in', 'status': 1},
+                                                  'login': {'steps': [{'raw': 'Open your browser.\n'}, until('never')]}}})
+        self.desk.install('claude', {'commands': {'--version': {'output': '1'}, 'auth status': {'output': '{}', 'status': 1}}})
+        self.open()
+        self.open_settings()
+        begun = {name: self.begin(name) for name in self.BUTTONS}
+        terminal = self.open_person_terminal()
+        self.addCleanup(lambda: self.ended(terminal) or os.kill(terminal, signal.SIGTERM))
+        self.assertLessEqual({pid for pid, _ in begun.values()}, self.window.children_of(self.app))
+        self.expect_end()
+        self.window.key('Ctrl+Q')
+        self.ends()
+        for name, (pid, start) in begun.items():
+            self.window.wait(lambda pid=pid: self.ended(pid), what=f'the end of the sign-in of {name}')
+            self.assertEqual(len(self.desk.await_end(name + '-command', start)), 1, 'asked to end, once')
+        self.assertFalse(self.ended(terminal))
+
+    def test_ASignInEndsWithASignalToo(self):
+        self.desk.install('grok', {'commands': {'--version': {'output': '1'}, 'login': {'steps': [until('never')]}}})
+        self.open()
+        self.open_settings()
+        pid, start = self.begin('grok')
+        self.expect_end()
+        os.kill(self.app.pid, signal.SIGTERM)
+        self.ends()
+        self.window.wait(lambda: self.ended(pid), what='the end of the sign-in')
+        self.desk.await_end('grok-command', start)
+
+
 class SessionEnd(QuittingCase):
     """The person logs out of the desktop."""
 
@@ -302,6 +359,39 @@ class SessionEnd(QuittingCase):
         self.expect_end()
         self.window.key('Ctrl+Q')
         self.ends()
+
+    def test_ASecondLogoutSaysYesWhileTheQuestionStands(self):
+        self.open_working()
+        self.log_out('any')
+        self.await_heard('cancelled')
+        self.await_question()
+        self.expect_end()
+        self.log_out('any')
+        self.ends()
+        self.assertEqual(self.manager.heard.count('asks'), 1)
+        self.assertIn('Half an answ', self.shown_texts())
+
+    def test_WhoSaysNoToTheQuestionOfALogoutIsAskedByTheNext(self):
+        self.open_working()
+        self.log_out('any')
+        self.await_heard('cancelled')
+        self.await_question()
+        self.window.key('Escape')
+        self.await_no_question()
+        self.log_out('any')
+        self.window.wait(lambda: self.manager.heard.count('cancelled') == 2, what='the second logout to be called off')
+        self.await_question()
+
+    def test_WhoUsesTheSettingsAfterALogoutInVainIsAskedWhenTheyCloseTheWindow(self):
+        self.open_working()
+        self.window.key('Ctrl+,')
+        self.window.wait_window('Settings')
+        self.window.wait(lambda: self.window.active_title() == 'Settings', what='the settings in front')
+        self.log_out('in vain')
+        self.await_heard('saved')
+        self.window.key('Tab')
+        self.window.close_window(TITLE)
+        self.await_question()
 
     def test_WhereItMayNotNothingHoldsTheLogoutUp(self):
         self.open_working()

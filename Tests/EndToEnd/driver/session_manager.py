@@ -2,7 +2,7 @@
 process where a connection breaks.
 
 As a program it prints its address, then a line for what each program does, and ends the session when it reads "any" or "none": whether a
-program may ask its person."""
+program may ask its person. With "in vain" nobody may, and the session goes on when the programs have saved what they have."""
 import ctypes
 import select
 import subprocess
@@ -11,7 +11,7 @@ import threading
 from ctypes import CFUNCTYPE, POINTER, Structure, c_char_p, c_int, c_ulong, c_void_p
 
 _PENDING = 0  # a state of a connection
-_STYLES = {'none': 0, 'any': 2}
+_STYLES = {'none': 0, 'any': 2, 'in vain': 0}
 
 
 class SessionManager:
@@ -53,7 +53,7 @@ class _Manager:
             getattr(self.ice, name).restype = c_void_p
         self.ice.IceSetIOErrorHandler.restype = c_void_p
         self.sm.SmsGenerateClientID.restype = c_void_p
-        self.clients, self.connections, self.is_ending = [], [], False
+        self.clients, self.connections, self.is_ending, self.is_in_vain = [], [], False, False
         self._kept = [CFUNCTYPE(result, c_void_p, c_void_p, *takes)(getattr(self, name)) for name, result, takes in _KINDS]
         self._trust = CFUNCTYPE(c_int, c_char_p)(lambda host: 1)
         self._lost = CFUNCTYPE(None, c_void_p)(lambda connection: None)  # the reader of the connection is told as well
@@ -85,7 +85,9 @@ class _Manager:
 
     def saved(self, client, _data, _success):
         print('saved', flush=True)
-        if self.is_ending:
+        if self.is_in_vain:
+            self.sm.SmsShutdownCancelled(c_void_p(client))
+        elif self.is_ending:
             self.sm.SmsDie(c_void_p(client))
         else:
             self.sm.SmsSaveComplete(c_void_p(client))
@@ -124,7 +126,7 @@ class _Manager:
                     line = sys.stdin.readline()
                     if not line:
                         return
-                    self.end_session(_STYLES[line.strip()])
+                    self.end_session(line.strip())
                 elif number in sockets:
                     self.accept(sockets[number])
                 elif self.ice.IceProcessMessages(c_void_p(numbers[number]), None, None):
@@ -136,10 +138,10 @@ class _Manager:
             self.ice.IceProcessMessages(c_void_p(connection), None, None)
         self.connections.append(connection)
 
-    def end_session(self, style):
-        self.is_ending = True
+    def end_session(self, way):
+        self.is_ending, self.is_in_vain = True, way == 'in vain'
         for client in self.clients:
-            self.sm.SmsSaveYourself(c_void_p(client), 2, 1, style, 0)
+            self.sm.SmsSaveYourself(c_void_p(client), 2, 1, _STYLES[way], 0)
 
 
 if __name__ == '__main__':
