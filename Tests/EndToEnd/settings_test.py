@@ -49,11 +49,10 @@ class RuntimesCase(SettingsCase):
         os.chmod(path, 0o755)
         return path
 
-    def enter(self, name):
-        """Types the name of a tool where the keys go, behind its folder. The folder comes as one, so that nothing that stands under a part
-        of the path is taken for the program."""
+    def paste_folder(self):
+        """Where the keys go, the folder of the tools. It comes as one, so that nothing that stands under a part of the path is taken for
+        the program."""
         self.window.paste(self.tools + '/')
-        self.window.type(name)
 
     def stored(self, key):
         """As it stands on disk."""
@@ -169,7 +168,7 @@ class Programs(RuntimesCase):
         self.open_settings()
         self.await_state(GROK, 'Not installed')
         self.window.focus(self.field(GROK))
-        self.enter('')
+        self.paste_folder()
         self.await_stored('grokExecutablePath', self.tools + '/')
         for length in range(len(self.tools) + 2, len(path) + 1):
             self.await_state(GROK, 'Not installed')
@@ -268,7 +267,7 @@ class Choosing(RuntimesCase):
         sheet = self.window.find('dialog', '=Choose the grok executable', within=self.window.find('frame', '=Settings'))
         field = self.window.find('~input', '=Path', within=sheet)
         self.window.wait(lambda: field.focused, what='the focus in the path')
-        self.enter('')
+        self.paste_folder()
         self.window.key('Return')
         self.window.find('list item', '=.hidden', within=sheet)
         self.window.still(timeout=3)
@@ -301,7 +300,7 @@ class Choosing(RuntimesCase):
         self.window.key('Return')
         self.reads('There is no file “/nowhere/at all”.')
         self.window.key('Ctrl+A')
-        self.enter('')
+        self.paste_folder()
         self.window.key('Return')
         self.window.find('list item', '=kimi')
         self.window.key('Tab', 'Return')
