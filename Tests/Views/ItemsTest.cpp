@@ -39,6 +39,25 @@ TEST(BlockStack, StacksAtOnceWhenAHeightChanges)
     EXPECT_EQ(stack.implicitHeight(), 0);
 }
 
+TEST(HeadingLine, StaysWithinItsWidthAndItsLines)
+{
+    InlineQml qml;
+    const auto object = qml.create("HeadingLine { text: 'tessarin WWWWWWWWWWWWWWWWWWWWWWWW is available' }");
+    auto* heading = qobject_cast<QQuickItem*>(object.get());
+    const auto* line = heading->childItems().value(0);
+    const double lineHeight = heading->implicitHeight();
+    EXPECT_FALSE(line->property("truncated").toBool());
+    heading->setWidth(200);
+    EXPECT_LE(line->property("contentWidth").toDouble(), 200);
+    EXPECT_TRUE(line->property("truncated").toBool());
+    heading->setProperty("maximumLineCount", 5);
+    EXPECT_LE(line->property("contentWidth").toDouble(), 200);
+    EXPECT_FALSE(line->property("truncated").toBool());
+    EXPECT_GE(heading->implicitHeight(), 2 * lineHeight);
+    heading->setProperty("maximumLineCount", 2);
+    EXPECT_LE(line->property("lineCount").toInt(), 2);
+}
+
 TEST(LazyItem, HoldsWhatIsWantedAndNothingElse)
 {
     InlineQml qml;

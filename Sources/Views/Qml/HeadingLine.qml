@@ -1,11 +1,12 @@
 import QtQuick
 
-// A heading on one line. A label would keep its own role before the screen reader.
+// A heading, on one line or as many as it is given; what is beyond ends in "…". A label would keep its own role before the screen reader.
 Item {
     id: root
 
     required property string text
     property alias font: line.font
+    property alias maximumLineCount: line.maximumLineCount
 
     implicitWidth: line.implicitWidth
     implicitHeight: line.implicitHeight
@@ -15,7 +16,9 @@ Item {
     Line {
         id: line
 
+        width: root.width
         text: root.text
+        wrapMode: maximumLineCount > 1 ? Text.WrapAtWordBoundaryOrAnywhere : Text.NoWrap
         Accessible.ignored: true
     }
 }

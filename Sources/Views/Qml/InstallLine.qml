@@ -8,7 +8,7 @@ TextEdit {
     readOnly: true
     selectByMouse: true
     textFormat: TextEdit.PlainText
-    wrapMode: TextEdit.WrapAnywhere
+    wrapMode: TextEdit.WrapAtWordBoundaryOrAnywhere
     font: Theme.codeSmallFont
     color: Theme.secondaryText
     selectionColor: Theme.accentFill

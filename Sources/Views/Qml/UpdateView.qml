@@ -37,6 +37,7 @@ FocusScope {
             width: parent.width
             text: root.flow.heading
             font: Theme.titleFont
+            maximumLineCount: 3 // a version may be long
         }
 
         Prose {
