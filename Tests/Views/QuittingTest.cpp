@@ -1,5 +1,6 @@
 #include "PresenterFixture.h"
 #include "QmlFixture.h"
+#include "RestingUpdater.h"
 #include "Views/SystemUpdater.h"
 #include "Views/UpdateController.h"
 #include "Views/UpdateFlow.h"
@@ -16,17 +17,6 @@ namespace tessarin
 
 namespace
 {
-
-// Looks for nothing.
-class RestingUpdater : public SoftwareUpdater
-{
-public:
-    void startUpdater() override { }
-    void checkForUpdates() override { }
-    void resetUpdateCycleAfterShortDelay() override { }
-    [[nodiscard]] bool automaticallyChecksForUpdates() const override { return false; }
-    void setAutomaticallyChecksForUpdates(bool /*checks*/) override { }
-};
 
 class QuittingTest : public PresenterTest
 {
@@ -278,6 +268,10 @@ protected:
     {
         return updateWindow() == nullptr ? nullptr : updateWindow()->property("quitAlert").value<QObject*>();
     }
+    static bool questionBesideBecomes(const char* property)
+    {
+        return QmlFixture::becomes([=] { return questionBeside() != nullptr && questionBeside()->property(property).toBool(); });
+    }
     bool standsInTheMainWindow() const { return root->property("asksHere").toBool(); }
 
     QTcpServer server;
@@ -293,19 +287,17 @@ TEST_F(QuittingPlaceTest, OverTheUpdateWindowTheQuestionStandsInItWithAllThatItS
     const int height = updateWindow()->height();
     quitting.request();
     EXPECT_FALSE(standsInTheMainWindow());
-    ASSERT_NE(questionBeside(), nullptr);
-    EXPECT_TRUE(QmlFixture::becomes([] { return questionBeside()->property("opened").toBool(); }));
+    ASSERT_TRUE(questionBesideBecomes("opened"));
     EXPECT_GT(updateWindow()->height(), questionBeside()->property("height").toReal());
     quitting.giveUp();
-    EXPECT_EQ(questionBeside(), nullptr);
-    EXPECT_EQ(updateWindow()->height(), height);
+    EXPECT_TRUE(QmlFixture::becomes([&] { return questionBeside() == nullptr && updateWindow()->height() == height; }));
 }
 
 TEST_F(QuittingPlaceTest, WhatChangesInTheWindowBehindTheQuestionTakesNoKeysFromIt)
 {
     openWorkingBesideUpdates();
     quitting.request();
-    ASSERT_TRUE(QmlFixture::becomes([] { return questionBeside()->property("activeFocus").toBool(); }));
+    ASSERT_TRUE(questionBesideBecomes("activeFocus"));
     server.close();
     while (QTcpSocket* connection = server.nextPendingConnection()) {
         connection->abort();
@@ -324,7 +316,7 @@ TEST_F(QuittingPlaceTest, AQuestionWhoseWindowIsClosedStandsInTheMainWindow)
     quitting.request();
     EXPECT_FALSE(standsInTheMainWindow());
     updateWindow()->close();
-    EXPECT_TRUE(standsInTheMainWindow());
+    EXPECT_TRUE(QmlFixture::becomes([this] { return standsInTheMainWindow(); }));
     EXPECT_TRUE(isAsked());
 }
 
