@@ -1,5 +1,8 @@
 #include "PresenterFixture.h"
 #include "QmlFixture.h"
+#include "RestingUpdater.h"
+#include "Views/SystemUpdater.h"
+#include "Views/UpdateController.h"
 
 #include <QColor>
 #include <QFont>
@@ -29,6 +32,7 @@ protected:
         if (!model) {
             openModel();
         }
+        window.setUpdates(updates, flow);
         window.attach(model);
         root = qml.show("SettingsView", { { "windowModel", QVariant::fromValue(&window) } }, size);
         view = QmlFixture::items(root, "QQuickFlickable").value(0);
@@ -108,6 +112,8 @@ protected:
         return file;
     }
 
+    UpdateFlow flow{ systemUpdateSurroundings(preferences, mainThread, desktop) };
+    UpdateController updates{ preferences, [](SoftwareUpdaterDelegate&) { return std::make_unique<RestingUpdater>(); } };
     QmlFixture qml;
     QQuickItem* root = nullptr;
     QQuickItem* view = nullptr; // that scrolls
@@ -132,7 +138,8 @@ TEST_F(SettingsTest, TheSectionsStandInTheirOrder)
             last = heading->mapToItem(view, QPointF()).y();
         }
     }
-    EXPECT_EQ(headings, (QStringList{ routing, grok, codex, kimi, glm, claude, "How billing works", "Android Remote" }));
+    EXPECT_EQ(
+        headings, (QStringList{ routing, grok, codex, kimi, glm, claude, "How billing works", "Software Updates", "Android Remote" }));
 }
 
 TEST_F(SettingsTest, TheTextOnBillingStandsToTheLetter)
