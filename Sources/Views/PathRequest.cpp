@@ -4,6 +4,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QRandomGenerator>
 #include <QUrl>
@@ -17,6 +18,7 @@ namespace
 constexpr const char* portalService = "org.freedesktop.portal.Desktop";
 constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* chooserInterface = "org.freedesktop.portal.FileChooser";
+constexpr int patience = 2000; // milliseconds
 constexpr uint versionWithFolders = 3;
 constexpr uint versionWithFiles = 1;
 
@@ -33,13 +35,14 @@ PathRequest::PathRequest(DesktopPortal::PathDialog dialog, std::function<void(De
 {
 }
 
-// A portal that knows no folders would let the person choose a file.
+// A portal that knows no folders would let the person choose a file. One that is silent is not waited for as long as the bus would: the
+// person has pressed a button. It has been running since the window asked it for light and dark.
 void PathRequest::askVersion()
 {
     QDBusMessage call = portalCall("org.freedesktop.DBus.Properties", "Get");
     call << QLatin1String(chooserInterface) << QStringLiteral("version");
     const uint needed = m_dialog.kind == DesktopPortal::PathDialog::Kind::folder ? versionWithFolders : versionWithFiles;
-    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, patience), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, needed] {
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
         if (reply.isError() || reply.value().variant().toUInt() < needed) {
@@ -50,12 +53,21 @@ void PathRequest::askVersion()
     });
 }
 
+// Nobody else would tell that a dialog is gone with it.
+void PathRequest::watchPortal()
+{
+    auto* watcher = new QDBusServiceWatcher(
+        QLatin1String(portalService), QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForUnregistration, this);
+    connect(watcher, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish({ true, std::nullopt }); });
+}
+
 void PathRequest::open()
 {
     const QString token = QStringLiteral("tessarin%1").arg(QRandomGenerator::global()->generate());
     QDBusConnection bus = QDBusConnection::sessionBus();
     QString sender = bus.baseService().mid(1);
     sender.replace(QLatin1Char('.'), QLatin1Char('_'));
+    watchPortal();
     // Listened for before the call, so that no answer comes too early.
     follow(QDBusObjectPath(QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token)));
     QDBusMessage call = portalCall(chooserInterface, "OpenFile");

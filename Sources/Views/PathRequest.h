@@ -16,10 +16,12 @@ class PathRequest : public QObject
 public:
     PathRequest(DesktopPortal::PathDialog dialog, std::function<void(DesktopPortal::PathAnswer)> done, QObject* parent);
 
-    // The steps, in their order. `done` is called exactly once.
+    // The steps, in their order. `done` is called exactly once: a portal that does not say what it can within two seconds offers nothing,
+    // and the end of one is the end of its dialog.
     void askVersion();
 
 private:
+    void watchPortal();
     void open();
     void follow(const QDBusObjectPath& path);
     Q_SLOT void onResponse(uint code, const QVariantMap& results);

@@ -13,6 +13,7 @@
 #include <QWindow>
 
 #include <memory>
+#include <utility>
 
 namespace tessarin
 {
@@ -41,26 +42,32 @@ QtDesktop::QtDesktop(DesktopPortal& portal, FolderPicker& folderPicker, FilePick
 
 void QtDesktop::chooseFolder(const FolderQuestion& question, std::function<void(std::optional<std::string>)> done)
 {
-    const DesktopPortal::PathDialog dialog{ DesktopPortal::PathDialog::Kind::folder, QString::fromStdString(question.title),
-        QString::fromStdString(question.prompt), portalNameOf(QGuiApplication::focusWindow()) };
-    m_portal.choosePath(dialog, [this, question, done = std::move(done)](const DesktopPortal::PathAnswer& answer) {
-        if (answer.isOffered) {
-            done(pathOf(answer));
-        } else {
-            m_folderPicker.ask(question, done);
-        }
-    });
+    choosePath(
+        { DesktopPortal::PathDialog::Kind::folder, QString::fromStdString(question.title), QString::fromStdString(question.prompt), {} },
+        std::move(done), [this, question](PathDone answered) { m_folderPicker.ask(question, std::move(answered)); });
 }
 
 void QtDesktop::chooseFile(const FileQuestion& question, std::function<void(std::optional<std::string>)> done)
 {
-    const DesktopPortal::PathDialog dialog{ DesktopPortal::PathDialog::Kind::file, QString::fromStdString(question.title),
-        QString::fromLatin1(FilePicker::acceptLabel), portalNameOf(QGuiApplication::focusWindow()) };
-    m_portal.choosePath(dialog, [this, question, done = std::move(done)](const DesktopPortal::PathAnswer& answer) {
+    choosePath(
+        { DesktopPortal::PathDialog::Kind::file, QString::fromStdString(question.title), QString::fromLatin1(FilePicker::acceptLabel), {} },
+        std::move(done), [this, question](PathDone answered) { m_filePicker.ask(question, std::move(answered)); });
+}
+
+void QtDesktop::choosePath(DesktopPortal::PathDialog dialog, PathDone done, std::function<void(PathDone)> askOurs)
+{
+    if (std::exchange(m_isChoosing, true)) {
+        QMetaObject::invokeMethod(
+            &m_portal, [done = std::move(done)] { done(std::nullopt); }, Qt::QueuedConnection);
+        return;
+    }
+    dialog.parent = portalNameOf(QGuiApplication::focusWindow());
+    m_portal.choosePath(dialog, [this, done = std::move(done), askOurs = std::move(askOurs)](const DesktopPortal::PathAnswer& answer) {
+        m_isChoosing = false;
         if (answer.isOffered) {
             done(pathOf(answer));
         } else {
-            m_filePicker.ask(question, done);
+            askOurs(done);
         }
     });
 }

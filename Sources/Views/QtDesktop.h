@@ -9,6 +9,7 @@ namespace tessarin
 {
 
 // The desktop around the window: its own dialogs and programs where it has them, else ours. Main thread only; the references outlive it.
+// Its dialogs for a path are modal: while the desktop has one of them open, no other is asked for, and such a question ends without a path.
 class QtDesktop : public Desktop
 {
 public:
@@ -24,9 +25,14 @@ public:
     void openTerminal(std::function<void(bool wasOpened)> done) override;
 
 private:
+    using PathDone = std::function<void(std::optional<std::string>)>;
+    // `askOurs` puts the same question in the window, where the desktop has no dialog for it.
+    void choosePath(DesktopPortal::PathDialog dialog, PathDone done, std::function<void(PathDone)> askOurs);
+
     DesktopPortal& m_portal;
     FolderPicker& m_folderPicker;
     FilePicker& m_filePicker;
+    bool m_isChoosing = false; // in a dialog of the desktop, or it has not said yet whether it has one
 };
 
 } // namespace tessarin

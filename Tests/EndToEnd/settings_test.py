@@ -4,7 +4,6 @@ import os
 
 from acp import failing_turn, opening, says, script, turn, until
 from dialects import claude_script, codex_opening, codex_says, codex_script, codex_turn
-from driver.portal import Portal
 from settings_case import SettingsCase
 from window_case import SCREENSHOTS, TITLE, main
 
@@ -228,86 +227,6 @@ class Programs(RuntimesCase):
         self.desk.install('codex', codex_script())
         self.button(CODEX, 'Refresh').click()
         self.await_state(CODEX, 'codex-cli 9.9.9')
-
-
-class Choosing(RuntimesCase):
-    def portal(self, **more):
-        portal = Portal(self.window.env['DBUS_SESSION_BUS_ADDRESS'], **more).begin()
-        self.addCleanup(portal.stop)
-        return portal
-
-    def test_TheDesktopsOwnDialogChoosesOneFile(self):
-        path = self.tool('my claude', 'echo chosen')
-        portal = self.portal(answer=['file://' + path.replace(' ', '%20')], chooser_version=1)
-        self.open()
-        self.open_settings()
-        self.button(CLAUDE, 'Choose…').click()
-        self.await_stored('claudeExecutablePath', path)
-        self.await_state(CLAUDE, 'chosen')
-        self.assertEqual(path, self.field(CLAUDE).text)
-        parent, title, options = portal.asked[0]
-        self.assertEqual('Choose the claude executable', title)
-        self.assertEqual((False, True, False), (options['directory'], options['modal'], options.get('multiple', False)))
-        self.assertEqual('x11:%x' % self.window.xwindow('Settings'), parent)
-
-    def test_GivingUpTheDesktopsDialogChangesNothing(self):
-        portal = self.portal(answer=None)
-        self.open()
-        self.open_settings()
-        self.button(GROK, 'Choose…').click()
-        self.window.wait(lambda: portal.asked, what='the dialog')
-        self.field(GROK)
-        self.assertIsNone(self.stored('grokExecutablePath'))
-        self.assertFalse(self.window.exists('dialog'))
-
-    def test_WithoutADialogOfTheDesktopOursStandsOverTheSettings(self):
-        path = self.tool('grok', 'echo found by hand')
-        os.makedirs(os.path.join(self.tools, '.hidden'))
-        self.open()
-        self.open_settings()
-        self.button(GROK, 'Choose…').click()
-        sheet = self.window.find('dialog', '=Choose the grok executable', within=self.window.find('frame', '=Settings'))
-        field = self.window.find('~input', '=Path', within=sheet)
-        self.window.wait(lambda: field.focused, what='the focus in the path')
-        self.paste_folder()
-        self.window.key('Return')
-        self.window.find('list item', '=.hidden', within=sheet)
-        self.window.still(timeout=3)
-        self.window.shot(os.path.join(SCREENSHOTS, f'settings-choose-{self.appearance}.png'))
-        self.window.place('Settings', 100, 40, 520, 320)
-        self.keep('settings-choose', (520, 320))
-        for name in ('Cancel', 'Choose'):
-            x, y, across, down = self.window.find('push button', '=' + name, within=sheet).rect
-            self.assertTrue(100 <= x and y + down <= 360 and x + across <= 620, name)
-        self.window.click_on('list item', '=grok', within=sheet)
-        self.window.wait(lambda: self.window.find('~input', '=Path').text == path, what='the path of the file')
-        self.window.click_on('push button', '=Choose', within=sheet)
-        self.window.wait_gone('dialog')
-        self.await_stored('grokExecutablePath', path)
-        self.await_state(GROK, 'found by hand')
-
-    def test_OurDialogWorksByTheKeysAloneAndEscapeClosesItFirst(self):
-        path = self.tool('kimi', 'echo by keys')
-        self.open()
-        self.open_settings()
-        self.window.focus(self.button(KIMI, 'Choose…'))
-        self.window.key('space')
-        self.window.find('dialog', '=Choose the kimi executable')
-        self.window.key('Escape')
-        self.window.wait_gone('dialog')
-        self.assertEqual('Settings', self.window.active_title())
-        self.window.key('space')
-        self.window.find('dialog', '=Choose the kimi executable')
-        self.window.type('/nowhere/at all')
-        self.window.key('Return')
-        self.reads('There is no file “/nowhere/at all”.')
-        self.window.key('Ctrl+A')
-        self.paste_folder()
-        self.window.key('Return')
-        self.window.find('list item', '=kimi')
-        self.window.key('Tab', 'Return')
-        self.window.wait_gone('dialog')
-        self.await_stored('kimiExecutablePath', path)
 
 
 class Models(RuntimesCase):

@@ -1,4 +1,6 @@
-"""The desktop's portal on the session bus: its settings, and its dialog for folders."""
+"""The desktop's portal on the session bus: its settings, and its dialog for folders and files."""
+import threading
+
 from gi.repository import GLib
 
 from .service import Service
@@ -14,13 +16,17 @@ _INTERFACES = '''<node><interface name="org.freedesktop.portal.Settings">
 
 
 class Portal(Service):
-    """`settings` maps (group, key) to a GLib.Variant. `answer` is what the dialog does: a list of addresses, or None for giving up.
-    `asked` holds (parent window, title, options) of each dialog."""
+    """`settings` maps (group, key) to a GLib.Variant. `answer` is what the dialog does: a list of addresses, or None for giving up. With
+    `holds` it stands until `choose`. `asked` holds (parent window, title, options) of each dialog. After `fall_silent` nothing is answered
+    any more."""
 
     service, path, description = _SERVICE, _PATH, _INTERFACES
 
-    def __init__(self, address, settings=None, answer=None, chooser_version=3):
+    def __init__(self, address, settings=None, answer=None, chooser_version=3, holds=False):
         super().__init__(address)
+        self._holds, self._standing = holds, []
+        self._may_speak = threading.Event()
+        self._may_speak.set()
         self._version = chooser_version
         self.settings, self.answer, self.asked = dict(settings or {}), answer, []
 
@@ -29,7 +35,19 @@ class Portal(Service):
         self.settings[group, key] = value
         self.emit('org.freedesktop.portal.Settings', 'SettingChanged', '(ssv)', (group, key, value))
 
+    def choose(self, answer):
+        """The person answers the dialog that stands first."""
+        self._respond(*self._standing.pop(0), answer)
+
+    def fall_silent(self):
+        self._may_speak.clear()
+
+    def stop(self):
+        self._may_speak.set()
+        super().stop()
+
     def property(self, _name):
+        self._may_speak.wait()
         return GLib.Variant('u', self._version)
 
     def called(self, sender, method, arguments, invocation):
@@ -44,5 +62,11 @@ class Portal(Service):
         self.asked.append((parent, title, options))
         request = f'{_PATH}/request/{sender[1:].replace(".", "_")}/{options["handle_token"]}'
         invocation.return_value(GLib.Variant('(o)', (request,)))
-        results = {} if self.answer is None else {'uris': GLib.Variant('as', self.answer)}
-        self.emit('org.freedesktop.portal.Request', 'Response', '(ua{sv})', (1 if self.answer is None else 0, results), sender, request)
+        if self._holds:
+            self._standing.append((sender, request))
+        else:
+            self._respond(sender, request, self.answer)
+
+    def _respond(self, sender, request, answer):
+        results = {} if answer is None else {'uris': GLib.Variant('as', answer)}
+        self.emit('org.freedesktop.portal.Request', 'Response', '(ua{sv})', (1 if answer is None else 0, results), sender, request)
