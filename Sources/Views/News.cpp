@@ -131,27 +131,27 @@ void NewsGatherer::tell()
     const bool wasPrompted = std::exchange(m_wasPrompted, false);
     const bool hadTurn = std::exchange(m_hadTurn, false);
     news.hasMoved = std::exchange(m_hasProviderChanged, false) && hadTurn && !wasPrompted;
-    describe(news);
+    describe(news, *m_model);
     emit told(news);
 }
 
-void NewsGatherer::describe(News& news) const
+void describe(News& news, const AppModel& model)
 {
-    const auto& request = m_model->permissionRequest();
+    const auto& request = model.permissionRequest();
     news.isAsked = news.isAsked && request;
-    news.provider = m_model->activeProvider();
+    news.provider = model.activeProvider();
     if (request) {
         news.request = QString::fromStdString(request->title);
-        news.asker = m_model->permissionSection();
-        news.isHeard = m_model->isPermissionHeard();
+        news.asker = model.permissionSection();
+        news.isHeard = model.isPermissionHeard();
     }
-    if (const auto& message = m_model->errorMessage()) {
+    if (const auto& message = model.errorMessage()) {
         news.message = QString::fromStdString(*message);
     }
-    news.progress = QString::fromStdString(m_model->imagineProgress());
-    news.wasGenerationStopped = m_model->imagineProgress() == AppModel::generationStopped;
-    if (const ChatThread* thread = m_model->selectedThread()) {
-        news.workspaceID = *m_model->selectedWorkspaceID();
+    news.progress = QString::fromStdString(model.imagineProgress());
+    news.wasGenerationStopped = model.imagineProgress() == AppModel::generationStopped;
+    if (const ChatThread* thread = model.selectedThread()) {
+        news.workspaceID = *model.selectedWorkspaceID();
         news.threadID = thread->id;
         news.taskTitle = QString::fromStdString(thread->title);
     }

@@ -42,6 +42,9 @@ struct News {
     QString taskTitle;
 };
 
+// Fills in what stands around news now: all of it behind `systemText`.
+void describe(News& news, const AppModel& model);
+
 // Gathers what a model publishes into news. Main thread only; owned by WindowModel.
 class NewsGatherer : public QObject
 {
@@ -65,7 +68,6 @@ private:
     void noteEntry(std::size_t row);
     void tellLater();
     void tell();
-    void describe(News& news) const;
 
     std::shared_ptr<AppModel> m_model;
     // As they were before the next change of each.

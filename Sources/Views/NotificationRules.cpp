@@ -81,6 +81,15 @@ std::optional<Notification> notification(const News& news)
     return std::nullopt;
 }
 
+// First what the click came to, and then what it was about.
+Notification held(const Notification& notification, std::optional<AgentProvider> worker)
+{
+    Notification again = notification;
+    again.body = ConversationRules::speaker(worker) + QStringLiteral(" is at work in another task. Click again when it has finished. ")
+        + notification.body;
+    return again;
+}
+
 Texts texts(const Notification& notification, const QStringList& capabilities)
 {
     const QString title = line(notification.title, titleLimit);

@@ -21,6 +21,9 @@ namespace NotificationRules
 // For the desktop. Less is worth a notification than an announcement: nothing that the person has just done, a stop above all.
 [[nodiscard]] std::optional<Notification> notification(const News& news);
 
+// In place of one that could not be followed, because its task would take the window from that of an agent at work: how it can be.
+[[nodiscard]] Notification held(const Notification& notification, std::optional<AgentProvider> worker);
+
 // The two texts as a notification server takes them that has these capabilities (version 1.2 of its protocol): one line each,
 // of bounded length. Where the body is markup its own characters are escaped, and where there is none the title holds all.
 struct Texts {

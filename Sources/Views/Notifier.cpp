@@ -6,6 +6,7 @@
 #include "Views/NotificationRules.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace tessarin
@@ -49,12 +50,18 @@ void Notifier::tell(const News& news)
     if (m_board == nullptr || !m_isEnabled || m_hasFocus()) {
         return;
     }
-    if (auto notification = NotificationRules::notification(news)) {
-        show(std::move(*notification));
+    if (const auto notification = NotificationRules::notification(news)) {
+        show(*notification);
     }
 }
 
-void Notifier::show(Notification notification)
+void Notifier::show(const Notification& notification)
+{
+    enlist(notification);
+    m_board->show(notification);
+}
+
+void Notifier::enlist(const Notification& notification)
 {
     std::erase_if(m_shown, [&](const Notification& each) { return each.place == notification.place; });
     if (m_shown.size() == limit) {
@@ -62,7 +69,6 @@ void Notifier::show(Notification notification)
         withdrawIf([&](const Notification& each) { return each.place == oldest; });
     }
     m_shown.push_back(notification);
-    m_board->show(notification);
 }
 
 void Notifier::note(const ModelChange& change)
@@ -81,31 +87,82 @@ void Notifier::note(const ModelChange& change)
     } else if (change.kind == Kind::imagineState && m_model->imagineState().isBusy()) {
         withdrawIf(
             [](const Notification& each) { return each.place.section == AppSection::imagine && each.kind != Notification::Kind::asks; });
-    } else if (isOneOf(change.kind, { Kind::selection, Kind::section }) && m_hasFocus()) {
-        noteFocus();
+    } else if (isOneOf(change.kind, { Kind::selection, Kind::section })) {
+        QMetaObject::invokeMethod(this, &Notifier::withdrawSeen, Qt::QueuedConnection);
     }
 }
 
 void Notifier::noteFocus()
 {
-    withdrawIf([this](const Notification& each) { return isSeen(each); });
+    if (m_model == nullptr || m_board == nullptr) {
+        return;
+    }
+    if (m_hasFocus()) {
+        withdrawSeen();
+    } else {
+        tellOfRequest();
+    }
+}
+
+// It came while the person was here, and they have gone without an answer.
+void Notifier::tellOfRequest()
+{
+    const auto isAsking = [](const Notification& each) { return each.kind == Notification::Kind::asks; };
+    if (m_model->permissionRequest() && std::none_of(m_shown.begin(), m_shown.end(), isAsking)) {
+        News news;
+        news.isAsked = true;
+        describe(news, *m_model);
+        tell(news);
+    }
+}
+
+// What is on the screen for a moment only, between a change of the section and one of the task, is not seen.
+void Notifier::withdrawSeen()
+{
+    if (m_hasFocus()) {
+        withdrawIf([this](const Notification& each) { return isSeen(each); });
+    }
 }
 
 void Notifier::choose(const Notification::Place& place, const QString& token)
 {
+    const auto chosen = std::find_if(m_shown.begin(), m_shown.end(), [&](const Notification& each) { return each.place == place; });
+    const std::optional<Notification> notification = chosen == m_shown.end() ? std::nullopt : std::optional(*chosen);
     forget(place);
-    goTo(place);
+    if (!goTo(place) && notification && isThere(place)) {
+        holdLater(*notification);
+    }
     emit called(token);
 }
 
 // Another task is not selected while an agent is at work in this one: that would stop it, and a click on old news does not ask for that.
-void Notifier::goTo(const Notification::Place& place)
+bool Notifier::goTo(const Notification::Place& place)
 {
     if (place.section == AppSection::imagine) {
         m_model->setSelectedSection(AppSection::imagine);
-    } else if (isThere(place) && (isOfSelectedTask(place) || !m_model->isTurnUnderWay())) {
-        m_model->setSelectedSection(AppSection::build);
-        m_model->selectThread(place.threadID, place.workspaceID);
+        return true;
+    }
+    if (!isThere(place) || (!isOfSelectedTask(place) && m_model->isTurnUnderWay())) {
+        return false;
+    }
+    m_model->setSelectedSection(AppSection::build);
+    m_model->selectThread(place.threadID, place.workspaceID);
+    return true;
+}
+
+// The desktop puts away what was clicked, so it is shown again when that is done.
+void Notifier::holdLater(const Notification& notification)
+{
+    QMetaObject::invokeMethod(
+        this, [this, notification] { hold(notification); }, Qt::QueuedConnection);
+}
+
+// The answer to a click is no news: it is shown whoever has the focus. The words of the news stay what they were, for the next click.
+void Notifier::hold(const Notification& notification)
+{
+    if (m_isEnabled && isThere(notification.place)) {
+        enlist(notification);
+        m_board->show(NotificationRules::held(notification, m_model->activeProvider()));
     }
 }
 

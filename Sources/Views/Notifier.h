@@ -18,8 +18,9 @@ namespace tessarin
 class AppModel;
 class Preferences;
 
-// Tells a person who looks at something else what has become of the tasks, and leads back to them. Nothing is shown while a window of ours
-// has the focus, and what is shown goes when it is out of date. Main thread only; owned by WindowModel.
+// Tells a person who looks at something else what has become of the tasks, and leads back to them. No news is shown while a window of ours
+// has the focus, but a request that is left unanswered is, when the focus goes. What is shown goes when it is out of date. Main thread
+// only; owned by WindowModel.
 class Notifier : public QObject
 {
     Q_OBJECT
@@ -39,7 +40,7 @@ public:
     void attach(std::shared_ptr<AppModel> model);
     void note(const ModelChange& change);
     void tell(const News& news);
-    // The focus has come to a window of ours.
+    // The focus has come to a window of ours, or has gone from all of them.
     void noteFocus();
 
     [[nodiscard]] bool isEnabled() const { return m_isEnabled; }
@@ -51,9 +52,14 @@ signals:
     void called(const QString& token);
 
 private:
-    void show(Notification notification);
+    void show(const Notification& notification);
+    void enlist(const Notification& notification);
     void choose(const Notification::Place& place, const QString& token);
-    void goTo(const Notification::Place& place);
+    [[nodiscard]] bool goTo(const Notification::Place& place);
+    void holdLater(const Notification& notification);
+    void hold(const Notification& notification);
+    void tellOfRequest();
+    void withdrawSeen();
     void forget(const Notification::Place& place);
     [[nodiscard]] bool isPending(const Notification& notification) const;
     [[nodiscard]] bool isSeen(const Notification& notification) const;

@@ -240,11 +240,8 @@ void TessarinApp::openNotifications()
     Notifier* notifier = m_windowModel.notifier();
     notifier->open(m_preferences, m_notifications, [] { return QGuiApplication::focusWindow() != nullptr; });
     connect(notifier, &Notifier::called, this, &TessarinApp::raiseWith);
-    connect(qGuiApp, &QGuiApplication::focusWindowChanged, notifier, [notifier](const QWindow* window) {
-        if (window != nullptr) {
-            notifier->noteFocus();
-        }
-    });
+    // Between two windows of ours it is nowhere for a moment.
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, notifier, &Notifier::noteFocus, Qt::QueuedConnection);
     // A window beside this one comes forward by itself where the question stands there; this one must not come over it.
     connect(m_windowModel.quitting(), &Quitting::asking, this, [this] {
         if (m_window->windowStates().testFlag(Qt::WindowMinimized) || !hasWindowBeside(*m_window)) {

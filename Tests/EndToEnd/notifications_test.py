@@ -110,6 +110,18 @@ class Kinds(NotificationCase):
         self.await_closed(note)
         self.window.find('dialog', 'Grok needs permission')
 
+    def test_ARequestThatIsLeftUnansweredIsToldWhenThePersonGoes(self):
+        self.begin()
+        self.open_tasks(turn(asks(ONCE, NO, title='Write notes.txt'), answered(), until('finish')))
+        self.prompt('mend it')
+        self.window.find('dialog', 'Grok needs permission')
+        self.assertEqual(self.server.posted, [])
+        self.look_away()
+        note = self.posted()
+        self.assertEqual((note.summary, note.body, note.timeout), ('Mend the <wheel>', 'Grok needs permission: Write notes.txt', 0))
+        self.come_back()
+        self.await_closed(note)
+
     def test_AGenerationIsToldOfImagineAndAClickLeadsThere(self):
         self.begin()
         picture = os.path.join(self.desk.folder, 'made.png')
@@ -196,6 +208,49 @@ class Manners(NotificationCase):
         self.server.click(note, token='token_TIME1')
         self.window.await_front('=' + TITLE)
         self.reads('Mended.')
+
+    def open_another(self):
+        """A turn ends in the first task while nobody looks; the person comes back to Imagine and goes on to the other task."""
+        self.begin()
+        self.open_tasks(turn(until('go'), says('Mended.')))
+        self.prompt('mend it')
+        self.reads('Grok is working…')
+        self.window.key('Ctrl+2')
+        self.reads('0 creations')
+        self.look_away()
+        self.desk.release('go')
+        note = self.posted()
+        self.come_back()
+        self.window.await_front('=' + TITLE)
+        self.window.key('Ctrl+Page_Down')
+        self.window.wait_gone(says='Mended.')
+        self.reads('What should we build?')
+        return note
+
+    def test_AClickLeadsToItsTaskFromAnotherOne(self):
+        note = self.open_another()
+        self.look_away()
+        self.server.click(note)
+        self.window.await_front('=' + TITLE)
+        self.reads('Mended.')
+        self.assertEqual(len(self.server.posted), 1)
+
+    def test_AClickThatWouldStopAnAgentIsAnsweredAndCanBeFollowedLater(self):
+        note = self.open_another()
+        self.desk.install('grok', script(opening('session-2'), turn(until('painted'), says('Painted.'))))
+        self.prompt('paint it')
+        self.reads('Grok is working…')
+        self.server.click(note)
+        again = self.posted(2)
+        self.assertEqual((again.summary, again.body, again.replaces),
+                         (note.summary, 'Grok is at work in another task. Click again when it has finished. ' + note.body, 0))
+        self.reads('Grok is working…')
+        self.desk.release('painted')
+        self.reads('Painted.')
+        self.await_status('Ready')
+        self.server.click(again)
+        self.reads('Mended.')
+        self.assertEqual(len(self.server.posted), 2)
 
     def test_AClickThatTheDesktopDidNotSendIsNone(self):
         note = self.finished()

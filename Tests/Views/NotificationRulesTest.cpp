@@ -169,6 +169,13 @@ TEST(NotificationRulesTest, WithoutAProviderItIsTheAgent)
     EXPECT_EQ(NotificationRules::notification(news), ofTask(Kind::ended, "Agent has finished."));
 }
 
+TEST(NotificationRulesTest, WhatCouldNotBeFollowedSaysFirstWhyAndKeepsItsPlace)
+{
+    const Notification told = ofTask(Kind::failed, "The wheel came off.");
+    EXPECT_EQ(NotificationRules::held(told, AgentProvider::kimi),
+        ofTask(Kind::failed, "Kimi is at work in another task. Click again when it has finished. The wheel came off."));
+}
+
 TEST(NotificationRulesTest, TheTextsAreWhatTheServiceCanShow)
 {
     const Notification notification = ofTask(Kind::failed, "1 < 2 & \"three\"");

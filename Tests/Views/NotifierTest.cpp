@@ -1,4 +1,5 @@
 #include "PresenterFixture.h"
+#include "Views/NotificationRules.h"
 
 #include <QCoreApplication>
 
@@ -11,6 +12,10 @@ namespace
 {
 
 using Kind = Notification::Kind;
+
+constexpr const char* request
+    = R"({"jsonrpc":"2.0","id":7,"method":"session/request_permission","params":{"toolCall":{"title":"Run make"},)"
+      R"("options":[{"optionId":"a","name":"Allow once","kind":"allow_once"}]}})";
 
 // Remembers what it is told, and stands for the person who clicks.
 class RecordingBoard : public NotificationBoard
@@ -68,10 +73,20 @@ protected:
             return texts().back() == answer && model->connectionState().kind() == ConnectionState::Kind::ready;
         });
     }
+    static testing::Scenario asking()
+    {
+        testing::Scenario scenario = testing::hangingTurn();
+        return scenario.send(request).expectResponse(7).waitForFile("never");
+    }
     static testing::Scenario turnOnGo() { return testing::hangingTurn().waitForFile("go").replyTo("session/prompt", testing::endTurn); }
     void focus()
     {
         hasFocus = true;
+        notifier.noteFocus();
+    }
+    void leave()
+    {
+        hasFocus = false;
         notifier.noteFocus();
     }
 
@@ -199,17 +214,66 @@ TEST_F(NotifierTest, AHandoffIsToldAndASwitchByThePersonIsNot)
 
 TEST_F(NotifierTest, AnAnswerPutsTheRequestAway)
 {
-    testing::Scenario asking = testing::hangingTurn();
-    asking.send(R"({"jsonrpc":"2.0","id":7,"method":"session/request_permission","params":{"toolCall":{"title":"Run make"},)"
-                R"("options":[{"optionId":"a","name":"Allow once","kind":"allow_once"}]}})");
-    asking.expectResponse(7).waitForFile("never");
-    openWorking(asking);
+    openWorking(asking());
     waitUntil([this] { return model->permissionRequest().has_value(); });
     const std::vector<Notification> told = shown();
     ASSERT_EQ(told.size(), 1U);
     EXPECT_EQ(told.front().kind, Kind::asks);
     model->respondToPermission("a");
     EXPECT_EQ(withdrawn(), 1U);
+}
+
+TEST_F(NotifierTest, ARequestThatIsLeftUnansweredIsToldWhenTheFocusGoes)
+{
+    hasFocus = true;
+    openWorking(asking());
+    waitUntil([this] { return model->permissionRequest().has_value(); });
+    EXPECT_TRUE(shown().empty());
+    leave();
+    const std::vector<Notification> told = shown();
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told.front().kind, Kind::asks);
+    EXPECT_EQ(told.front().body, "Grok needs permission: Run make");
+    leave();
+    EXPECT_TRUE(shown().empty()) << "it stands already";
+    focus();
+    EXPECT_EQ(withdrawn(), 1U);
+    model->respondToPermission("a");
+    leave();
+    EXPECT_TRUE(shown().empty()) << "it has been answered";
+}
+
+TEST_F(NotifierTest, ARequestThatNobodyHearsAnyMoreIsNotToldWhenTheFocusGoes)
+{
+    hasFocus = true;
+    testing::Scenario scenario = testing::hangingTurn();
+    openWorking(scenario.send(request).waitForFile("die").exit(3));
+    waitUntil([this] { return model->permissionRequest().has_value(); });
+    runtime.touch("die");
+    waitFor(ConnectionState::Kind::failed);
+    ASSERT_TRUE(model->permissionRequest());
+    ASSERT_FALSE(model->isPermissionHeard());
+    EXPECT_TRUE(shown().empty());
+    leave();
+    EXPECT_TRUE(shown().empty());
+}
+
+TEST_F(NotifierTest, TheFocusGoesAlsoBeforeThereIsAnythingToTellOf)
+{
+    notifier.noteFocus();
+    notifier.open(preferences, board, [this] { return hasFocus; });
+    notifier.noteFocus();
+    EXPECT_TRUE(shown().empty());
+}
+
+TEST_F(NotifierTest, WhatIsOnlyPassedOnTheWayToAnotherTaskIsNotSeen)
+{
+    openWorking(turnOnGo());
+    (void)finish();
+    model->setSelectedSection(AppSection::imagine);
+    focus();
+    window.newTask();
+    EXPECT_EQ(withdrawn(), 0U);
 }
 
 TEST_F(NotifierTest, WhatIsSeenIsPutAwayAndWhatIsNotSeenStays)
@@ -264,6 +328,44 @@ TEST_F(NotifierTest, AClickStopsNoAgentInAnotherTask)
     EXPECT_EQ(model->selectedThreadID(), busy);
     EXPECT_EQ(model->connectionState().kind(), ConnectionState::Kind::working);
     EXPECT_EQ(calls.size(), 1);
+}
+
+TEST_F(NotifierTest, WhatCouldNotBeFollowedIsShownAgainWithTheReasonUntilItCan)
+{
+    openWorking(turnOnGo());
+    const Notification told = finish();
+    model->newThread();
+    runtime.script("grok", testing::hangingTurn());
+    model->send("work");
+    waitFor(ConnectionState::Kind::working);
+    hasFocus = true; // the click has brought the window
+    for (int click = 0; click < 2; ++click) {
+        emit board.chosen(told.place, QString());
+        EXPECT_TRUE(board.shown.empty()) << "the desktop has not put the old one away yet";
+        const std::vector<Notification> again = shown();
+        ASSERT_EQ(again.size(), 1U);
+        EXPECT_EQ(again.front(), NotificationRules::held(told, AgentProvider::grok));
+    }
+    focus();
+    EXPECT_EQ(withdrawn(), 0U);
+    model->stopWorking();
+    waitUntil([this] { return !model->isTurnUnderWay(); });
+    emit board.chosen(told.place, QString());
+    EXPECT_EQ(model->selectedThreadID(), told.place.threadID);
+    EXPECT_TRUE(shown().empty());
+}
+
+TEST_F(NotifierTest, SwitchedOffMeanwhileNothingIsShownAgain)
+{
+    openWorking(turnOnGo());
+    const Notification told = finish();
+    model->newThread();
+    runtime.script("grok", testing::hangingTurn());
+    model->send("work");
+    waitFor(ConnectionState::Kind::working);
+    emit board.chosen(told.place, QString());
+    notifier.setEnabled(false);
+    EXPECT_TRUE(shown().empty());
 }
 
 TEST_F(NotifierTest, AClickOnATaskThatIsGoneOnlyBringsTheWindow)
