@@ -179,6 +179,18 @@ class AskedFor(UpdateCase):
         self.window.key('Return')
         self.window.wait_gone('heading', "=You're up to date")
 
+    def test_ItsWindowGrowsAroundTheMiddleOfTheMainOne(self):
+        self.publish()
+        self.start()
+        self.ask()
+        self.window.find('heading', '=tessarin 99.0 is available')
+
+        def middle(title):
+            _, top, _, height = self.window.xwindows()[self.window.xwindow('=' + title)][1]
+            return top + height / 2
+        # The two frames that a window manager may draw differ by less than a line.
+        self.window.wait(lambda: abs(middle(UPDATE) - middle(TITLE)) < 12, what='the window in the middle')
+
     def test_AReleaseIsInstalledAndTheOldOneGoesWithTheNextStart(self):
         self.publish()
         self.start()

@@ -12,6 +12,7 @@ SideWindow {
 
     readonly property real leastHeight: Math.max(view.implicitHeight, quitAlert !== null ? quitAlert.height + 2 * Theme.space12 : 0)
     property bool hasAppeared: false
+    property real heightBefore: 0
 
     function appear() {
         x = transientParent.x + (transientParent.width - width) / 2
@@ -27,6 +28,13 @@ SideWindow {
     minimumHeight: leastHeight
     maximumHeight: leastHeight
     onClosed: flow.close()
+    // It grows around its middle, wherever that is.
+    onHeightChanged: {
+        if (visible) {
+            y = Math.max(Screen.virtualY, y + (heightBefore - height) / 2)
+        }
+        heightBefore = height
+    }
     Component.onCompleted: {
         if (flow.isAutomatic) {
             appear()
