@@ -444,7 +444,7 @@ TEST_F(SettingsTest, TheKeysReachEveryControlInItsOrderAndTheViewFollows)
         (QStringList{ "Auto", "Auto-detect", "Choose…", "Refresh", "Log in with SuperGrok", "Auto-detect", "Choose…", "Refresh",
             "Auto-detect", "Choose…", "install line", "Refresh", "Auto-detect OpenCode", "Choose…", "zai-coding-plan/glm-4.7",
             "install line", "Refresh", "Auto-detect", "Choose…", "sonnet, opus, haiku, or a Claude model ID", "install line", "Refresh",
-            "Log in with Claude" }));
+            "Log in with Claude", "Automatically check for updates", "Update feed address", "Check Now" }));
 }
 
 TEST_F(SettingsTest, NothingReachesOverTheEdgeOfANarrowWindow)
