@@ -59,6 +59,22 @@ class Desktop(WindowCase):
         self.assertEqual((options['directory'], options['modal'], options['accept_label']), (True, True, 'Open Project'))
         self.assertEqual(parent, 'x11:%x' % self.window.xwindow(TITLE))
 
+    def test_WhileTheDesktopsDialogStandsTheKeyAsksForNoOther(self):
+        project = self.desk.project('another')
+        self.begin(holds=True)
+        self.desk.install('grok', script(opening()))
+        self.open_project(self.desk.project())
+        self.reads('What should we build?')
+        self.window.key('Ctrl+O')
+        self.window.wait(lambda: self.portal.asked, what='the dialog')
+        self.window.key('Ctrl+O', 'F9')
+        self.window.find('~button', '=Show the sidebar')  # so that the key before has been taken too
+        self.portal.choose(['file://' + project])
+        self.reads(project)
+        self.assertEqual(1, len(self.portal.asked))
+        self.window.key('Ctrl+O')
+        self.window.wait(lambda: len(self.portal.asked) == 2, what='the next dialog')
+
     def size(self):
         return self.window.xwindows()[self.window.xwindow(TITLE)][1][2:]
 
