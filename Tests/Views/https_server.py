@@ -27,6 +27,8 @@ class Paths(http.server.BaseHTTPRequestHandler):
     folder = ''
     sent = 0
     steps = threading.Semaphore(0)
+    may_serve = threading.Event()  # while it is not set, whoever asks for a file waits
+    may_serve.set()
 
     def log_message(self, *arguments):
         pass
@@ -78,6 +80,7 @@ class Paths(http.server.BaseHTTPRequestHandler):
     def file(self):
         place = os.path.join(self.folder, os.path.basename(self.path))
         if self.path.startswith('/files/') and os.path.isfile(place):
+            self.may_serve.wait()
             with open(place, 'rb') as file:
                 self.whole(file.read())
         else:
