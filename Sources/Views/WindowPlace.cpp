@@ -62,15 +62,26 @@ std::optional<WindowPlace> WindowPlace::fittedTo(const QList<QRect>& screens) co
     return place;
 }
 
+WindowPlaceKeeper::WindowPlaceKeeper(const WindowPlace& begin)
+    : m_frame(begin.frame), m_isMaximized(begin.isMaximized), m_unmaximized(begin.frame), m_before(begin.frame)
+{
+}
+
 void WindowPlaceKeeper::note(const QRect& frame, bool isMaximized)
 {
-    m_place.isMaximized = isMaximized;
-    if (isMaximized && frame == m_place.frame) {
-        m_place.frame = m_before;
-    } else if (!isMaximized && frame != m_place.frame) {
-        m_before = m_place.frame;
-        m_place.frame = frame;
+    m_frame = frame;
+    m_isMaximized = isMaximized;
+    if (!isMaximized) {
+        m_before = frame.size() == m_unmaximized.size() ? m_before : m_unmaximized;
+        m_unmaximized = frame;
     }
+}
+
+WindowPlace WindowPlaceKeeper::place() const
+{
+    // A maximized window that still has the size of before was given the size of a maximized one before it was said to be one.
+    const bool wasToldLate = m_isMaximized && m_frame.size() == m_unmaximized.size();
+    return { wasToldLate ? m_before : m_unmaximized, m_isMaximized };
 }
 
 } // namespace tessarin

@@ -31,15 +31,17 @@ struct WindowPlace {
 class WindowPlaceKeeper
 {
 public:
-    explicit WindowPlaceKeeper(const WindowPlace& begin) : m_place(begin), m_before(begin.frame) { }
+    explicit WindowPlaceKeeper(const WindowPlace& begin);
 
-    // The window is there now. The size of a maximized window may be told before its state is.
+    // The window is there now. That it is maximized may be told before its size, or after it.
     void note(const QRect& frame, bool isMaximized);
-    [[nodiscard]] const WindowPlace& place() const { return m_place; }
+    [[nodiscard]] WindowPlace place() const;
 
 private:
-    WindowPlace m_place;
-    QRect m_before; // the frame before the last one
+    QRect m_frame;
+    bool m_isMaximized;
+    QRect m_unmaximized; // the last frame before it was said to be maximized
+    QRect m_before; // the last one of another size than that
 };
 
 } // namespace tessarin

@@ -77,6 +77,41 @@ TEST(WindowPlaceKeeper, AMaximizedWindowIsKnownByThePlaceItGoesBackTo)
     }
 }
 
+TEST(WindowPlaceKeeper, TheSizeAndThePlaceOfAMaximizedWindowMayBeToldOneAfterTheOther)
+{
+    const QRect before(40, 50, 1100, 700);
+    WindowPlaceKeeper keeper({ QRect(0, 0, 1180, 760), false });
+    keeper.note(before, false);
+    keeper.note(QRect(40, 50, 1920, 1080), false);
+    keeper.note(QRect(0, 0, 1920, 1080), false);
+    keeper.note(QRect(0, 0, 1920, 1080), true);
+    EXPECT_EQ(keeper.place(), (WindowPlace{ before, true }));
+}
+
+TEST(WindowPlaceKeeper, ThatAWindowIsMaximizedMayBeToldBeforeItsSize)
+{
+    const QRect before(40, 50, 1100, 700);
+    WindowPlaceKeeper keeper({ QRect(0, 0, 1180, 760), false });
+    keeper.note(before, false);
+    keeper.note(before, true);
+    keeper.note(QRect(40, 50, 1920, 1080), true);
+    keeper.note(QRect(0, 0, 1920, 1080), true);
+    EXPECT_EQ(keeper.place(), (WindowPlace{ before, true }));
+    keeper.note(QRect(0, 0, 1920, 1080), false);
+    keeper.note(before, false);
+    EXPECT_EQ(keeper.place(), (WindowPlace{ before, false }));
+}
+
+TEST(WindowPlaceKeeper, AWindowThatIsMovedIsKnownByItsLastPlace)
+{
+    WindowPlaceKeeper keeper({ QRect(0, 0, 1180, 760), false });
+    keeper.note(QRect(40, 50, 1180, 760), false);
+    keeper.note(QRect(60, 70, 1180, 760), false);
+    EXPECT_EQ(keeper.place(), (WindowPlace{ QRect(60, 70, 1180, 760), false }));
+    keeper.note(QRect(0, 0, 1920, 1080), true);
+    EXPECT_EQ(keeper.place(), (WindowPlace{ QRect(60, 70, 1180, 760), true }));
+}
+
 TEST(WindowPlaceKeeper, AWindowThatBeginsMaximizedKeepsItsPlace)
 {
     const WindowPlace begin{ QRect(40, 50, 1100, 700), true };
