@@ -65,6 +65,17 @@ protected:
         EXPECT_EQ(told.size(), 1U);
         return told.empty() ? Notification{} : told.front();
     }
+    // What is told of the first task, while the agent works in the second.
+    Notification finishAndWorkInAnotherTask()
+    {
+        openWorking(turnOnGo());
+        const Notification told = finish();
+        model->newThread();
+        runtime.script("grok", testing::hangingTurn());
+        model->send("work");
+        waitFor(ConnectionState::Kind::working);
+        return told;
+    }
     // The loop goes on meanwhile, so that what comes one after another is told so.
     void waitForAnswer(std::string_view answer)
     {
@@ -317,13 +328,8 @@ TEST_F(NotifierTest, AClickLeadsToTheTaskInItsSection)
 
 TEST_F(NotifierTest, AClickStopsNoAgentInAnotherTask)
 {
-    openWorking(turnOnGo());
-    const Notification told = finish();
-    model->newThread();
+    const Notification told = finishAndWorkInAnotherTask();
     const auto busy = model->selectedThreadID();
-    runtime.script("grok", testing::hangingTurn());
-    model->send("work");
-    waitFor(ConnectionState::Kind::working);
     emit board.chosen(told.place, QString());
     EXPECT_EQ(model->selectedThreadID(), busy);
     EXPECT_EQ(model->connectionState().kind(), ConnectionState::Kind::working);
@@ -332,12 +338,7 @@ TEST_F(NotifierTest, AClickStopsNoAgentInAnotherTask)
 
 TEST_F(NotifierTest, WhatCouldNotBeFollowedIsShownAgainWithTheReasonUntilItCan)
 {
-    openWorking(turnOnGo());
-    const Notification told = finish();
-    model->newThread();
-    runtime.script("grok", testing::hangingTurn());
-    model->send("work");
-    waitFor(ConnectionState::Kind::working);
+    const Notification told = finishAndWorkInAnotherTask();
     hasFocus = true; // the click has brought the window
     for (int click = 0; click < 2; ++click) {
         emit board.chosen(told.place, QString());
@@ -357,12 +358,7 @@ TEST_F(NotifierTest, WhatCouldNotBeFollowedIsShownAgainWithTheReasonUntilItCan)
 
 TEST_F(NotifierTest, SwitchedOffMeanwhileNothingIsShownAgain)
 {
-    openWorking(turnOnGo());
-    const Notification told = finish();
-    model->newThread();
-    runtime.script("grok", testing::hangingTurn());
-    model->send("work");
-    waitFor(ConnectionState::Kind::working);
+    const Notification told = finishAndWorkInAnotherTask();
     emit board.chosen(told.place, QString());
     notifier.setEnabled(false);
     EXPECT_TRUE(shown().empty());
