@@ -79,7 +79,7 @@ class Keyboard(WindowCase):
         self.await_focus('Remove Project')
         self.window.key('Return')
         self.window.wait_gone('list item', '=First task')
-        self.assertEqual([project['name'] for project in self.desk.stored()], ['borealis'])
+        self.window.wait(lambda: [one['name'] for one in self.desk.stored()] == ['borealis'], what='the project to go from the store')
 
     def test_KeysLeadFromTaskToTaskAndFromSectionToSection(self):
         self.start()
