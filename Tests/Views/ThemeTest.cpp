@@ -44,7 +44,7 @@ protected:
             const auto linear = [](double part) { return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4); };
             return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
         };
-        const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+        const auto [darker, lighter] = std::minmax({ luminance(one), luminance(other) }); // by value
         return (lighter + 0.05) / (darker + 0.05);
     }
     void expectContrast(const char* role, const char* ground, double least) const
