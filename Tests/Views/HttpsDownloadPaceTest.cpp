@@ -11,16 +11,22 @@ using namespace std::chrono_literals;
 // How long a server is waited for, and how long it waits.
 class HttpsDownloadPaceTest : public HttpsDownloadTest
 {
+protected:
+    // With that text, and no earlier.
+    void endsAfter(std::chrono::milliseconds span, const char* reason)
+    {
+        pass(span - 1ms);
+        EXPECT_EQ(ends, 0);
+        pass(1ms);
+        EXPECT_EQ(end(), reason);
+    }
 };
 
 TEST_F(HttpsDownloadPaceTest, AServerThatStopsSendingEndsIt)
 {
     start("/slow");
     ASSERT_TRUE(receives(10));
-    pass(60s - 1ms);
-    EXPECT_EQ(ends, 0);
-    pass(1ms);
-    EXPECT_EQ(end(), "The server stopped sending before all of it had come.");
+    endsAfter(60s, "The server stopped sending before all of it had come.");
     EXPECT_FALSE(wasCancelled);
 }
 
@@ -43,10 +49,7 @@ TEST_F(HttpsDownloadPaceTest, AServerThatSendsNextToNothingEndsIt)
     leastBytes = stepSize + 1;
     start("/stepwise");
     ASSERT_TRUE(receives(stepSize));
-    pass(60s - 1ms);
-    EXPECT_EQ(ends, 0);
-    pass(1ms);
-    EXPECT_EQ(end(), "The server stopped sending before all of it had come.");
+    endsAfter(60s, "The server stopped sending before all of it had come.");
 }
 
 TEST_F(HttpsDownloadPaceTest, WhatIsSmallMayHaveABoundOfTimeForAllOfIt)
@@ -57,20 +60,14 @@ TEST_F(HttpsDownloadPaceTest, WhatIsSmallMayHaveABoundOfTimeForAllOfIt)
     pass(60s);
     ask("/step");
     ASSERT_TRUE(receives(2 * stepSize));
-    pass(40s - 1ms);
-    EXPECT_EQ(ends, 0);
-    pass(1ms);
-    EXPECT_EQ(end(), "The server took too long.");
+    endsAfter(40s, "The server took too long.");
     EXPECT_EQ(mainThread.nextDue(), std::nullopt);
 }
 
 TEST_F(HttpsDownloadPaceTest, AServerThatDoesNotAnswerEndsIt)
 {
     start("/silent");
-    pass(30s - 1ms);
-    EXPECT_EQ(ends, 0);
-    pass(1ms);
-    EXPECT_EQ(end(), "The server did not answer in time.");
+    endsAfter(30s, "The server did not answer in time.");
     EXPECT_FALSE(wasCancelled);
 }
 
